@@ -1,0 +1,12 @@
+# The distribution's patched tinyxml (Debian package libtinyxml-dev), always in its STL form.
+find_path(TinyXML_INCLUDE_DIR tinyxml.h)
+find_library(TinyXML_LIBRARY tinyxml)
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(TinyXML DEFAULT_MSG TinyXML_LIBRARY TinyXML_INCLUDE_DIR)
+if(TinyXML_FOUND AND NOT TARGET TinyXML::TinyXML)
+  add_library(TinyXML::TinyXML UNKNOWN IMPORTED)
+  set_target_properties(TinyXML::TinyXML PROPERTIES
+    IMPORTED_LOCATION ${TinyXML_LIBRARY}
+    INTERFACE_COMPILE_DEFINITIONS TIXML_USE_STL
+    INTERFACE_INCLUDE_DIRECTORIES ${TinyXML_INCLUDE_DIR})
+endif()
