@@ -1,0 +1,19 @@
+#pragma once
+
+namespace AR::Common {
+
+/// An extra sink for log lines, registered with Logger::addTarget.
+class LogTarget {
+ public:
+  LogTarget() = default;
+  LogTarget(const LogTarget&) = delete;
+  LogTarget& operator=(const LogTarget&) = delete;
+  virtual ~LogTarget() = default;
+
+  /// Receives one finished, zero-terminated line, which is valid during the call only. Runs on the
+  /// thread that logs, with the logger locked. It may log itself: such a line is written before
+  /// this call returns, and dropped beyond a small nesting depth. An exception is swallowed.
+  virtual void logLine(const char* line) = 0;
+};
+
+}  // namespace AR::Common

@@ -1,0 +1,61 @@
+// What the rest of the library reports through: failed checks, full containers, plain strings.
+
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <sstream>
+
+#include "AR/Common/FailedChecks.h"
+#include "AR/Common/Logger.h"
+
+namespace AR::Common {
+namespace {
+
+constexpr char kSource[] = "Common/src/Logger";
+/// Log readers know the reporter by this line number.
+constexpr int kReporterLine = 724;
+
+const char* textOf(const char* text) { return text == nullptr ? "(null)" : text; }
+
+bool isLoggable(const int level) { return level >= Logger::ERR && level <= Logger::VERBOSE; }
+
+}  // namespace
+
+void logError(const char* expression, const char* file, const char* function,
+              const int line) noexcept {
+  addFailedChecks(1);
+  Logger& logger = Logger::getInstance();
+  if (logger.getLevel() < Logger::ERR) return;
+  logger.logEx2(Logger::ERR, kSource, __PRETTY_FUNCTION__, kReporterLine, "AR",
+                "AR_ASSERT %s %s(%d) %.100s", textOf(expression), textOf(file), line,
+                textOf(function));
+}
+
+void logFatal(const char* expression, const char* file, const char* function,
+              const int line) noexcept {
+  logError(expression, file, function, line);
+  std::abort();
+}
+
+void logError(const std::size_t currentSize, const std::size_t maxSize, const char* typeName,
+              const std::size_t itemBytes) noexcept {
+  addFailedChecks(1);
+  AR_LOGF(Logger::ERR, kSource, "push_back: current_size=%zu, MAX_SIZE=%d. %zub, %s", currentSize,
+          static_cast<int>(std::min<std::size_t>(maxSize, INT_MAX)), itemBytes, textOf(typeName));
+}
+
+void logOnelineString(const std::string& string, const int level) {
+  AR_CHECK(string.length() <= MAX_LOG_LINE_LEN, "string.length() <= MAX_LOG_LINE_LEN", kSource);
+  if (isLoggable(level)) {
+    AR_LOG(level, kSource, string.c_str());
+  } else {
+    AR_LOGF(Logger::ERR, kSource, "Unsupported log level %d message %s", level, string.c_str());
+  }
+}
+
+void logMultilineString(const std::string& string, const int level) {
+  std::istringstream lines(string);
+  for (std::string line; std::getline(lines, line);) logOnelineString(line, level);
+}
+
+}  // namespace AR::Common

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+
+#include "AR/Common/LogFilter.h"
+#include "AR/Common/LogTarget.h"
+#include "AR/Common/Logger.h"
+#include "AR/Common/Mutex.h"
+#include "AR/Common/OS.h"
+#include "AR/Common/Path.h"
+#include "AR/Common/Vector.h"
+#include "LogFormat.h"
+
+// What the logger keeps. Private to it.
+
+namespace AR::Common {
+
+/// How many lines of one thread may be in the making at once, each within the one before.
+inline constexpr int kMaxLogNesting = 4;
+
+struct LineBuffers {
+  char line[2048];    ///< The final text.
+  char format[1024];  ///< The expanded line template.
+};
+
+struct LoggerPIMPL {
+  Path path;
+  OS::FileHandle file = nullptr;
+  bool closeAfterWrite = false;
+  Vector<LogTarget*, VectorGrowDoubling<16>> targets;
+  LineBuffers buffers[kMaxLogNesting];
+  // Atomic for the exit only: it turns them off while other threads may still log.
+  std::atomic<Logger::LEVEL> level{Logger::DEBUG};
+  std::atomic<bool> alive{true};
+  Logger::LEVEL fastTraceLevel = Logger::OFF;
+  unsigned flags = Logger::kFlagConsole | Logger::kFlagLevelPrefix;
+  FormatFunction formatFunction = nullptr;
+  FormatFunction shortFormatFunction = nullptr;
+  Mutex mutex;
+  LogFilter filter{Logger::DEBUG};
+
+  void selectFormatFunctions();
+  bool accepts(Logger::LEVEL messageLevel, const char* function, const StringPortion& method) const;
+  void callTargets(const char* line);
+};
+
+/// Holds the logger for the calling thread, which may hold it already.
+class LoggerLock {
+ public:
+  explicit LoggerLock(LoggerPIMPL& logger);
+  ~LoggerLock();
+  LoggerLock(const LoggerLock&) = delete;
+  LoggerLock& operator=(const LoggerLock&) = delete;
+
+  /// How many locks the calling thread holds, this one included.
+  [[nodiscard]] static int nesting();
+
+ private:
+  LoggerPIMPL& mLogger;
+};
+
+}  // namespace AR::Common
