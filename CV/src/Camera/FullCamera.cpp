@@ -1,0 +1,223 @@
+#include "AR/CV/Camera/FullCamera.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <type_traits>
+
+#include "AR/CV/Camera/Interchange.h"
+#include "AR/Common/Fnv1.h"
+#include "AR/Common/SaturatingCast.h"
+#include "AR/Common/TimeStamp.h"
+#include "AR/Math/MathDebugging.h"
+
+namespace AR::CV {
+namespace {
+
+constexpr char kSource[] = "CV/src/Camera/StereoCamera";
+constexpr char kHeaderSource[] = "CV/src/../include/AR/CV/Camera/StereoCamera";
+
+template <typename P>
+bool holdsData(const HermiteSplineInterpolation<P>& spline) {
+  return !spline.coeffs.empty() && spline.rangeMax > 0;
+}
+
+template <typename Q, typename P>
+CamModel::CameraModel<Q> castModel(const CamModel::CameraModel<P>& from) {
+  CamModel::CameraModel<Q> to;
+  to.size = from.size.template cast<Q>();
+  to.principalPoint = from.principalPoint.template cast<Q>();
+  to.focalLength = from.focalLength.template cast<Q>();
+  to.radialDistortion = from.radialDistortion.template cast<Q>();
+  to.tangentialDistortion = from.tangentialDistortion.template cast<Q>();
+  to.model = from.model;
+  to.limits.distortionLimit = static_cast<Q>(from.limits.distortionLimit);
+  to.limits.undistortionLimit = static_cast<Q>(from.limits.undistortionLimit);
+  return to;
+}
+
+template <typename Q, typename P>
+RollingShutterCorrector<Q> castCorrector(const RollingShutterCorrector<P>& from) {
+  RollingShutterCorrector<Q> to;
+  to.isRollingShutter = from.isRollingShutter;
+  to.lineTime = static_cast<Q>(from.lineTime);
+  to.centerRow = static_cast<Q>(from.centerRow);
+  to.mode = from.mode;
+  std::transform(from.workingState.begin(), from.workingState.end(), to.workingState.begin(),
+                 [](const P value) { return static_cast<Q>(value); });
+  return to;
+}
+
+template <typename P>
+std::uint64_t toLineTimeNs(const P lineTime) {
+  const auto time = Common::TimeStamp::fromSeconds(static_cast<double>(lineTime));
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(time.nanoSeconds(), 0));
+}
+
+}  // namespace
+
+template <typename P>
+FullCamera<P>::FullCamera(const CamImageId& id) : mCamId(id) {}
+
+template <typename P>
+bool FullCamera<P>::init(const CamModel::CameraModel<P>& model,
+                         const Math::SE3<P>& camReferenceToLocal, const CamImageId& id,
+                         const bool isRollingShutter, const P lineTime,
+                         const CaptureDetails& captureDetails, const double delta) {
+  initExtrinsics({model.size[0], model.size[1]}, camReferenceToLocal, id, isRollingShutter,
+                 lineTime, captureDetails, delta);
+  return initIntrinsics(model);
+}
+
+template <typename P>
+bool FullCamera<P>::initExtrinsics(const std::array<P, 2>& imageSize,
+                                   const Math::SE3<P>& camReferenceToLocal, const CamImageId& id,
+                                   const bool isRollingShutter, const P lineTime,
+                                   const CaptureDetails& captureDetails, const double delta) {
+  mCamId = id;
+  mRSCorrector.isRollingShutter = isRollingShutter;
+  mRSCorrector.lineTime = lineTime;
+  mRSCorrector.centerRow = imageSize[1] * P(0.5);
+  mRSCorrector.mode = 1;
+  mCamReferenceToLocal = camReferenceToLocal;
+  mCaptureDetails = captureDetails;
+  mDelta = delta;
+  return true;
+}
+
+template <typename P>
+bool FullCamera<P>::initIntrinsics(const CamModel::CameraModel<P>& model) {
+  return mIntrinsics.init(model);
+}
+
+template <typename P>
+void FullCamera<P>::setExtrinsics(const Math::SE3<P>& camReferenceToLocal) {
+  mCamReferenceToLocal = camReferenceToLocal;
+}
+
+template <typename P>
+void FullCamera<P>::setCamId(const CamImageId& id) {
+  mCamId = id;
+}
+
+template <typename P>
+void FullCamera<P>::clearIntrinsics() {
+  mIntrinsics = IntrinsicCamera();
+}
+
+template <typename P>
+bool FullCamera<P>::isInitialized() const {
+  return mCamId.isInit() && hasIntrinsics();
+}
+
+template <typename P>
+bool FullCamera<P>::hasIntrinsics() const {
+  return holdsData(mIntrinsics.getDistortionSpline()) &&
+         holdsData(mIntrinsics.getUndistortionSpline()) &&
+         mIntrinsics.getCamModel().validateCoeffs();
+}
+
+template <typename P>
+const typename FullCamera<P>::IntrinsicCamera& FullCamera<P>::getIntrinsics() const {
+  AR_CHECK(isInitialized(), "isInitialized()", kHeaderSource);
+  return mIntrinsics;
+}
+
+template <typename P>
+const Math::SE3<P>& FullCamera<P>::getCamReferenceToLocal() const {
+  AR_CHECK(isInitialized(), "isInitialized()", kHeaderSource);
+  return mCamReferenceToLocal;
+}
+
+template <typename P>
+Math::SE3<P> FullCamera<P>::getLocalToCamReference() const {
+  AR_CHECK(isInitialized(), "isInitialized()", kHeaderSource);
+  return mCamReferenceToLocal.inverse();
+}
+
+template <typename P>
+Math::SE3<P> FullCamera<P>::getWorldInCamLocal(const Math::SE3<P>& worldInCamReference) const {
+  return mCamReferenceToLocal * worldInCamReference;
+}
+
+template <typename P>
+bool FullCamera<P>::projectCameraToDevicePix(const Vec3& objPos_c, Vec2& camPos) const {
+  AR_CHECK(isInitialized(), "isInitialized()", kSource);
+  AR_CHECK(AR::Math::isGoodVector(objPos_c), "AR::Math::isGoodVector(objPos_c)", kSource);
+  const Math::SE3<P>& T_local_ref = mCamReferenceToLocal;
+  const Vec3 objPos_l = T_local_ref * objPos_c;
+  AR_CHECK(AR::Math::isGoodVector(objPos_l), "AR::Math::isGoodVector(objPos_l)", kSource);
+  if (!(objPos_l[2] >= IntrinsicCamera::kMinDepth)) return false;
+
+  const P invZ = 1 / objPos_l[2];
+  if (!mIntrinsics.tryIdeal2pixel(Vec2(objPos_l[0] * invZ, objPos_l[1] * invZ), camPos)) {
+    return false;
+  }
+  AR_CHECK(AR::Math::isGoodVector(camPos), "AR::Math::isGoodVector(camPos)", kSource);
+  return true;
+}
+
+template <typename P>
+std::uint64_t FullCamera<P>::getHash(const std::uint64_t seed) const {
+  constexpr std::size_t kRotationBytes = 9 * sizeof(P), kTranslationBytes = 3 * sizeof(P);
+  std::array<std::uint8_t, kRotationBytes + kTranslationBytes> bytes;
+  std::memcpy(bytes.data(), mCamReferenceToLocal.rotation().matrix().data(), kRotationBytes);
+  std::memcpy(bytes.data() + kRotationBytes, mCamReferenceToLocal.translation().data(),
+              kTranslationBytes);
+  return Common::fnv1(bytes, mIntrinsics.getHash(seed));
+}
+
+template <typename P>
+template <typename Q>
+FullCamera<Q> FullCamera<P>::cast() const {
+  if constexpr (std::is_same_v<P, Q>) {
+    return *this;
+  } else {
+    FullCamera<Q> camera(mCamId);
+    camera.mRSCorrector = castCorrector<Q>(mRSCorrector);
+    camera.mCamReferenceToLocal = mCamReferenceToLocal.template cast<Q>();
+    camera.mCaptureDetails = mCaptureDetails;
+    camera.mDelta = mDelta;
+    if (hasIntrinsics()) {
+      // A refusal is in the log already and leaves the camera empty, which its callers check.
+      static_cast<void>(camera.initIntrinsics(castModel<Q>(mIntrinsics.getCamModel())));
+    }
+    return camera;
+  }
+}
+
+template <typename P>
+void FullCamera<P>::setFromIdl(const CameraCalibrationZEL& record) {
+  mCamId = CamImageId(record.name);
+  mCamReferenceToLocal = idl2se3<P>(record.pose);
+  Common::assertSuccess(initIntrinsics(CamModel::CameraModel<P>(record.intrinsics)));
+  if (record.line_time_ns != 0 || mRSCorrector.lineTime == 0) {
+    const auto lineTime = Common::TimeStamp::fromNanoSeconds(record.line_time_ns);
+    mRSCorrector.lineTime = static_cast<P>(lineTime.seconds());
+    mRSCorrector.isRollingShutter |= record.line_time_ns != 0;
+    mRSCorrector.mode = 1;
+    mRSCorrector.centerRow = static_cast<P>(record.rs_center_row);
+  }
+  mCaptureDetails = record.capture_details;
+}
+
+template <typename P>
+CameraCalibrationZEL FullCamera<P>::toIdl(const Math::SE3<P>& referenceToNewReference) const {
+  CameraCalibrationZEL record{};
+  getName().copy(record.name, std::size(record.name) - 1);
+  record.pose = se32idl(mCamReferenceToLocal * referenceToNewReference.inverse());
+  record.intrinsics = mIntrinsics.toIDL();
+  record.line_time_ns = toLineTimeNs(mRSCorrector.lineTime);
+  record.rs_center_row = Common::saturatingCast<std::int32_t>(mRSCorrector.centerRow);
+  record.capture_details = mCaptureDetails;
+  return record;
+}
+
+template class FullCamera<float>;
+template class FullCamera<double>;
+template FullCamera<float> FullCamera<float>::cast<float>() const;
+template FullCamera<double> FullCamera<float>::cast<double>() const;
+template FullCamera<float> FullCamera<double>::cast<float>() const;
+template FullCamera<double> FullCamera<double>::cast<double>() const;
+
+}  // namespace AR::CV

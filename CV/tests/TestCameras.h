@@ -1,0 +1,50 @@
+#pragma once
+
+// Cameras, poses and records that the tests of the calibration store share.
+
+#include <cmath>
+#include <cstring>
+
+#include "AR/CV/Camera/FullCamera.h"
+
+namespace AR::CV::testing {
+
+inline constexpr double kPi = 3.14159265358979323846;
+
+/// A rotation by `angle` radians about (x, y, z), which need not be of unit length.
+struct PoseCase {
+  double x, y, z, angle;
+};
+inline constexpr PoseCase kPoses[] = {{0, 0, 1, 0},          {1, 2, 3, 1e-7}, {0.2, 0.5, -1, 3.9},
+                                      {3, 1, 2, kPi - 1e-4}, {1, 0, 0, kPi},  {0, 1, 0, kPi},
+                                      {0, 0, 1, kPi},        {-1, 0, 1, kPi}, {1, -2, 3, kPi}};
+
+inline XrPosedZEL_t poseRecord(const PoseCase& c) {
+  const double s = std::sin(c.angle / 2) / std::hypot(c.x, c.y, c.z);
+  return {{c.x * s, c.y * s, c.z * s, std::cos(c.angle / 2)}, {0.1, -0.2, 0.3}};
+}
+
+/// A camera with radial and tangential distortion, good to a radius of 1. With `valid` false it has
+/// a coefficient that its model does not know.
+inline CameraCalibrationZEL cameraRecord(const char* name, const PoseCase& pose = kPoses[2],
+                                         const bool valid = true) {
+  CameraCalibrationZEL record{};
+  std::strncpy(record.name, name, sizeof(record.name) - 1);
+  record.intrinsics = {640,
+                       480,
+                       318,
+                       243,
+                       410,
+                       400,
+                       {0.05, 0, 0, 0, 0, 0, 0.001, -0.002},
+                       1,
+                       1.05,
+                       CamModel::RADIAL_2_PARAMETERS,
+                       0};
+  record.intrinsics.distortion[5] = valid ? 0 : 1;
+  record.pose = poseRecord(pose);
+  record.capture_details = {1, 2, 3, 4, 5, 6, 7, 8};
+  return record;
+}
+
+}  // namespace AR::CV::testing
