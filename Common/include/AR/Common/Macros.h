@@ -11,15 +11,26 @@
 // `text` and `source` are literals: the text is what a log reader greps for, the source is the
 // module-relative path of the code without its extension.
 
+#include <cstddef>
+
+/// Marks what the shared library exports. The version script of the library has the last word.
+#define AR_EXPORT __attribute__((visibility("default")))
+
 namespace AR::Common {
 
 /// Reports a failed check as "AR_ASSERT expression file(line) function" at level ERROR, counts it
 /// for the calling thread, and returns. Never throws, never stops the program.
-void logError(const char* expression, const char* file, const char* function, int line) noexcept;
+AR_EXPORT void logError(const char* expression, const char* file, const char* function,
+                        int line) noexcept;
+
+/// Reports the overflow of a container of fixed capacity: "push_back: current_size=..." at level
+/// ERROR with the container's size, its capacity, and the name and bytes of its items.
+void logError(std::size_t currentSize, std::size_t maxSize, const char* typeName,
+              std::size_t itemBytes) noexcept;
 
 /// Reports like logError and then ends the process.
-[[noreturn]] void logFatal(const char* expression, const char* file, const char* function,
-                           int line) noexcept;
+[[noreturn]] AR_EXPORT void logFatal(const char* expression, const char* file, const char* function,
+                                     int line) noexcept;
 
 }  // namespace AR::Common
 
@@ -34,9 +45,6 @@ void logError(const char* expression, const char* file, const char* function, in
   (static_cast<bool>(condition)             \
        ? void()                             \
        : ::AR::Common::logFatal(text, source, __PRETTY_FUNCTION__, __LINE__))
-
-/// Marks what the shared library exports. The version script of the library has the last word.
-#define AR_EXPORT __attribute__((visibility("default")))
 
 namespace AR::Common {
 
