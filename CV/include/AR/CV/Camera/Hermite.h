@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "AR/Math/Vector.h"
+
+namespace AR::CV {
+
+/// A function of one variable as a piecewise cubic over uniform bins, fitted so that value and
+/// slope agree with the function at every knot. The interval is half open: rangeMax is outside.
+template <typename P>
+class HermiteSplineInterpolation {
+ public:
+  /// One bin's cubic c0 + d (c1 + d (c2 + c3 d)), d = x - x0, x0 the bin's left end.
+  struct Coeffs {
+    P c0, c1, c2, c3, x0;
+
+    [[nodiscard]] P valueAt(P x) const {
+      const P d = x - x0;
+      return c0 + d * (c1 + d * (c2 + c3 * d));
+    }
+  };
+
+  /// One sample of the function to approximate.
+  struct ResultAndDeriv {
+    P value;
+    P deriv;
+  };
+  using Function = std::function<ResultAndDeriv(P)>;
+
+  std::vector<Coeffs> coeffs;  ///< one entry per bin, ascending x0
+  P rangeMin = 0;
+  P rangeMax = 0;     ///< rangeMin <= rangeMax; an empty spline has an empty range
+  P invBinWidth = 0;  ///< 1 / width of a bin; 0 until fitted
+
+  [[nodiscard]] bool isInit() const { return !coeffs.empty() && invBinWidth > 0; }
+
+  /// The spline's value at `x`. False when `x` is outside [rangeMin, rangeMax) or NaN; `out` is
+  /// untouched then. Reports an error when the spline has not been fitted.
+  [[nodiscard]] bool evaluate(P x, P& out) const {
+    if (!isInit()) [[unlikely]] {
+      reportNotInitialized();
+    }
+    return tryEvaluate(x, out);
+  }
+
+  /// As evaluate(), without a report: a spline that has not been fitted refuses every `x`.
+  [[nodiscard]] bool tryEvaluate(P x, P& out) const {
+    if (!(x >= rangeMin && x < rangeMax) || coeffs.empty()) {
+      return false;
+    }
+    out = coeffs[binAt(x)].valueAt(x);
+    return true;
+  }
+
+  /// The value at any `x`, continued by the outermost cubics. NaN when there is no bin.
+  [[nodiscard]] P evaluateClamped(P x) const;
+
+  /// Fits `fn` (value and first derivative) over [rangeForApprox(0), rangeForApprox(1)], doubling
+  /// the number of bins from 1 until the error measured in the middle of the bins is below `eps`
+  /// or another doubling would exceed `MAX_BINS`. Every knot is evaluated once.
+  ///
+  /// Where the fit ends with at least `minBinsForTrim` bins and its last bin alone misses `eps`,
+  /// that bin is dropped and rangeMax shrinks by its width: so the spline stops short of a pole.
+  ///
+  /// `scaleErrorByRadius` multiplies each error by sqrt(x): for a factor over a squared radius that
+  /// is the error of the radius. Returns the largest error; NaN when `fn` was NaN; infinity, and an
+  /// empty spline, when the range is empty, reversed or not finite, or `MAX_BINS` is 0.
+  P setupHermiteCoeffs(const Function& fn, const AR::Math::Vec<P, 2>& rangeForApprox,
+                       bool scaleErrorByRadius, std::size_t MAX_BINS, P eps,
+                       std::size_t minBinsForTrim);
+
+  /// Fits `fn` with `bins` uniform bins over [rangeMin, rangeMax]. `samples` are those of the fit
+  /// with half as many bins, whose knots are not evaluated again, or empty; on return, this fit's
+  /// `bins` + 1 samples.
+  void setupHermiteCoeffsInt(const Function& fn, std::size_t bins,
+                             std::vector<ResultAndDeriv>& samples);
+
+  /// The largest |fn - spline| over the midpoints of the bins [firstBin, endBin), scaled as
+  /// setupHermiteCoeffs() says. 0 for no bin; NaN when any of the errors is NaN.
+  [[nodiscard]] P testAccuracy(const Function& fn, bool scaleErrorByRadius, std::size_t firstBin,
+                               std::size_t endBin) const;
+
+ private:
+  /// Index of the bin around `x`, clamped before the conversion; NaN gives the first bin.
+  [[nodiscard]] std::size_t binAt(P x) const {
+    const auto last = static_cast<std::int32_t>(coeffs.size()) - 1;
+    const P position = (x - rangeMin) * invBinWidth;
+    if (!(position >= 0)) {
+      return 0;
+    }
+    const auto bin = position < static_cast<P>(last) ? static_cast<std::int32_t>(position) : last;
+    return static_cast<std::size_t>(bin);
+  }
+
+  void reportNotInitialized() const;
+  /// Fits by doubling; the loop of setupHermiteCoeffs().
+  [[nodiscard]] P refine(const Function& fn, bool scaleErrorByRadius, std::size_t MAX_BINS, P eps,
+                         std::size_t minBinsForTrim);
+  /// Measures the error and drops the last bin where it alone is to blame.
+  [[nodiscard]] P trimmedError(const Function& fn, bool scaleErrorByRadius, std::size_t MAX_BINS,
+                               P eps);
+  [[nodiscard]] P errorAtMidpoint(const Function& fn, bool scaleErrorByRadius,
+                                  const Coeffs& bin) const;
+};
+
+extern template class HermiteSplineInterpolation<float>;
+extern template class HermiteSplineInterpolation<double>;
+
+}  // namespace AR::CV

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "AR/CV/Camera/Hermite.h"
+
+namespace AR::CV {
+
+template <typename P>
+class Camera;
+
+namespace CameraCalibration {
+
+/// The undistortion factor G at the squared distorted radius `y`, from the camera's distortion
+/// spline: the closed form where the model has one, else up to 200 fixed-point steps. The last
+/// estimate when those do not converge; NaN when the camera has no distortion spline.
+template <typename P>
+[[nodiscard]] P iterativeUndistFromSpline(const Camera<P>& camera, P y);
+
+/// G(y) with its derivative; below y = 0.0001 the derivative is that at 0.0001. A derivative that
+/// is not a sound number is reported.
+template <typename P>
+[[nodiscard]] P undistort(const Camera<P>& camera, P y, P& dGdy);
+
+/// The undistortion factor of a camera whose distortion spline is fitted, sampled for a spline.
+/// Refers to the camera.
+template <typename P>
+class UndistortFn {
+ public:
+  explicit UndistortFn(const Camera<P>& camera) : mCamera(&camera) {}
+
+  /// G(y) and dG/dy at the squared distorted radius y.
+  [[nodiscard]] typename HermiteSplineInterpolation<P>::ResultAndDeriv operator()(P y) const;
+
+ private:
+  const Camera<P>* mCamera;
+};
+
+}  // namespace CameraCalibration
+}  // namespace AR::CV

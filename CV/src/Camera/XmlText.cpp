@@ -1,0 +1,31 @@
+#include "AR/CV/Camera/XmlText.h"
+
+#include <charconv>
+
+namespace AR::CV {
+namespace {
+
+// Long enough for a sign, 8 digits, a point and an exponent of 3 digits.
+constexpr std::size_t kMaxNumberLength = 32;
+
+void appendNumber(double value, int significantDigits, std::string& text) {
+  char buffer[kMaxNumberLength];
+  const auto end = std::to_chars(buffer, buffer + kMaxNumberLength, value,
+                                 std::chars_format::general, significantDigits);
+  text.append(buffer, end.ptr);
+}
+
+}  // namespace
+
+void appendXMLNumber(double value, std::string& text) {
+  appendNumber(value, 8, text);
+  text += ' ';
+}
+
+std::string realToXMLString(double value) {
+  std::string text;
+  appendNumber(value, 6, text);
+  return text;
+}
+
+}  // namespace AR::CV
