@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+#include "AR/CV/Camera/CameraUtil.h"
+#include "testing/LogCapture.h"
+
+namespace AR::CV {
+namespace {
+
+using namespace CamModel;
+using rectiline::testing::LogCapture;
+
+template <typename P>
+class CameraUtil : public ::testing::Test {};
+using Precisions = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(CameraUtil, Precisions);
+
+TEST(CameraUtilNames, AreThoseOfTheModels) {
+  LogCapture log;
+  DistortionModel model = LINEAR;
+  for (int i = LINEAR; i <= FISHEYE_RATIONAL; ++i) {
+    EXPECT_TRUE(radialDistortionModelStringToEnum(modelName(DistortionModel(i)), model));
+    EXPECT_EQ(model, i);
+  }
+  EXPECT_TRUE(log.lines().empty());
+  for (const std::string name : {"linear", "", "%s%n"}) {
+    EXPECT_FALSE(radialDistortionModelStringToEnum(name, model));
+    EXPECT_EQ(log.count("Radial distortion model " + name + " not supported (use UPPERCASE)."), 1);
+  }
+  EXPECT_EQ(model, FISHEYE_RATIONAL);
+}
+
+constexpr float kMark = 1e-8F;  // stands for 0
+
+struct LegacyCase {
+  DistortionModel model;
+  int mode, modeWithTangential;
+  double k[6];
+  double oldVec[8];
+};
+
+// clang-format off
+constexpr LegacyCase kLegacyCases[] = {
+    {LINEAR, 0, 0, {1, 2, 3, 4, 5, 6}, {0, 0, 7, 8}},
+    {RADIAL_2_PARAMETERS, 2, 3, {1, 0}, {1, kMark, 7, 8}},
+    {RADIAL_3_PARAMETERS, 4, 5, {1, 0, 3}, {1, kMark, 7, 8, 3}},
+    {RADIAL_6_PARAMETERS, 6, 7, {1, 2, 3, 4, 0, 6}, {1, 2, 7, 8, 3, 4, kMark, 6}},
+    {FISHEYE_1_PARAMETER, 1, 1, {2}, {2, 0, 7, 8}},
+    {FISHEYE_4_PARAMETERS, 8, 8, {1, 2, 0, 4}, {1, 2, kMark, 4}},
+};
+// clang-format on
+
+TYPED_TEST(CameraUtil, LegacyVectorReturnsWhatItHolds) {
+  using P = TypeParam;
+  using Tangential = Math::Vec<P, 2>;
+  for (const LegacyCase& c : kLegacyCases) {
+    SCOPED_TRACE(modelName(c.model));
+    RDVec<P> k;
+    std::copy_n(c.k, 6, k.begin());
+    Math::Vec<P, 8> expected, oldVec;
+    std::copy_n(c.oldVec, 8, expected.begin());
+    OLD_DISTORTION_MODE mode;
+    getOldDistortionVec(c.model, Tangential(), k, oldVec, mode);
+    EXPECT_EQ(mode, c.mode);
+    getOldDistortionVec(c.model, Tangential(7, 8), k, oldVec, mode);
+    EXPECT_EQ(mode, c.modeWithTangential);
+    EXPECT_EQ(oldVec, expected);
+
+    DistortionModel model;
+    Tangential tangential(9, 9);
+    RDVec<P> radial(9, 9, 9, 9, 9, 9);
+    getNewDistortionVec(oldVec, mode == OLD_FISHEYE_4, model, tangential, radial);
+    EXPECT_EQ(model, c.model);
+    EXPECT_EQ(tangential, c.mode >= 2 && c.mode < 8 ? Tangential(7, 8) : Tangential());
+    for (int i = 0; i < 6; ++i) EXPECT_NEAR(radial[i], model == LINEAR ? 0 : c.k[i], 1.1e-8);
+  }
+}
+
+TYPED_TEST(CameraUtil, ModelsWithoutALegacyFormAreReported) {
+  using P = TypeParam;
+  LogCapture log;
+  int reports = 0;
+  for (const int model : {6, 7, 8, 9, -1}) {
+    Math::Vec<P, 8> oldVec;
+    OLD_DISTORTION_MODE mode = OLD_RADIAL_3;
+    getOldDistortionVec<P>(DistortionModel(model), {7, 8}, {1, 2, 3, 4, 5, 6}, oldVec, mode);
+    EXPECT_EQ(oldVec, (Math::Vec<P, 8>(0, 0, 7, 8, 0, 0, 0, 0)));
+    EXPECT_EQ(mode, OLD_RADIAL_3);
+    EXPECT_EQ(log.count("0 && \"Unhandled enum option\""), ++reports);
+  }
+}
+
+TYPED_TEST(CameraUtil, ChebyshevFormIsTheSameFunction) {
+  using P = TypeParam;
+  CameraModel<P> model;
+  model.size = {640.5, 480};
+  model.focalLength = {300, 301};
+  model.radialDistortion = {0.05, -0.02, 0.01, -0.003, 0, 0};
+  model.tangentialDistortion = {0.001, -0.002};
+  model.limits = {.distortionLimit = 9, .undistortionLimit = 4};
+  model.model = RADIAL_6_PARAMETERS;
+  std::vector<CameraModel<P>> models = {model, model};
+  models[1].model = model.model = FISHEYE_4_PARAMETERS;
+  LogCapture log;
+  convert4ParamFisheyeModelToChebyshev<P>(models);
+  EXPECT_EQ(log.count("Convert camera to CHEBYSHEV_4_PARAMETERS model"), 1);
+  EXPECT_EQ(models[0].model, RADIAL_6_PARAMETERS);
+  EXPECT_EQ(models[0].radialDistortion, model.radialDistortion);
+  EXPECT_EQ(models[1].model, CHEBYSHEV_4_PARAMETERS);
+  EXPECT_EQ(models[1].size[0], 640);
+  EXPECT_EQ(models[1].tangentialDistortion, model.tangentialDistortion);
+  EXPECT_EQ(models[1].limits.distortionLimit, 9);
+  for (int r = 0; r < 20; ++r) {
+    const P x = P(r * r) / 16;
+    EXPECT_NEAR(models[1].distortionFactor(x), model.distortionFactor(x),
+                8 * std::numeric_limits<P>::epsilon());
+  }
+}
+
+}  // namespace
+}  // namespace AR::CV

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "AR/Common/SaturatingCast.h"
+#include "CameraModel/models/DistortionDerivatives.h"
+
+// FISHEYE_SPLINE_3: a cubic Hermite spline (de Boor, "A Practical Guide to Splines", 1978) over the
+// angle theta = atan(r), r = sqrt(x), of three segments of pi/6 each:
+//
+//   F(x) = theta g(theta) / r
+//
+// with g = 1 and slope 0 at theta = 0, and at theta = pi/6, pi/3, pi/2 the values 1 + k0, 1 + k2,
+// 1 + k4 and the slopes k1, k3, k5 (per segment, not per radian). Valid while theta g grows with
+// theta; past pi/2, which no finite radius reaches but by rounding, the last cubic goes on.
+
+namespace CamModel {
+
+inline constexpr int kFisheyeSplineSegments = 3;
+
+/// Segments per radian of theta.
+template <typename P>
+inline constexpr P kFisheyeSplineScale = P(6 / std::numbers::pi);
+
+/// Its square, rounded once.
+template <typename P>
+inline constexpr P kFisheyeSplineScaleSquared = P(36 / (std::numbers::pi * std::numbers::pi));
+
+/// Where in the spline an angle lies, with the weights of both knots' values and slopes.
+template <typename P>
+struct FisheyeSplineWeights {
+  int segment;             // 0 to 2
+  P value[2], slope[2];    // weights of the left knot, of the right one
+  P dValue[2], dSlope[2];  // their derivatives by tau
+};
+
+template <typename P>
+FisheyeSplineWeights<P> fisheyeSplineWeights(P theta) {
+  const P s = theta * kFisheyeSplineScale<P>;
+  const int j = std::clamp(AR::Common::saturatingCast<int>(s), 0, kFisheyeSplineSegments - 1);
+  const P tau = s - static_cast<P>(j);
+  const P tau2 = tau * tau;
+  const P tau3 = tau2 * tau;
+  return {.segment = j,
+          .value = {2 * tau3 - 3 * tau2 + 1, -2 * tau3 + 3 * tau2},
+          .slope = {tau3 - 2 * tau2 + tau, tau3 - tau2},
+          .dValue = {6 * tau2 - 6 * tau, -6 * tau2 + 6 * tau},
+          .dSlope = {3 * tau2 - 4 * tau + 1, 3 * tau2 - 2 * tau}};
+}
+
+/// Value and slope at knot 0 (theta = 0) to 3 (theta = pi/2).
+template <typename P>
+P fisheyeSplineKnotValue(const RDVec<P>& k, int knot) {
+  return knot < 1 ? P(1) : 1 + k[2 * knot - 2];
+}
+
+template <typename P>
+P fisheyeSplineKnotSlope(const RDVec<P>& k, int knot) {
+  return knot < 1 ? P(0) : k[2 * knot - 1];
+}
+
+/// The sum of both knots' values and slopes with the given weights: g, or its derivative by tau.
+template <typename P>
+P fisheyeSplineSum(const RDVec<P>& k, int segment, const P (&value)[2], const P (&slope)[2]) {
+  return value[0] * fisheyeSplineKnotValue(k, segment) +
+         slope[0] * fisheyeSplineKnotSlope(k, segment) +
+         value[1] * fisheyeSplineKnotValue(k, segment + 1) +
+         slope[1] * fisheyeSplineKnotSlope(k, segment + 1);
+}
+
+/// dF/dx at the centre.
+template <typename P>
+P fisheyeSplineCurvature(const RDVec<P>& k) {
+  return P(-1) / 3 + (3 * k[0] - k[1]) * kFisheyeSplineScaleSquared<P>;
+}
+
+template <typename P>
+P fisheyeSplineFactor(const RDVec<P>& k, P x) {
+  if (x < P(0.0001)) return 1 + fisheyeSplineCurvature(k) * x;
+  const P r = std::sqrt(x);
+  const P theta = std::atan(r);
+  const FisheyeSplineWeights<P> w = fisheyeSplineWeights(theta);
+  return theta * fisheyeSplineSum(k, w.segment, w.value, w.slope) / r;
+}
+
+}  // namespace CamModel
+
+namespace AR::CV::CameraCalibration {
+
+template <typename P>
+struct DistortionDerivatives<P, CamModel::FISHEYE_SPLINE_3> {
+  static P distortionFactorFisheyeSpline(const CamModel::RDVec<P>& k, P x, CamModel::RDVec<P>& J,
+                                         P& dFdx) {
+    J = {};
+    if (x < P(0.0001)) return nearCentre(k, x, J, dFdx);
+    const P r = std::sqrt(x);
+    const P theta = std::atan(r);
+    const CamModel::FisheyeSplineWeights<P> w = CamModel::fisheyeSplineWeights(theta);
+    for (int side = 0; side < 2; ++side) {
+      const int knot = w.segment + side;
+      if (knot < 1) continue;
+      J[2 * knot - 2] = w.value[side] * theta / r;
+      J[2 * knot - 1] = w.slope[side] * theta / r;
+    }
+    const P g = CamModel::fisheyeSplineSum(k, w.segment, w.value, w.slope);
+    const P dg = CamModel::fisheyeSplineSum(k, w.segment, w.dValue, w.dSlope);
+    const P dThetaG = g + theta * dg * CamModel::kFisheyeSplineScale<P>;
+    dFdx = (r * dThetaG / (x + 1) - theta * g) / (2 * r * r * r);
+    return theta * g / r;
+  }
+
+ private:
+  static P nearCentre(const CamModel::RDVec<P>& k, P x, CamModel::RDVec<P>& J, P& dFdx) {
+    J[0] = 3 * CamModel::kFisheyeSplineScaleSquared<P> * x;
+    J[1] = -CamModel::kFisheyeSplineScaleSquared<P> * x;
+    dFdx = CamModel::fisheyeSplineCurvature(k);
+    return 1 + dFdx * x;
+  }
+};
+
+}  // namespace AR::CV::CameraCalibration

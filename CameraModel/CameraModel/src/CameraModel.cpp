@@ -1,0 +1,158 @@
+#include "CameraModel/CameraModel.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <numbers>
+
+#include "CameraModel/DistortionTraits.h"
+
+namespace CamModel {
+namespace {
+
+constexpr char kSource[] = "CameraModel/CameraModel/include/CameraModel/CameraModel";
+
+/// `value` in precision P; beyond its range, infinite.
+template <typename P>
+P toPrecision(const double value) {
+  constexpr double kMax = std::numeric_limits<P>::max();
+  if (value > kMax) return std::numeric_limits<P>::infinity();
+  if (value < -kMax) return -std::numeric_limits<P>::infinity();
+  return static_cast<P>(value);
+}
+
+bool printFault(const char* message) {
+  std::printf("%s\n", message);
+  return false;
+}
+
+/// Fixed-point iteration for the inverse of `factor` at the squared distorted radius y.
+template <typename P>
+P invertFactor(P (*factor)(const RDVec<P>&, P), const RDVec<P>& k, const P y, const P x_max) {
+  constexpr int kMaxEvaluations = 200;
+  P x = y;
+  P previous = 0;
+  P g = 0;
+  for (int evaluation = 0; evaluation < kMaxEvaluations; ++evaluation) {
+    const P f = factor(k, x);
+    g = 1 / f;
+    if (evaluation > 0 && std::abs(previous * g - 1) < P(1e-6)) break;
+    x = std::min(g * g * y, x_max);
+    previous = f;
+  }
+  return g;
+}
+
+}  // namespace
+
+bool isKnownModel(const DistortionModel model) noexcept {
+  return findTraits<double>(model) != nullptr;
+}
+
+const char* modelName(const DistortionModel model) {
+  const auto* const traits = findTraits<double>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Unhandled distortion model\"", kSource);
+  return traits->name;
+}
+
+int maxNumRadialDistortionCoeffs(const DistortionModel model) {
+  const auto* const traits = findTraits<double>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Unhandled distortion model\"", kSource);
+  return traits->maxCoeffs;
+}
+
+template <typename P>
+CameraModel<P>::CameraModel(const IntrinsicCameraCalibrationZEL& record)
+    : size(static_cast<P>(record.width), static_cast<P>(record.height)),
+      principalPoint(toPrecision<P>(record.principal_point_x),
+                     toPrecision<P>(record.principal_point_y)),
+      focalLength(toPrecision<P>(record.focal_length_x), toPrecision<P>(record.focal_length_y)),
+      tangentialDistortion(toPrecision<P>(record.distortion[MAX_RD_PARAMS]),
+                           toPrecision<P>(record.distortion[MAX_RD_PARAMS + 1])),
+      model(static_cast<DistortionModel>(record.distortion_model)) {
+  for (int i = 0; i < MAX_RD_PARAMS; ++i) {
+    radialDistortion[i] = toPrecision<P>(record.distortion[i]);
+  }
+  if (record.distortion_limit > 0 && record.undistortion_limit > 0) {
+    const P r = toPrecision<P>(record.distortion_limit);
+    const P rd = toPrecision<P>(record.undistortion_limit);
+    limits = {.distortionLimit = r * r, .undistortionLimit = rd * rd};
+    return;
+  }
+  const bool hasImage = size[0] != 0 || size[1] != 0;
+  const bool hasFocalLength = focalLength[0] != 0 || focalLength[1] != 0;
+  if (hasImage && hasFocalLength && isKnownModel(model)) setupValidDistortionRange({}, false);
+}
+
+template <typename P>
+bool CameraModel<P>::validateCoeffs() const {
+  const auto inside = [](P value, P end) { return value > 0 && value < end; };
+  if (!(focalLength[0] > 0 && focalLength[1] > 0)) {
+    return printFault("Error: Focal length should be positive");
+  }
+  if (!(size[0] > 0 && size[1] > 0)) {
+    return printFault("Error: Size must be the image size in pixels");
+  }
+  if (!(inside(principalPoint[0], size[0]) && inside(principalPoint[1], size[1]))) {
+    return printFault("Error: Principal point should be inside the image");
+  }
+  return validateRadialCoeffs();
+}
+
+template <typename P>
+bool CameraModel<P>::validateRadialCoeffs() const {
+  const int maxCoeffs = maxNumRadialDistortionCoeffs(model);
+  for (int i = maxCoeffs; i < MAX_RD_PARAMS; ++i) {
+    if (radialDistortion[i] == 0) continue;
+    std::printf("Radial distortion vector for model %s must have at most %d nonzero coefficients\n",
+                modelName(model), maxCoeffs);
+    return false;
+  }
+  const double omega = radialDistortion[0];
+  if (!findTraits<P>(model)->checkOmega || (omega > 0 && omega < std::numbers::pi)) return true;
+  std::printf(
+      "Omega parameter of 1-param fisheye model and rational fisheye model (%f) must be in the "
+      "range (0, Pi)\n",
+      omega);
+  return false;
+}
+
+template <typename P>
+template <std::floating_point T>
+T CameraModel<P>::distortionFactor(const T x) const {
+  const auto* const traits = findTraits<T>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Distortion model not implemented\"", kSource);
+  return traits->factor(radialDistortion.template cast<T>(), x);
+}
+
+template <typename P>
+template <std::floating_point T>
+T CameraModel<P>::undistortionFactor(const T y) const {
+  const auto* const traits = findTraits<T>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Undistortion model not implemented\"", kSource);
+  const RDVec<T> k = radialDistortion.template cast<T>();
+  if (traits->inverse != nullptr) return traits->inverse(k, y);
+  return invertFactor(traits->factor, k, y, static_cast<T>(limits.distortionLimit));
+}
+
+template <typename P>
+template <int N, std::floating_point T>
+T CameraModel<P>::distort_FisheyeSpline(const T x) const {
+  static_assert(N == kFisheyeSplineSegments);
+  return fisheyeSplineFactor(radialDistortion.template cast<T>(), x);
+}
+
+template class CameraModel<float>;
+template class CameraModel<double>;
+
+#define INSTANTIATE_FACTORS(P, T)                                     \
+  template AR_EXPORT T CameraModel<P>::distortionFactor(T x) const;   \
+  template AR_EXPORT T CameraModel<P>::undistortionFactor(T y) const; \
+  template AR_EXPORT T CameraModel<P>::distort_FisheyeSpline<3>(T x) const;
+INSTANTIATE_FACTORS(float, float)
+INSTANTIATE_FACTORS(float, double)
+INSTANTIATE_FACTORS(double, float)
+INSTANTIATE_FACTORS(double, double)
+#undef INSTANTIATE_FACTORS
+
+}  // namespace CamModel

@@ -1,0 +1,116 @@
+// The range of radii in which a camera's distortion may be evaluated.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numbers>
+
+#include "CameraModel/CameraModel.h"
+#include "CameraModel/DistortionTraits.h"
+
+namespace CamModel {
+
+template <typename P>
+void CameraModel<P>::setupMaxDistortionRanges(const std::optional<P> imageCircleDiameter) {
+  limits = {};
+  P y_max = 0;
+  for (const P u : {P(-1), size[0]}) {
+    for (const P v : {P(-1), size[1]}) {
+      const P x = (u - principalPoint[0]) / focalLength[0];
+      const P y = (v - principalPoint[1]) / focalLength[1];
+      y_max = std::max(y_max, x * x + y * y);
+    }
+  }
+  if (imageCircleDiameter) {
+    const P rd = *imageCircleDiameter / (focalLength[0] + focalLength[1]);
+    y_max = std::min(y_max, rd * rd);
+  }
+  limits.undistortionLimit = y_max;
+}
+
+template <typename P>
+void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, const bool verbose) {
+  setupMaxDistortionRanges(fov.hasImageCircle ? std::optional<P>(fov.imageCircleDiameter)
+                                              : std::nullopt);
+  constexpr P kMax = kMaxSquaredRadius;
+  if (fov.maxFovDeg < 180) {
+    const P r = std::tan(fov.maxFovDeg * std::numbers::pi_v<P> / 180 / 2);
+    limits.distortionLimit = std::min(r * r, kMax);
+  }
+  const auto* const traits = findTraits<P>(model);
+  const RangeSearch search = traits != nullptr ? traits->rangeSearch : RangeSearch::March;
+  if (search == RangeSearch::None) return;
+  if (search == RangeSearch::ClosedForm) {
+    traits->limitRange(radialDistortion, limits);
+  } else {
+    findDistortionLimits();
+  }
+  limits.distortionLimit = std::min(limits.distortionLimit, kMax);
+  limits.undistortionLimit = std::min(limits.undistortionLimit, kMax);
+  if (!verbose) return;
+  const double r = std::sqrt(limits.distortionLimit);
+  const double rd_px = std::sqrt(limits.undistortionLimit) * focalLength[0];
+  std::printf("Model %s. Distortion is valid up-to a radius of %.1f in the ideal focal plane\n",
+              modelName(model), r);
+  std::printf(
+      "Model %s. Undistortion is valid up-to a radius of %.1f pixels from the principal point\n",
+      modelName(model), rd_px);
+}
+
+template <typename P>
+void CameraModel<P>::findDistortionLimits() {
+  const auto* const traits = findTraits<P>(model);
+  if (traits != nullptr && traits->limitRange != nullptr) {
+    traits->limitRange(radialDistortion, limits);
+  }
+  if (limits.distortionLimit >= P(0.0004) && !marchToDistortionLimit()) return;
+  const P F = distortionFactor(limits.distortionLimit);
+  limits.undistortionLimit = F * F * limits.distortionLimit;
+}
+
+template <typename P>
+bool CameraModel<P>::marchToDistortionLimit() {
+  constexpr P kStep = P(0.02);
+  // Never past the radius that is trusted at all, so that the march ends for any record.
+  const P x_max = std::min(limits.distortionLimit, P(kMaxSquaredRadius));
+  const P y_max = limits.undistortionLimit;
+  bool failed = false;
+  P previous = 0;
+  for (P r = kStep; r * r <= x_max; r += kStep) {
+    const P rd = r * distortionFactor(r * r);
+    const P slope = (rd - previous) * 50;
+    if (!(slope >= P(0.005) && slope <= 20 && rd * rd <= y_max)) {
+      limits.distortionLimit = (r - kStep) * (r - kStep);
+      break;
+    }
+    if (!failed && !(std::abs(rd * undistortionFactor(rd * rd) - r) <= P(0.005))) {
+      limits.undistortionLimit = previous * previous;
+      failed = true;
+    }
+    previous = rd;
+  }
+  return !failed;
+}
+
+template <typename P>
+void CameraModel<P>::setMaxDistortionLimits_6paramRadial() {
+  limitToRadialPole(radialDistortion, limits);
+}
+
+template <typename P>
+void CameraModel<P>::setMaxDistortionLimits_fisheyeRational() {
+  limitToFisheyePole(radialDistortion, limits);
+}
+
+#define INSTANTIATE_LIMITS(P)                                                                   \
+  template void CameraModel<P>::setupMaxDistortionRanges(std::optional<P> imageCircleDiameter); \
+  template void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, bool verbose);   \
+  template void CameraModel<P>::findDistortionLimits();                                         \
+  template bool CameraModel<P>::marchToDistortionLimit();                                       \
+  template void CameraModel<P>::setMaxDistortionLimits_6paramRadial();                          \
+  template void CameraModel<P>::setMaxDistortionLimits_fisheyeRational();
+INSTANTIATE_LIMITS(float)
+INSTANTIATE_LIMITS(double)
+#undef INSTANTIATE_LIMITS
+
+}  // namespace CamModel
