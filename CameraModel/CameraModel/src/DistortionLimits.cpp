@@ -38,10 +38,9 @@ void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, const bool v
     limits.distortionLimit = std::min(r * r, kMax);
   }
   const auto* const traits = findTraits<P>(model);
-  const RangeSearch search = traits != nullptr ? traits->rangeSearch : RangeSearch::March;
-  if (search == RangeSearch::None) return;
-  if (search == RangeSearch::ClosedForm) {
-    traits->limitRange(radialDistortion, limits);
+  if (traits != nullptr && traits->validEverywhere) return;
+  if (traits != nullptr && traits->closedFormRange != nullptr) {
+    traits->closedFormRange(radialDistortion, limits);
   } else {
     findDistortionLimits();
   }
@@ -60,8 +59,8 @@ void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, const bool v
 template <typename P>
 void CameraModel<P>::findDistortionLimits() {
   const auto* const traits = findTraits<P>(model);
-  if (traits != nullptr && traits->limitRange != nullptr) {
-    traits->limitRange(radialDistortion, limits);
+  if (traits != nullptr && traits->limitToPole != nullptr) {
+    traits->limitToPole(radialDistortion, limits);
   }
   if (limits.distortionLimit >= P(0.0004) && !marchToDistortionLimit()) return;
   const P F = distortionFactor(limits.distortionLimit);

@@ -20,13 +20,6 @@
 
 namespace CamModel {
 
-/// How the range of valid radii of a model is found.
-enum class RangeSearch {
-  None,        ///< valid everywhere
-  ClosedForm,  ///< `limitRange` computes it
-  March,       ///< `limitRange`, if any, stays short of a pole; then a march outwards in radius
-};
-
 /// How a model is written into the legacy vector of 8 coefficients.
 struct LegacyForm {
   int mode = -1;                    ///< number of the legacy mode; -1: the model has no legacy form
@@ -52,9 +45,13 @@ struct DistortionTraits {
   /// The factor with its derivatives: J by the coefficients, dFdx by x.
   P (*derivative)(const RDVec<P>& k, P x, RDVec<P>& J, P& dFdx) = nullptr;
 
-  RangeSearch rangeSearch = RangeSearch::March;
   bool checkOmega = false;  ///< validation asks for 0 < k0 < pi
-  void (*limitRange)(const RDVec<P>& k, RadiusLimits<P>& limits) = nullptr;
+
+  // The range of valid radii: none to be found, in closed form, or (where neither is set) by a
+  // march outwards in radius, short of a pole if the model can have one.
+  bool validEverywhere = false;
+  void (*closedFormRange)(const RDVec<P>& k, RadiusLimits<P>& limits) = nullptr;
+  void (*limitToPole)(const RDVec<P>& k, RadiusLimits<P>& limits) = nullptr;
 
   LegacyForm legacy = {};
 };
@@ -72,7 +69,7 @@ inline constexpr DistortionTraits<P> kModels[] = {
      .factor = linearFactor<P>,
      .inverse = linearInverse<P>,
      .derivative = Internal::Derivatives<P, LINEAR>::distortionFactorLinear,
-     .rangeSearch = RangeSearch::None,
+     .validEverywhere = true,
      .legacy = {.mode = 0, .modeWithTangential = 0}},
     {.name = "RADIAL_2_PARAMETERS",
      .model = RADIAL_2_PARAMETERS,
@@ -91,7 +88,7 @@ inline constexpr DistortionTraits<P> kModels[] = {
      .maxCoeffs = 6,
      .factor = radialPolynomialFactor<P>,
      .derivative = Internal::Derivatives<P, RADIAL_6_PARAMETERS>::distortionFactorRadial,
-     .limitRange = limitToRadialPole<P>,
+     .limitToPole = limitToRadialPole<P>,
      .legacy = {.mode = 6, .modeWithTangential = 7, .numMarked = 6, .slots = kLegacySlots}},
     {.name = "FISHEYE_1_PARAMETER",
      .model = FISHEYE_1_PARAMETER,
@@ -99,9 +96,8 @@ inline constexpr DistortionTraits<P> kModels[] = {
      .factor = fisheye1Factor<P>,
      .inverse = fisheye1Inverse<P>,
      .derivative = Internal::Derivatives<P, FISHEYE_1_PARAMETER>::distortionFactorFisheye1Parameter,
-     .rangeSearch = RangeSearch::ClosedForm,
      .checkOmega = true,
-     .limitRange = limitFisheye1Range<P>,
+     .closedFormRange = limitFisheye1Range<P>,
      .legacy =
          {.mode = 1, .modeWithTangential = 1, .numMarked = 1, .slots = {kLegacySlots.data(), 1}}},
     {.name = "FISHEYE_4_PARAMETERS",
@@ -128,7 +124,7 @@ inline constexpr DistortionTraits<P> kModels[] = {
      .factor = fisheyeRationalFactor<P>,
      .derivative = Internal::Derivatives<P, FISHEYE_RATIONAL>::distortionFactorFisheyeRational,
      .checkOmega = true,
-     .limitRange = limitToFisheyePole<P>},
+     .limitToPole = limitToFisheyePole<P>},
 };
 
 /// The row of `model`, or null when the model is unknown.
