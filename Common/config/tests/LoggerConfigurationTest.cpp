@@ -1,0 +1,70 @@
+#include <fstream>
+
+#include "AR/Common/LogFilter.h"
+#include "AR/Common/Path.h"
+#include "TestTree.h"
+
+namespace AR::Common {
+namespace {
+
+class LoggerConfiguration : public ::testing::Test {
+ protected:
+  /// Gives the logger its default settings back.
+  void TearDown() override {
+    logger.setLevel(Logger::DEBUG);
+    logger.setFlag(0x1D, false);
+    logger.setFlag(0x22, true);
+    logger.setFile(Path(), true, false);
+    logger.getLogFilter().removeFilterLevel("AR");
+  }
+
+  void configure(const std::string& attributes, const std::string& children = "") {
+    logger.initializeLogSettingsFromConfiguration(
+        tree("<R><Orvo><Logging " + attributes + ">" + children + "</Logging></Orvo></R>"));
+  }
+
+  Logger& logger = Logger::getInstance();
+};
+
+TEST_F(LoggerConfiguration, ChangesOnlyWhatIsThere) {
+  configure("defaultLevel='verbose' timedate='True' filename='1'");
+  EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
+  EXPECT_EQ(logger.getLogFilter().level(), 5);
+  EXPECT_TRUE(logger.getFlag(0x01) && logger.getFlag(0x02) && !logger.getFlag(0x1C));
+
+  configure("timedate='false' function='true' filename='true' console='false'");
+  EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
+  EXPECT_TRUE(logger.getFlag(0x04) && logger.getFlag(0x08) && !logger.getFlag(0x13));
+
+  logger.initializeLogSettingsFromConfiguration(tree("<R><Logging defaultLevel='off'/></R>"));
+  EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
+  configure("defaultLevel='Error'");
+  EXPECT_EQ(logger.getLevel(), Logger::OFF);
+}
+
+TEST_F(LoggerConfiguration, FilterByMethodName) {
+  configure("defaultLevel='debug' filter='true'",
+            "<LogLevel name='AR::CV' level='error'/><LogLevel name='VIO'/>"
+            "<Other name='VIO' level='off'/>");
+  EXPECT_TRUE(logger.getFlag(Logger::kFlagFilter));
+  const LogFilter& filter = logger.getLogFilter();
+  EXPECT_EQ(filter.getLevel("AR::CV::Camera::init", -1), 1);
+  EXPECT_EQ(filter.getLevel("AR::Math::f", -1), 1);
+  EXPECT_EQ(filter.getLevel("VIO::setupRectifyMap", -1), 3);
+}
+
+TEST_F(LoggerConfiguration, LogFileIsAppendedTo) {
+  const std::string path = ::testing::TempDir() + "ar_config_logger.log";
+  logger.setFile(Path(path), false, false);
+  AR_LOG(Logger::ERR, "here", "first");
+  configure("logfile='" + path + "'");
+  AR_LOG(Logger::ERR, "here", "second");
+  logger.closeLogFile();
+  std::ifstream file(path);
+  const std::string content(std::istreambuf_iterator<char>(file), {});
+  EXPECT_EQ(content, "AR ERROR: first\nAR ERROR: second\n");
+  std::remove(path.c_str());
+}
+
+}  // namespace
+}  // namespace AR::Common

@@ -1,0 +1,157 @@
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <ostream>
+
+#include "AR/Common/ConfigNode.h"
+#include "AR/Common/Logger.h"
+#include "AR/Common/TinyXml.h"
+#include "XmlText.h"
+
+namespace AR::Common {
+
+namespace {
+
+constexpr char kSource[] = "Common/src/ConfigNode";
+
+/// Reads a file up to one byte more than is accepted. False when it cannot be read.
+bool tryReadFile(const char* filename, std::string& text) {
+  std::ifstream file(filename, std::ios::binary);
+  if (!file) return false;
+  char chunk[4096];
+  while (text.size() <= kMaxXmlBytes) {
+    file.read(chunk, sizeof(chunk));
+    text.append(chunk, static_cast<size_t>(file.gcount()));
+    if (!file) break;
+  }
+  return !file.bad();
+}
+
+size_t numElements(const TiXmlNode& node) {
+  size_t n = 0;
+  for (auto* e = node.FirstChildElement(); e != nullptr; e = e->NextSiblingElement()) ++n;
+  return n;
+}
+
+std::string indentation(size_t indent, size_t depth) { return std::string(indent * depth, ' '); }
+
+}  // namespace
+
+ConfigNode::ConfigNode(const char* filenameXML) {
+  if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return;
+  const bool wasSet = setFromXMLFile(filenameXML);
+  AR_CHECK(wasSet, "wasSet && \"Failed loading/parsing XML from file\"", kSource);
+}
+
+bool ConfigNode::setFromXMLFile(const char* filenameXML) {
+  if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return false;
+  std::string text;
+  if (!tryReadFile(filenameXML, text)) {
+    AR_LOGF(Logger::ERR, kSource, "Failed loading XML from file '%s'", filenameXML);
+    return false;
+  }
+  TiXmlDocument document;
+  if (const auto error = parseXml(std::move(text), document)) {
+    AR_LOGF(Logger::ERR, kSource, "Parsing XML from file %s returned %d (XML syntax error)",
+            filenameXML, error->id);
+    return false;
+  }
+  return setFromXMLDocument(&document);
+}
+
+bool ConfigNode::setFromXMLString(const char* xml) {
+  if (!AR_CHECK(xml, "xml", kSource)) return false;
+  TiXmlDocument document;
+  if (const auto error = parseXml(xml, document)) {
+    AR_LOGF(Logger::ERR, kSource, "Got XML parsing error! %s, line %d, col %d",
+            error->description.empty() ? "unknown" : error->description.c_str(), error->row,
+            error->column);
+    return false;
+  }
+  return setFromXMLDocument(&document);
+}
+
+bool ConfigNode::setFromXMLDocument(const TiXmlDocument* document) {
+  if (!AR_CHECK(document, "document", kSource)) return false;
+  ConfigNode root;
+  const bool wasBuilt =
+      numElements(*document) == 1 && tryBuild(*document->FirstChildElement(), 1, root);
+  if (!AR_CHECK(wasBuilt, "wasBuilt && \"One root element, not nested too deep\"", kSource)) {
+    return false;
+  }
+  *this = std::move(root);
+  return true;
+}
+
+// Fails when elements are nested too deep, and leaves an incomplete node then.
+bool ConfigNode::tryBuild(const TiXmlElement& element, const int depth, ConfigNode& node) {
+  if (depth > kMaxDepth) return false;
+  node.mName = element.ValueStr();
+  for (auto* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
+    node.mAttributes[a->Name()] = a->ValueStr();
+  }
+  for (auto* e = element.FirstChildElement(); e != nullptr; e = e->NextSiblingElement()) {
+    if (!tryBuild(*e, depth + 1, node.appendChild({}))) return false;
+  }
+  return true;
+}
+
+bool ConfigNode::updateFromXMLFile(const char* filenameXML) {
+  ConfigNode update;
+  if (!update.setFromXMLFile(filenameXML)) return false;
+  if (mName.empty()) mName = update.mName;
+  if (update.mName != mName) {
+    AR_LOGF(Logger::ERR, kSource, "Root tag of XML file '%s' is '%s' instead of '%s'", filenameXML,
+            update.mName.c_str(), mName.c_str());
+    return false;
+  }
+  mergeFrom(std::move(update));
+  return true;
+}
+
+void ConfigNode::mergeFrom(ConfigNode&& other) {
+  for (auto& [name, value] : other.mAttributes) mAttributes[name] = std::move(value);
+  std::map<std::string, std::vector<ConfigNode*>> partners;
+  for (const auto& child : mChildren) partners[child->mName].push_back(child.get());
+  std::map<std::string, size_t> numMerged;
+  for (auto& child : other.mChildren) {
+    const auto& sameTag = partners[child->mName];
+    const size_t n = numMerged[child->mName]++;
+    if (n < sameTag.size()) {
+      sameTag[n]->mergeFrom(std::move(*child));
+    } else {
+      mChildren.push_back(std::move(child));
+    }
+  }
+}
+
+bool ConfigNode::writeToXML(const char* filenameXML, const int indent) const {
+  if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return false;
+  std::ofstream file(filenameXML, std::ios::binary);
+  const bool wasWritten = writeToXML(file, indent);
+  file.close();
+  return wasWritten && file.good();
+}
+
+bool ConfigNode::writeToXML(std::ostream& stream, const int indent) const {
+  stream << "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";
+  if (mName.empty()) return false;
+  writeElement(stream, static_cast<size_t>(std::max(indent, 0)), 0);
+  return stream.good();
+}
+
+void ConfigNode::writeElement(std::ostream& stream, const size_t indent, const size_t depth) const {
+  stream << indentation(indent, depth) << '<' << mName;
+  for (const auto& [name, value] : mAttributes) {
+    stream << ' ' << name << "=\"" << escapeXml(value) << '"';
+  }
+  if (mChildren.empty()) {
+    stream << " />\n";
+    return;
+  }
+  stream << ">\n";
+  for (const auto& child : mChildren) child->writeElement(stream, indent, depth + 1);
+  stream << indentation(indent, depth) << "</" << mName << ">\n";
+}
+
+}  // namespace AR::Common

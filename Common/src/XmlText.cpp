@@ -1,0 +1,228 @@
+#include "XmlText.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "AR/Common/ConfigNode.h"
+#include "AR/Common/TinyXml.h"
+#include "ValueText.h"
+
+namespace AR::Common {
+
+namespace {
+
+constexpr int kMaxAttributes = 4096;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || static_cast<uint8_t>(c) >= 127;
+}
+
+bool isNameStart(char c) { return isLetter(c) || c == '_'; }
+
+bool isNamePart(char c) {
+  return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == ':';
+}
+
+/// Number of bytes of a character in UTF-8 by its first byte; 0 when none begins with it.
+size_t utf8Length(char first) {
+  const auto byte = static_cast<uint8_t>(first);
+  if (byte < 0x80) return 1;
+  if (byte < 0xC2 || byte > 0xF4) return 0;
+  return byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
+}
+
+/// Number of bytes of the character at the front of `text`, 0 when it is cut or broken.
+size_t wholeCharacter(std::string_view text) {
+  const size_t length = utf8Length(text.front());
+  const std::string_view rest = text.substr(0, length).substr(length > 0 ? 1 : 0);
+  const bool isWhole = rest.size() + 1 == length &&
+                       std::all_of(rest.begin(), rest.end(),
+                                   [](char c) { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; });
+  return isWhole ? length : 0;
+}
+
+/// Whether "&#" begins something else than a character reference. tinyxml looks for the end of one
+/// as far as it takes, beyond tags and quotes.
+bool hasBrokenReference(std::string_view text) {
+  for (size_t at = text.find("&#"); at != std::string_view::npos; at = text.find("&#", at + 2)) {
+    std::string_view digits = text.substr(at + 2);
+    const bool isHex = digits.starts_with('x');
+    if (isHex) digits.remove_prefix(1);
+    const size_t end = digits.find_first_not_of(isHex ? "0123456789abcdefABCDEF" : "0123456789");
+    if (end == 0 || end == std::string_view::npos || digits[end] != ';') return true;
+  }
+  return false;
+}
+
+/// Walks once over a text and finds elements where tinyxml will find them, so that its recursion is
+/// bounded before it starts. Leaves to tinyxml every error that it notices itself.
+class XmlScan {
+ public:
+  explicit XmlScan(std::string& text) : mText(text) {}
+
+  std::optional<XmlError> run() {
+    const bool isAccepted = isReadable() && scanMarkup();
+    if (isAccepted) return std::nullopt;
+    return mError;
+  }
+
+ private:
+  bool refuse(int id, const char* description) {
+    const std::string_view before = std::string_view(mText).substr(0, mAt);
+    const size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
+    mError = {id, description, static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1,
+              static_cast<int>(mAt - lineStart) + 1};
+    return false;
+  }
+
+  bool refuse(const char* description) { return refuse(TiXmlBase::TIXML_ERROR, description); }
+
+  bool isReadable() {
+    if (mText.size() > kMaxXmlBytes) return refuse("larger than 16 MiB");
+    for (size_t length = 0; mAt < mText.size(); mAt += length) {
+      if (mText[mAt] == '\0') return refuse(TiXmlBase::TIXML_ERROR_EMBEDDED_NULL, "zero byte");
+      length = wholeCharacter(std::string_view(mText).substr(mAt));
+      // tinyxml would take the bytes behind a broken character, quotes and all, for a part of it.
+      if (length == 0) return refuse("not UTF-8");
+    }
+    return true;
+  }
+
+  bool scanMarkup() {
+    mAt = mText.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+    while (scanText()) {
+      if (mAt == mText.size()) {
+        return mNumRoots == 1 || refuse(TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY, "no root element");
+      }
+      if (!scanOneMarkup()) return false;
+    }
+    return false;
+  }
+
+  bool scanText() {
+    const size_t end = std::min(mText.find('<', mAt), mText.size());
+    const std::string_view text = std::string_view(mText).substr(mAt, end - mAt);
+    if (mDepth == 0 && !skipWhiteSpace(text).empty()) return refuse("text outside the root");
+    if (hasBrokenReference(text)) return refuse("broken character reference");
+    mAt = end;
+    return true;
+  }
+
+  bool scanOneMarkup() {
+    if (isAt("<!--")) return skipPast("-->", 4);
+    if (isAt("<![CDATA["))
+      return mDepth == 0 ? refuse("text outside the root") : skipPast("]]>", 9);
+    if (isAt("<?")) return blankInstruction();
+    if (isAt("</")) return scanEndTag();
+    const bool isElement = mAt + 1 < mText.size() && isNameStart(mText[mAt + 1]);
+    return isElement ? scanStartTag() : skipPast(">", 1);
+  }
+
+  bool isAt(std::string_view start) const { return mText.compare(mAt, start.size(), start) == 0; }
+
+  bool skipPast(std::string_view end, size_t from) {
+    const size_t found = mText.find(end, mAt + from);
+    if (found == std::string::npos) return refuse("unexpected end");
+    mAt = found + end.size();
+    return true;
+  }
+
+  // tinyxml does not always agree with XML on where an instruction ends; it never sees one.
+  bool blankInstruction() {
+    const size_t start = mAt;
+    if (!skipPast("?>", 2)) return false;
+    const auto isNotLineEnd = [](char c) { return c != '\n' && c != '\r'; };
+    std::replace_if(mText.begin() + static_cast<std::ptrdiff_t>(start),
+                    mText.begin() + static_cast<std::ptrdiff_t>(mAt), isNotLineEnd, ' ');
+    return true;
+  }
+
+  bool scanEndTag() {
+    if (mDepth == 0) return refuse("end tag without its element");
+    --mDepth;
+    return skipPast(">", 2);
+  }
+
+  bool scanStartTag() {
+    if (mDepth == 0 && mNumRoots == 1) return refuse("more than one root element");
+    if (mDepth == 0) ++mNumRoots;
+    if (mDepth == ConfigNode::kMaxDepth) return refuse("elements nested too deep");
+    ++mDepth;
+    return scanAttributes();
+  }
+
+  bool scanAttributes() {
+    int numAttributes = 0;
+    for (++mAt; mAt < mText.size(); ++mAt) {
+      const char c = mText[mAt];
+      if (c == '>') return endStartTag();
+      if (c == '=' && ++numAttributes > kMaxAttributes) return refuse("too many attributes");
+      if ((c == '"' || c == '\'') && !scanValue(c)) return false;
+    }
+    return refuse("unexpected end");
+  }
+
+  /// From an opening to the closing quote.
+  bool scanValue(char quote) {
+    const size_t start = mAt;
+    if (!skipPast({&quote, 1}, 1)) return false;
+    --mAt;
+    const std::string_view value = std::string_view(mText).substr(start, mAt - start);
+    return !hasBrokenReference(value) || refuse("broken character reference");
+  }
+
+  bool endStartTag() {
+    if (mText[mAt - 1] == '/') --mDepth;
+    ++mAt;
+    return true;
+  }
+
+  std::string& mText;
+  size_t mAt = 0;
+  int mDepth = 0;
+  int mNumRoots = 0;
+  XmlError mError;
+};
+
+std::string characterReference(char c) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  const auto byte = static_cast<uint8_t>(c);
+  return {'&', '#', 'x', kDigits[byte >> 4], kDigits[byte & 15], ';'};
+}
+
+bool needsReference(char c) {
+  return static_cast<uint8_t>(c) < 32 || c == '&' || c == '<' || c == '>' || c == '"' || c == '\'';
+}
+
+}  // namespace
+
+std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document) {
+  if (std::optional<XmlError> error = XmlScan(text).run()) return error;
+  document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UTF8);
+  if (!document.Error()) return std::nullopt;
+  return XmlError{document.ErrorId(), document.ErrorDesc(), document.ErrorRow(),
+                  document.ErrorCol()};
+}
+
+std::string escapeXml(std::string_view text) {
+  std::string escaped;
+  while (!text.empty()) {
+    // A byte outside any character would keep the document from being loaded again.
+    const size_t length = wholeCharacter(text);
+    if (length == 0 || needsReference(text.front())) {
+      escaped += characterReference(text.front());
+    } else {
+      escaped += text.substr(0, length);
+    }
+    text.remove_prefix(std::max<size_t>(length, 1));
+  }
+  return escaped;
+}
+
+bool isXmlName(std::string_view name) {
+  return !name.empty() && isNameStart(name.front()) &&
+         std::all_of(name.begin(), name.end(), isNamePart);
+}
+
+}  // namespace AR::Common

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+class TiXmlDocument;
+
+namespace AR::Common {
+
+/// Why a text is not an XML document of ours.
+struct XmlError {
+  int id = 0;               ///< The parser's number of the error.
+  std::string description;  ///< May be empty.
+  int row = 0;              ///< From 1; 0 or less when not known.
+  int column = 0;
+};
+
+/// Parses `text`, which must be UTF-8, into `document`. Before the parser sees it, refuses what it
+/// cannot stand or does not notice; see ConfigNode's loading functions.
+[[nodiscard]] std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document);
+
+/// The largest text that parseXml takes, in bytes.
+inline constexpr size_t kMaxXmlBytes = size_t{16} << 20;
+
+/// `text` as the value of an attribute between double quotes.
+[[nodiscard]] std::string escapeXml(std::string_view text);
+
+/// Whether `name` can name an element or attribute. Every byte beyond ASCII counts as a letter.
+[[nodiscard]] bool isXmlName(std::string_view name);
+
+}  // namespace AR::Common
