@@ -1,0 +1,255 @@
+#include "AR/CV/Stereo/Rectify.h"
+
+#include <cmath>
+#include <limits>
+
+#include "AR/Common/Macros.h"
+#include "AR/Common/SaturatingCast.h"
+#include "AR/Math/Constants.h"
+#include "AR/Math/Matrix.h"
+#include "CameraModel/IntrinsicRecord.h"
+#include "RectifyInternal.h"
+
+namespace AR::CV {
+namespace {
+
+using Common::assertSuccess;
+using Common::Logger;
+using Internal::kRectifySource;
+
+/// f = h / |ideal(bottom) - ideal(top)| of the source left camera's centre column: the target sees
+/// exactly the vertical extent that the source sees there. In double: the rounding of f in single
+/// precision alone would scale every row. Returns 0 when an end of the column has no ideal point.
+template <typename F>
+double centreColumnFocalLength(const Camera<F>& sourceLeft) {
+  const Math::Vec<F, 2>& size = sourceLeft.getSize();
+  Math::Vec<F, 2> top;
+  Math::Vec<F, 2> bottom;
+  const bool found = sourceLeft.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, F(0)), top) &&
+                     sourceLeft.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, size(1)), bottom);
+  if (!AR_CHECK(found, "0", kRectifySource)) return 0;
+  return static_cast<double>(size(1)) /
+         Math::norm(bottom.template cast<double>() - top.template cast<double>());
+}
+
+template <typename F>
+F targetWidth(std::uint32_t targetImageWidth, const Math::Vec<F, 2>& size) {
+  if (targetImageWidth == 0) return size(0);
+  AR_CHECK(targetImageWidth <= Common::saturatingCast<std::uint32_t>(size(0)),
+           "targetImageWidth == 0u || targetImageWidth <= static_cast<uint32_t>(size(0))",
+           kRectifySource);
+  return static_cast<F>(targetImageWidth);
+}
+
+/// A pinhole model whose principal point is the image centre, moved right by `offsetX`.
+template <typename F>
+CamModel::CameraModel<F> pinholeModel(const Math::Vec<F, 2>& size, const Math::Vec<F, 2>& focal,
+                                      F offsetX) {
+  CamModel::CameraModel<F> model;
+  model.size = size;
+  model.principalPoint = Math::Vec<F, 2>(size(0) / 2 + offsetX, size(1) / 2);
+  model.focalLength = focal;
+  model.model = CamModel::LINEAR;
+  model.limits = {F(625), F(625)};
+  model.setupValidDistortionRange({F(180), F(0), false}, false);
+  return model;
+}
+
+template <typename F>
+void initTargetCamera(FullCamera<F>& camera, const CamModel::CameraModel<F>& model,
+                      const Math::Vec<F, 3>& translation, const char* name) {
+  const Math::SE3<F> T_local_ref(Math::SO3<F>(), translation);
+  assertSuccess(
+      camera.init(model, T_local_ref, CamImageId(name), false, F(0), CaptureDetails(), 0));
+}
+
+/// Reports a source rig whose left camera is not the reference frame itself.
+template <typename F>
+void checkLeftCameraAtOrigin(const Math::SE3<F>& T_olol) {
+  AR_CHECK(Math::isIdentity(T_olol.rotation().matrix()),
+           "Math::isIdentity(T_olol.rotation().matrix())", kRectifySource);
+  AR_CHECK(Math::norm(T_olol.translation()) == 0, "Math::norm(T_olol.translation())==0",
+           kRectifySource);
+}
+
+/// Half of the rotation R_orol: turned by it, each camera looks half-way towards the other.
+template <typename F>
+Math::SO3<F> halfRotation(const Math::SO3<F>& R_orol) {
+  Math::Vec<F, 3> axis;
+  F angle;
+  Math::matrix2AxisAngle(R_orol.matrix(), axis, angle);
+  const Math::Vec<F, 3> rotation = angle != 0 ? axis * angle : axis;
+  return Math::SO3<F>::exp(rotation * F(0.5));
+}
+
+/// The rotation that turns direction `from` into direction `to` about their common normal.
+/// Lengths and angle in double: acos in single precision costs up to 0.2 pixels of row error, and
+/// squares of very short or long baselines leave its range.
+template <typename F>
+Math::SO3<F> alignment(const Math::Vec<double, 3>& from, const Math::Vec<double, 3>& to) {
+  const Math::Vec<double, 3> u = Math::unit(from);
+  const Math::Vec<double, 3> v = Math::unit(to);
+  Math::Vec<double, 3> axis = Math::cross(u, v);
+  const double sinAngle = Math::norm(axis);
+  const double angle = std::atan2(sinAngle, Math::dot(u, v));
+  axis = sinAngle == 0 ? Math::Vec<double, 3>(-u(1), u(0), u(2)) : axis / sinAngle;
+  return Math::SO3<F>::exp((axis * angle).template cast<F>());
+}
+
+/// R_oltl of a pair with pose `T_orol` whose baseline is to lie along the unit vector
+/// `baselineDir_t`.
+template <typename F>
+Math::SO3<F> rectifyingRotation(const Math::SE3<F>& T_orol, const Math::Vec<F, 3>& baselineDir_t) {
+  const Math::SO3<F> R_half = halfRotation(T_orol.rotation());
+  const Math::SE3<double> T = T_orol.template cast<double>();
+  const Math::Vec<double, 3> baselineVec_ol = T.rotation().inverse() * T.translation();
+  const Math::Vec<double, 3> baselineVec_half = R_half.template cast<double>() * baselineVec_ol;
+  const Math::Vec<double, 3> dir_t = baselineDir_t.template cast<double>();
+  Internal::logVector("", baselineVec_half, Logger::DEBUG);
+  const Math::SO3<F> R_tlol = alignment<F>(baselineVec_half, dir_t) * R_half;
+  const Math::Vec<double, 3> baselineVec_tl = R_tlol.template cast<double>() * baselineVec_ol;
+  Internal::logVector("", baselineVec_tl, Logger::DEBUG);
+  AR_CHECK(std::fabs(Math::dot(Math::unit(baselineVec_tl), dir_t) - 1) < 0.0001,
+           "(Math::fabs(Math::dot(Math::unit(R_oltl.inverse()*baselineVec_ol), "
+           "baselineDir_target_t) - 1)) < 0.0001",
+           kRectifySource);
+  return R_tlol.inverse();
+}
+
+template <typename F>
+F angleBetween(const Math::Vec<F, 3>& a, const Math::Vec<F, 3>& b) {
+  const F cosine = Math::dot(a, b) / (Math::norm(a) * Math::norm(b));
+  if (cosine < -1) return F(AR_PI);
+  if (cosine > 1) return F(0);
+  return std::acos(cosine);
+}
+
+/// Turns the target pair about its baseline so that its axis comes as close to `dir_ol` as it can:
+/// the rectification stays, the view moves.
+template <typename F>
+void turnTowards(const Math::Vec<F, 3>& dir_ol, const Math::Vec<F, 3>& baselineDir,
+                 Math::SO3<F>& R_oltl) {
+  const Math::Vec<F, 3> newDir_tl(F(0), F(0), F(1));
+  const Math::Vec<F, 3> currentDir_tl = Math::unit(R_oltl.inverse() * dir_ol);
+  const F angleFromTargetBefore = angleBetween(currentDir_tl, newDir_tl);
+  AR_CHECK(angleFromTargetBefore < F(AR_PI / 4), "angleFromTargetBefore < FloatType(AR_PI/4)",
+           kRectifySource);
+  AR_CHECK(Math::dot(currentDir_tl, newDir_tl) > 0, "Math::dot(currentDir_tl, newDir_tl) > 0",
+           kRectifySource);
+  const Math::Vec<F, 3> nearCurrentDir_tl = Math::perpendicular(baselineDir, currentDir_tl);
+  const Math::Vec<F, 3> nearNewDir_tl = Math::perpendicular(baselineDir, newDir_tl);
+  AR_CHECK(Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0,
+           "Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0", kRectifySource);
+  R_oltl = R_oltl * Math::SO3<F>::exp(Math::makeso3FromTo(nearNewDir_tl, nearCurrentDir_tl));
+  const F angleFromTargetAfter = angleBetween(R_oltl.inverse() * dir_ol, newDir_tl);
+  AR_CHECK(angleFromTargetBefore > angleFromTargetAfter,
+           "angleFromTargetBefore > angleFromTargetAfter", kRectifySource);
+  AR_LOGF(Logger::DEBUG, kRectifySource,
+          "Target calibration angle from desired direction %frads; was %frads.",
+          static_cast<double>(angleFromTargetAfter), static_cast<double>(angleFromTargetBefore));
+}
+
+/// Gives both target cameras the principal point `pixel`. The right camera's disparity offset is
+/// deliberately not applied again.
+template <typename F>
+void movePrincipalPoint(const Math::Vec<F, 2>& pixel, FullStereoCameraCalibration<F>& target) {
+  for (FullCamera<F>& camera : target) {
+    IntrinsicCameraCalibrationZEL record = CamModel::toRecord(camera.getIntrinsics().getCamModel());
+    record.principal_point_x = static_cast<double>(pixel(0));
+    record.principal_point_y = static_cast<double>(pixel(1));
+    assertSuccess(camera.initIntrinsics(CamModel::CameraModel<F>(record)));
+  }
+}
+
+/// Turns the target pair towards `desiredDir` and puts that direction into the principal point.
+template <typename F>
+void repoint(const Math::SE3<F>& T_ref, const Math::Vec<F, 3>& desiredDir,
+             const Math::Vec<F, 3>& baselineDir, FullStereoCameraCalibration<F>& target,
+             Math::SO3<F>& R_oltl) {
+  const Math::Vec<F, 3> dir_ol = T_ref.rotation().inverse() * desiredDir;
+  turnTowards(dir_ol, baselineDir, R_oltl);
+  const Math::Vec<F, 3> dir_tl = Math::unit(R_oltl.inverse() * dir_ol);
+  Math::Vec<F, 2> pixel;
+  const bool projected = target.at(0).getIntrinsics().tryProjectToPix(dir_tl, pixel);
+  if (AR_CHECK(projected, "0 && \"Principal point moved outside FOV. Rotation too large\"",
+               kRectifySource)) {
+    movePrincipalPoint(pixel, target);
+  }
+}
+
+}  // namespace
+
+template <typename F>
+TargetIntrinsicsParams<F> Internal::setupTargetIntrinsics(std::uint32_t numDisparities, F minDepth,
+                                                          F maxDepth, F focalTimesBaseline) {
+  AR_CHECK(minDepth <= maxDepth, "minDepth <= maxDepth", kRectifySource);
+  if (!(minDepth > 0)) return {F(1), F(0)};
+  const F offsetX = static_cast<F>(numDisparities) / (maxDepth / minDepth - 1);
+  return {offsetX * maxDepth / focalTimesBaseline, offsetX};
+}
+
+template <typename F>
+std::size_t Internal::getBaselineIdx(const FullStereoCameraCalibration<F>& calib) {
+  const Math::Vec<F, 3> t = calib.at(1).getCamReferenceToLocal().translation();
+  const F x = std::fabs(t(0));
+  const F y = std::fabs(t(1));
+  std::size_t baselineIdx = x < y ? 1 : 0;
+  if (std::max(x, y) < std::fabs(t(2))) baselineIdx = 2;
+  AR_CHECK(baselineIdx <= 1, "baselineIdx <= 1", kRectifySource);
+  return baselineIdx;
+}
+
+template <typename F>
+void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
+                           std::uint32_t numDisparities, F minDepth, F maxDepth,
+                           std::uint32_t targetImageWidth, const Math::SE3<F>& T_ref,
+                           const Math::Vec<F, 3>& desiredDir,
+                           FullStereoCameraCalibration<F>& target, Math::SO3<F>& R_oltl,
+                           DepthParams<F>& depthParams) {
+  const FullCamera<F>& left = calib.at(0);
+  const FullCamera<F>& right = calib.at(1);
+  if (calib.size() < 2) return;  // reported by the lookup
+  const Math::SE3<F> T_orol = right.getCamReferenceToLocal();
+  const double length = Math::norm(T_orol.translation().template cast<double>());
+  const F f = static_cast<F>(centreColumnFocalLength(left.getIntrinsics()));
+  if (f == 0) return;
+  if (!assertSuccess(length <= static_cast<double>(std::numeric_limits<F>::max()))) return;
+  const F B = static_cast<F>(length);
+  const Math::Vec<F, 2> sourceSize = left.getIntrinsics().getSize();
+  const TargetIntrinsicsParams<F> params =
+      Internal::setupTargetIntrinsics(numDisparities, minDepth, maxDepth, f * B);
+  const Math::Vec<F, 2> size(targetWidth(targetImageWidth, sourceSize), sourceSize(1));
+  const Math::Vec<F, 2> focal(f * params.scale, f);
+
+  const std::size_t baselineIdx = Internal::getBaselineIdx(calib);
+  AR_LOGF(Logger::DEBUG, kRectifySource, "Baseline is parallel to axis %zu", baselineIdx);
+  Math::Vec<F, 3> baselineDir_t;
+  baselineDir_t(baselineIdx) = -1;
+  target.setupEmptyCalibrationWithDefaultIds(2);
+  initTargetCamera(target.at(0), pinholeModel(size, focal, F(0)), Math::Vec<F, 3>(), "left");
+  initTargetCamera(target.at(1), pinholeModel(size, focal, params.offsetX), baselineDir_t * B,
+                   "right");
+  if (!target.isInitialized()) return;
+
+  checkLeftCameraAtOrigin(left.getCamReferenceToLocal());
+  R_oltl = rectifyingRotation(T_orol, baselineDir_t);
+  if (!Math::isZero(desiredDir)) {
+    repoint(T_ref, desiredDir, baselineDir_t, target, R_oltl);
+    if (!target.isInitialized()) return;
+  }
+  depthParams.offsetX = params.offsetX;
+  depthParams.constant = f * B * params.scale;
+  Internal::checkMappingFactor(size, target, depthParams);
+  Internal::validateStereoRectify(calib, target, R_oltl);
+}
+
+template void makeTargetCalibration(const FullStereoCameraCalibration<float>&, std::uint32_t, float,
+                                    float, std::uint32_t, const Math::SE3<float>&,
+                                    const Math::Vec<float, 3>&, FullStereoCameraCalibration<float>&,
+                                    Math::SO3<float>&, DepthParams<float>&);
+
+template TargetIntrinsicsParams<float> Internal::setupTargetIntrinsics(std::uint32_t, float, float,
+                                                                       float);
+template std::size_t Internal::getBaselineIdx(const FullStereoCameraCalibration<float>&);
+
+}  // namespace AR::CV
