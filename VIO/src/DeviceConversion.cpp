@@ -1,0 +1,128 @@
+#include "VIO/DeviceConversion.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+#include "AR/CV/Camera/Interchange.h"
+#include "AR/Common/TimeStamp.h"
+#include "AR/Common/WorkerPool.h"
+#include "CameraModel/DistortionModel.h"
+#include "VIO/StereoRectifyWrapper.h"
+
+namespace VIO {
+namespace {
+
+using AR::CV::CamImageId;
+using AR::CV::FullCamera;
+using AR::CV::FullStereoCameraCalibration;
+using AR::Math::SE3;
+
+constexpr std::int32_t kUnconvertible = 1999998;
+
+bool isFiniteFloat(double value) { return std::fabs(value) <= std::numeric_limits<float>::max(); }
+
+bool areFiniteFloats(const double* first, std::size_t count) {
+  return std::all_of(first, first + count, isFiniteFloat);
+}
+
+bool isUnitQuaternion(const XrPosedZEL_t::Quaternion& q) {
+  return std::fabs(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w - 1) < 0.001;
+}
+
+bool isConvertible(const XrPosedZEL_t& pose) {
+  const auto& t = pose.position;
+  return isUnitQuaternion(pose.orientation) && isFiniteFloat(t.x) && isFiniteFloat(t.y) &&
+         isFiniteFloat(t.z);
+}
+
+bool isConvertible(const IntrinsicCameraCalibrationZEL& record) {
+  const bool knownModel = record.distortion_model >= CamModel::LINEAR &&
+                          record.distortion_model <= CamModel::FISHEYE_RATIONAL;
+  return knownModel && isFiniteFloat(record.principal_point_x) &&
+         isFiniteFloat(record.principal_point_y) && isFiniteFloat(record.focal_length_x) &&
+         isFiniteFloat(record.focal_length_y) &&
+         areFiniteFloats(record.distortion, std::size(record.distortion)) &&
+         isFiniteFloat(record.distortion_limit) && isFiniteFloat(record.undistortion_limit);
+}
+
+/// `defaultId` is what a camera is called that neither its place nor its record names.
+CamImageId cameraId(const CameraCalibrationZEL& record, std::size_t index,
+                    const CamImageId& defaultId) {
+  if (index == 0) return CamImageId("trackingA0");
+  if (index == 1) return CamImageId("trackingB1");
+  return record.name[0] == '\0' ? defaultId : CamImageId(record.name);
+}
+
+bool tryInitCamera(const CameraCalibrationZEL& record, std::size_t index,
+                   FullCamera<float>& camera) {
+  const auto lineTime =
+      static_cast<float>(AR::Common::TimeStamp::fromNanoSeconds(record.line_time_ns).seconds());
+  const bool isRollingShutter = record.line_time_ns != 0;
+  const bool ok =
+      camera.init(CamModel::CameraModel<float>(record.intrinsics), AR::CV::toXRRD(record.pose),
+                  cameraId(record, index, camera.getCamId()), isRollingShutter, lineTime,
+                  record.capture_details, 0.0);
+  if (isRollingShutter) {
+    camera.getRSCorrector().centerRow = static_cast<float>(record.rs_center_row);
+  }
+  return ok;
+}
+
+SE3<float> imuPose(const XrPosedZEL_t& pose) {
+  return isConvertible(pose) ? AR::CV::toXRRD(pose) : SE3<float>();
+}
+
+IMUCalibration<float> convertImu(const ImuCalibrationZEL& record) {
+  IMUCalibration<float> imu;
+  for (std::size_t i = 0; i < std::size(imu.vectors); ++i) {
+    for (std::size_t k = 0; k < 3; ++k) {
+      const double value = record.vectors[i][k];
+      imu.vectors[i](k) = isFiniteFloat(value) ? static_cast<float>(value) : 0.0F;
+    }
+  }
+  imu.T_imu_ref = imuPose(record.pose);
+  return imu;
+}
+
+bool areConvertible(const DeviceCalibrationZEL& record) {
+  if (!(record.num_cameras >= 0 && record.num_cameras <= DeviceCalibrationZEL::kMaxCameras)) {
+    return false;
+  }
+  return std::all_of(record.cameras, record.cameras + record.num_cameras,
+                     [](const CameraCalibrationZEL& camera) {
+                       return isConvertible(camera.intrinsics) && isConvertible(camera.pose);
+                     });
+}
+
+}  // namespace
+
+bool tryDeviceFromIdl(const DeviceCalibrationZEL& record, FullStereoCameraCalibration<float>& rig,
+                      IMUCalibration<float>& imu) {
+  if (!areConvertible(record)) return false;
+  if (record.num_imus >= 1) imu = convertImu(record.imus[0]);
+  const auto count = static_cast<unsigned>(record.num_cameras);
+  rig.setupEmptyCalibrationWithDefaultIds(count);
+  std::atomic<bool> ok = true;
+  AR::Common::WorkerPools::dispatch(
+      [&](int i) {
+        const auto index = static_cast<std::size_t>(i);
+        if (!tryInitCamera(record.cameras[index], index, rig.at(index))) ok = false;
+      },
+      unsigned(count));
+  return ok;
+}
+
+}  // namespace VIO
+
+std::int32_t copySourceAndTargetCalibration(const DeviceCalibrationZEL& source,
+                                            const DeviceCalibrationZEL& target,
+                                            AR::CV::FullStereoCameraCalibration<float>& sourceCal,
+                                            AR::CV::FullStereoCameraCalibration<float>& targetCal) {
+  VIO::IMUCalibration<float> scratch;
+  const bool converted = VIO::tryDeviceFromIdl(source, sourceCal, scratch) &&
+                         VIO::tryDeviceFromIdl(target, targetCal, scratch);
+  return converted ? 0 : VIO::kUnconvertible;
+}

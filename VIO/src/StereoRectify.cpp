@@ -1,0 +1,155 @@
+#include "VIO/StereoRectify.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "AR/CV/Image/ImageOps.h"
+#include "AR/Common/Logger.h"
+#include "AR/Common/Macros.h"
+#include "AR/Common/SaturatingCast.h"
+
+namespace VIO {
+namespace {
+
+using AR::Common::ArrayView;
+using AR::Common::assertSuccess;
+using AR::Common::Logger;
+using AR::CV::Camera;
+using AR::CV::FullCamera;
+using AR::Math::SE3;
+using AR::Math::SO3;
+using AR::Math::Vec;
+using ImageF = AR::CV::Image<float>;
+
+constexpr char kSource[] = "VIO/src/StereoRectify";
+constexpr float kNoSource = -1.0F;
+
+Vec<int, 2> pixelSize(const Camera<float>& camera) {
+  return {AR::Common::saturatingCast<int>(camera.getSize()(0)),
+          AR::Common::saturatingCast<int>(camera.getSize()(1))};
+}
+
+bool isPairOfSize(const ArrayView<ImageF>& mapXY, const Vec<int, 2>& size, const char* textX,
+                  const char* textY) {
+  if (!AR_CHECK(mapXY.size() == 2, "mapXY.size() == 2", kSource)) return false;
+  const bool x = AR_CHECK(mapXY[0].size() == size, textX, kSource);
+  const bool y = AR_CHECK(mapXY[1].size() == size, textY, kSource);
+  return x && y;
+}
+
+void clearToNoSource(ArrayView<ImageF>& mapXY) {
+  for (ImageF& image : mapXY) image.clear(kNoSource);
+}
+
+}  // namespace
+
+void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
+                     const FullCamera<float>& target, const SO3<float>& R_oltl,
+                     ArrayView<ImageF>& mapXY) {
+  const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
+  const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
+  const SO3<float> R_map = R_s_ol * R_oltl * R_t_tl.inverse();
+  const bool haveSource = AR_CHECK(source.isInitialized(), "isInitialized()", kSource);
+  const bool haveTarget = AR_CHECK(target.isInitialized(), "isInitialized()", kSource);
+  if (!haveSource || !haveTarget) return;
+  const Vec<int, 2> size = pixelSize(target.getIntrinsics());
+  for (ImageF& image : mapXY) image.allocPixels(size, AR::CV::MEMORY_ALIGNMENT_16, false);
+  if (!isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size")) return;
+  clearToNoSource(mapXY);
+  const AR::CV::MapJob<float> job(source.getIntrinsics(), target.getIntrinsics(), R_map.matrix(),
+                                  AR::CV::DepthRule::InFront, keepOutside);
+  AR::CV::fillMap(job, true, mapXY[0], mapXY[1]);
+}
+
+void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY) {
+  const Vec<int, 2> targetSize = pixelSize(target);
+  if (!isPairOfSize(mapXY, targetSize, "mapXY[0].size() == targetSize",
+                    "mapXY[1].size() == targetSize")) {
+    return;
+  }
+  clearToNoSource(mapXY);
+  const AR::CV::MapJob<float> job(source, target, R_st.matrix(), AR::CV::DepthRule::NonZero,
+                                  keepOutside);
+  AR::CV::fillMap(job, false, mapXY[0], mapXY[1]);
+}
+
+void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<float>& R_st,
+                       float focalScale, ArrayView<ImageF>& mapXY) {
+  CamModel::CameraModel<float> model;
+  model.size = source.getSize();
+  model.principalPoint = source.getPrincipalPoint();
+  model.focalLength = source.getCorrectedFocalLengthVec() * focalScale;
+  model.model = CamModel::LINEAR;
+  model.limits = {625.0F, 625.0F};
+  model.setupValidDistortionRange({180.0F, 0.0F, false}, false);
+  Camera<float> target;
+  if (!assertSuccess(target.init(model))) return;
+  setupUndistortMap(source, target, keepOutside, R_st, mapXY);
+}
+
+void setupVignettingMap(const Camera<float>& source, const Camera<float>& /*target*/,
+                        ImageF& scale) {
+  constexpr float kInvRadius2 = 6.25e-06F;  // of 400 pixels
+  constexpr float a = -1.2782925F;
+  constexpr float b = 1.0701685F;
+  constexpr float c = -0.310786F;
+  if (!assertSuccess(scale.allocPixels(pixelSize(source), AR::CV::MEMORY_ALIGNMENT_16, false))) {
+    return;
+  }
+  scale.clear(1.0F);
+  for (int y = 0; y < scale.size()(1); ++y) {
+    float* row = scale.row(y);
+    const float dy = static_cast<float>(y) - 240.0F;
+    for (int x = 0; x < scale.size()(0); ++x) {
+      const float dx = static_cast<float>(x) - 320.0F;
+      const float s = (dy * dy + dx * dx) * kInvRadius2;
+      const float g = 1.0F + a * s + b * s * s + c * s * s * s;
+      row[x] = std::clamp(row[x] / g, 0.0F, 255.0F);
+    }
+  }
+}
+
+void copyMapToArrays(const ArrayView<ImageF>& mapXY, float* mapXOut, std::uint32_t mapXOut_size,
+                     float* mapYOut, std::uint32_t mapYOut_size) {
+  if (!AR_CHECK(mapXY.size() == 2, "mapXY.size() == 2", kSource)) return;
+  AR_LOGF(Logger::DEBUG, kSource, "mapXY[0]: %zu, mapXY[1]: %zu, mapXOut_size=%u, mapYOut_size=%u",
+          mapXY[0].numPixels(), mapXY[1].numPixels(), mapXOut_size, mapYOut_size);
+  const bool fitsX = AR_CHECK(mapXY[0].numPixels() == mapXOut_size,
+                              "mapXY[0].numPixels() == mapXOut_size", kSource);
+  const bool fitsY = AR_CHECK(mapXY[1].numPixels() == mapYOut_size,
+                              "mapXY[1].numPixels() == mapYOut_size", kSource);
+  if (fitsX) copyImageToArray(mapXY[0], mapXOut);
+  if (fitsY) copyImageToArray(mapXY[1], mapYOut);
+}
+
+void copyImageToArray(const ImageF& image, float* out) {
+  if (image.numPixels() == 0) return;
+  if (!AR_CHECK(out != nullptr && image.pixels() != nullptr,
+                "out != nullptr && image.pixels() != nullptr", kSource)) {
+    return;
+  }
+  const std::size_t width = static_cast<std::size_t>(image.size()(0));
+  for (int y = 0; y < image.size()(1); ++y) {
+    std::copy_n(image.row(y), width, out + static_cast<std::size_t>(y) * width);
+  }
+}
+
+bool moveLeftCameraToOrigin(AR::CV::FullStereoCameraCalibration<float>& calib, SE3<float>& pose) {
+  const auto leftAtOrigin = [&calib] {
+    return AR::Math::isIdentity(calib.at(0).getCamReferenceToLocal().rotation().matrix());
+  };
+  if (leftAtOrigin()) return true;
+  AR_LOG(Logger::ERR, kSource,
+         "StereoRectify requires the left camera to be at the origin. Hacking calibration to move "
+         "left camera to the origin. TODO pass in 2 camera IDs as an argument and make all the "
+         "code work independently of left camera position.");
+  const SE3<float> T_ref_ol = calib.at(0).getCamReferenceToLocal().inverse();
+  calib.at(0).setExtrinsics(SE3<float>());
+  FullCamera<float>& right = calib.at(1);
+  right.setExtrinsics(right.getCamReferenceToLocal() * T_ref_ol);
+  pose = pose * T_ref_ol;
+  return leftAtOrigin();
+}
+
+}  // namespace VIO
