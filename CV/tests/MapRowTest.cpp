@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "AR/CV/Image/ImageOps.h"
+#include "AR/CV/Image/MapRow.h"
+#include "PinholeModel.h"
+#include "testing/LogCapture.h"
+
+namespace AR::CV {
+namespace {
+
+using rectiline::testing::LogCapture;
+using testing::pinholeModel;
+using Mat3 = Math::Mat<float, 3, 3>;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+template <typename P>
+Camera<P> camera(const CamModel::CameraModel<P>& model) {
+  Camera<P> result;
+  EXPECT_TRUE(result.init(model));
+  return result;
+}
+
+/// 64 x 48 pixels; with powers of two in every place positions come out exactly.
+Camera<float> square(float cx = 32, float cy = 24, float f = 64) {
+  return camera(pinholeModel<float>(64, 48, f, cx, cy));
+}
+
+struct Mapped {
+  PixelSource reason;
+  float u = -7;
+  float v = -7;
+  MapRowReport report;
+};
+
+Mapped map(const Camera<float>& source, const Camera<float>& target, const Mat3& R, DepthRule rule,
+           int x, int y) {
+  Mapped m{};
+  m.reason = mapPixel({source, target, R, rule, false}, x, y, m.u, m.v, m.report);
+  return m;
+}
+
+TEST(MapRow, SnapsRoundingErrorsOfZeroAndRefusesTheWidth) {
+  constexpr float kSnap = 0x1p-15F;  // four units in the last place of 64
+  constexpr float kBelow64 = 0x1p-18F;
+  const struct {
+    float shift;  // of the source image
+    int x;
+    bool inside;
+    float u;
+  } kCases[] = {{0, 0, true, 0},
+                {-kSnap / 4, 0, true, 0},
+                {-kSnap, 0, true, 0},
+                {-kSnap - 0x1p-19F, 0, false, -kSnap - 0x1p-19F},
+                {0x1p-15F, 0, true, kSnap},
+                {0, 64, false, 64},
+                {0, 63, true, 63},
+                {-kBelow64, 64, true, 64 - kBelow64},
+                {0, -1, false, -1}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(::testing::Message() << c.shift << " " << c.x);
+    const Mapped m =
+        map(square(32 + c.shift), square(), Mat3::identity(), DepthRule::InFront, c.x, 5);
+    EXPECT_EQ(m.reason == PixelSource::OutsideImage, !c.inside);
+    EXPECT_EQ(m.u, c.u);
+    EXPECT_EQ(m.v, 5);
+  }
+  const Camera<float> low = square(32, 24 - kSnap / 2);
+  EXPECT_EQ(map(low, square(), Mat3::identity(), DepthRule::InFront, 1, 0).v, 0);
+  EXPECT_EQ(map(square(), square(), Mat3::identity(), DepthRule::InFront, 1, 48).reason,
+            PixelSource::OutsideImage);
+}
+
+TEST(MapRow, ANaNIsNeverInside) {
+  CamModel::CameraModel<float> model = pinholeModel<float>(64, 48, 64, 32, 24);
+  model.tangentialDistortion = {kNaN, 0};
+  const Mat3 I = Mat3::identity();
+  const Mat3 R(kNaN, 0, 0, 0, 1, 0, 0, 0, kNaN);
+  for (const DepthRule rule : {DepthRule::InFront, DepthRule::NonZero}) {
+    EXPECT_EQ(map(camera(model), square(), I, rule, 3, 3).reason, PixelSource::OutsideImage);
+    EXPECT_NE(map(square(), square(), R, rule, 3, 3).reason, PixelSource::Inside);
+  }
+}
+
+TEST(MapRow, AcceptsRaysByTheirDepth) {
+  const Mat3 kBackwards(-1, 0, 0, 0, 1, 0, 0, 0, -1);
+  const Mat3 kSideways(0, 0, 1, 0, 1, 0, -1, 0, 0);  // depth = 32 - x in units of 1 / f
+  const struct {
+    const Mat3& R;
+    float f;  // of the target
+    int x;
+    PixelSource inFront, nonZero;
+    int zeroDepth;
+  } kCases[] = {
+      {kBackwards, 64, 32, PixelSource::BehindCamera, PixelSource::Inside, 0},
+      {kSideways, 64, 32, PixelSource::BehindCamera, PixelSource::BehindCamera, 1},
+      {kSideways, 128, 31, PixelSource::BehindCamera, PixelSource::BeyondDistortion, 0},  // 0.0078
+      {kSideways, 64, 31, PixelSource::BeyondDistortion, PixelSource::BeyondDistortion, 0},
+      {kSideways, 64, 33, PixelSource::BehindCamera, PixelSource::BeyondDistortion, 0}};
+  for (const auto& c : kCases) {
+    CamModel::CameraModel<float> model = pinholeModel<float>(64, 48, 64, 32, 24);
+    model.limits.distortionLimit = 4;
+    const Camera<float> target = square(32, 24, c.f);
+    const Mapped front = map(camera(model), target, c.R, DepthRule::InFront, c.x, 24);
+    const Mapped any = map(camera(model), target, c.R, DepthRule::NonZero, c.x, 24);
+    EXPECT_EQ(front.reason, c.inFront) << c.f << " " << c.x;
+    EXPECT_EQ(any.reason, c.nonZero) << c.f << " " << c.x;
+    EXPECT_EQ(any.report.zeroDepth, c.zeroDepth);
+    EXPECT_EQ(front.report.zeroDepth, 0);
+  }
+}
+
+TEST(MapRow, WritesWhatIsInsideAndOnRequestWhatIsNot) {
+  for (const bool keepOutside : {false, true}) {
+    const Camera<float> source = square(33), target = square();  // one pixel to the right
+    std::array<float, 66> X, Y;
+    X.fill(-7);
+    Y.fill(-7);
+    const MapJob<float> job(source, target, Mat3::identity(), DepthRule::InFront, keepOutside);
+    mapRowScalar(job, 7, 64, &X[1], &Y[1]);
+    EXPECT_EQ(X[63], 63);
+    EXPECT_EQ(X[64], keepOutside ? 64 : -7);
+    EXPECT_EQ(Y[64], keepOutside ? 7 : -7);
+    EXPECT_EQ(X[0] + X[65] + Y[0] + Y[65], -28);
+  }
+}
+
+TEST(MapRow, ReportsWhatItsCallerAsksFor) {
+  CamModel::CameraModel<float> narrow = pinholeModel<float>(64, 48, 64, 32, 24);
+  narrow.limits.undistortionLimit = 0.25;  // 32 pixels: cuts the corners off
+  const Camera<float> source = square(), target = camera(narrow);
+  const MapJob<float> job(source, target, Mat3::identity(), DepthRule::InFront, false);
+  for (const bool report : {false, true}) {
+    LogCapture log;
+    std::array<float, 64> X{}, Y{};
+    ImageFloat mapX(X.data(), {64, 1}, false), mapY(Y.data(), {64, 1}, false);
+    fillMap(job, report, mapX, mapY);
+    EXPECT_EQ(log.failedChecks(), report ? log.count("AR_ASSERT result") : 0) << log.text();
+    EXPECT_EQ(log.failedChecks() > 0, report);
+    EXPECT_EQ(X[0], 0);
+    EXPECT_EQ(X[32], 32);
+  }
+}
+
+TEST(MapRow, ACalibrationMappingHoldsZeroWithoutASource) {
+  CamModel::CameraModel<double> narrow = pinholeModel<double>(64, 48, 64, 32, 24);
+  narrow.limits.distortionLimit = 0.0625;  // 16 pixels
+  const Camera<double> source = camera(narrow);
+  const Camera<double> target = camera(pinholeModel<double>(20, 40, 32, 9, 30));
+  Image<double> mapX, mapY;
+  ImageOps::generateCalibrationMapping(source, target, mapX, mapY);
+  for (int y = 0; y < 40; ++y) {
+    for (int x = 0; x < 20; ++x) {
+      const double u = 2.0 * (x - 9), v = 2.0 * (y - 30);
+      const bool inRange = u * u + v * v < 256;
+      EXPECT_NEAR(mapX.getPixel(x, y), inRange ? 32 + u : 0, 1e-12) << x << " " << y;
+      EXPECT_NEAR(mapY.getPixel(x, y), inRange ? 24 + v : 0, 1e-12) << x << " " << y;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace AR::CV
