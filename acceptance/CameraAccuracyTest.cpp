@@ -1,15 +1,13 @@
 // How exact the library's cameras are: every distortion model against its formula in double, over
-// the whole valid disc, in single and in double precision. One printed line per camera.
+// the whole valid disc, in single and in double precision, and both precisions against each other.
+// One printed line per camera.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
 
-#include "AR/CV/Camera/Camera.h"
-#include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
-#include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
-#include "ExactModel.h"
+#include "LibraryCamera.h"
 
 namespace rectiline::acceptance {
 namespace {
@@ -17,21 +15,8 @@ namespace {
 using AR::CV::Camera;
 using AR::Math::Vec;
 
-constexpr double kFitEps = 5e-6;
 constexpr int kRadii = 400;
 constexpr int kAngles = 12;
-
-template <typename P>
-Camera<P> makeCamera(const CameraCase& c) {
-  CamModel::RDVec<P> k;
-  for (std::size_t i = 0; i < 6; ++i) k(i) = static_cast<P>(c.exact.k[i]);
-  Camera<P> camera;
-  const bool ok = camera.init({P(c.width), P(c.height)}, {P(c.exact.cx), P(c.exact.cy)},
-                              {P(c.exact.fx), P(c.exact.fy)}, k, {P(c.exact.p1), P(c.exact.p2)},
-                              c.exact.model, {P(0), P(0)});
-  EXPECT_TRUE(ok) << c.name;
-  return camera;
-}
 
 /// The case with its figures rounded to precision P, as the camera holds them.
 template <typename P>
@@ -43,27 +28,6 @@ ExactModel rounded(const ExactModel& exact) {
   }
   return r;
 }
-
-/// The bound in pixels that a table with radius error `fitError` must keep.
-double bound(double fitError, double focal) {
-  const double exactEnough = std::max(0.01, 6e-6 * focal);
-  return fitError < kFitEps ? exactEnough : std::max(exactEnough, 2 * fitError * focal + 0.005);
-}
-
-double distance(const ExactModel& exact, double x, double y, double u, double v) {
-  const Point2 truth = exact.pixel(x, y);
-  return std::hypot(truth.x - u, truth.y - v);
-}
-
-struct Measured {
-  double worst = 0;
-  int tested = 0;
-
-  void add(double error) {
-    worst = std::max(worst, error);
-    ++tested;
-  }
-};
 
 /// Calls f(x, y) over the disc of radius r.
 template <typename F>
@@ -78,16 +42,18 @@ void overDisc(double r, F&& f) {
 }
 
 template <typename P>
+double validRadius(const AR::CV::HermiteSplineInterpolation<P>& spline) {
+  return std::sqrt(static_cast<double>(spline.rangeMax));
+}
+
+template <typename P>
 Measured measureProjection(const Camera<P>& camera, const ExactModel& exact) {
   Measured m;
-  const double r = std::sqrt(static_cast<double>(camera.getDistortionSpline().rangeMax));
-  overDisc(r, [&](double x, double y) {
+  overDisc(validRadius(camera.getDistortionSpline()), [&](double x, double y) {
     Vec<P, 2> pixel;
-    const P px = static_cast<P>(x);
-    const P py = static_cast<P>(y);
-    if (!camera.tryProjectToPix({px, py, P(1)}, pixel)) return;
-    m.add(distance(exact, static_cast<double>(px), static_cast<double>(py),
-                   static_cast<double>(pixel(0)), static_cast<double>(pixel(1))));
+    const Vec<P, 3> point(x, y, 1);
+    if (!camera.tryProjectToPix(point, pixel)) return;
+    m.add(exact.distance(point(0), point(1), pixel(0), pixel(1)));
   });
   return m;
 }
@@ -95,24 +61,13 @@ Measured measureProjection(const Camera<P>& camera, const ExactModel& exact) {
 template <typename P>
 Measured measureInverse(const Camera<P>& camera, const ExactModel& exact) {
   Measured m;
-  const double r = std::sqrt(static_cast<double>(camera.getUndistortionSpline().rangeMax));
-  overDisc(r, [&](double xd, double yd) {
-    const Vec<P, 2> pixel(static_cast<P>(exact.cx + exact.fx * xd),
-                          static_cast<P>(exact.cy + exact.fy * yd));
+  overDisc(validRadius(camera.getUndistortionSpline()), [&](double xd, double yd) {
+    const Vec<P, 2> pixel(exact.cx + exact.fx * xd, exact.cy + exact.fy * yd);
     Vec<P, 2> ideal;
     if (!camera.tryPixel2ideal(pixel, ideal)) return;
-    m.add(distance(exact, static_cast<double>(ideal(0)), static_cast<double>(ideal(1)),
-                   static_cast<double>(pixel(0)), static_cast<double>(pixel(1))));
+    m.add(exact.distance(ideal(0), ideal(1), pixel(0), pixel(1)));
   });
   return m;
-}
-
-template <typename P>
-double distortionFitError(const Camera<P>& camera) {
-  const auto& spline = camera.getDistortionSpline();
-  return static_cast<double>(
-      spline.testAccuracy(AR::CV::CameraCalibration::DistortFn<P>(camera.getCamModel()), true, 0,
-                          spline.coeffs.size()));
 }
 
 template <typename P>
@@ -121,15 +76,14 @@ void checkCase(const CameraCase& c, const char* precision) {
   const Camera<P> camera = makeCamera<P>(c);
   const ExactModel exact = rounded<P>(c.exact);
   const double fitError = distortionFitError(camera);
-  const double limit = bound(fitError, exact.fx);
+  const double limit = errorBound(fitError, exact.fx);
   const Measured forward = measureProjection(camera, exact);
   const Measured inverse = measureInverse(camera, exact);
   std::printf(
       "%-18s %-6s bins %4zu fit %.1e radius %5.2f | to pixel %.5f px | to ideal %.5f px | bound "
       "%.5f\n",
       c.name, precision, camera.getDistortionSpline().coeffs.size(), fitError,
-      std::sqrt(static_cast<double>(camera.getDistortionSpline().rangeMax)), forward.worst,
-      inverse.worst, limit);
+      validRadius(camera.getDistortionSpline()), forward.worst, inverse.worst, limit);
   EXPECT_LE(forward.worst, limit);
   EXPECT_LE(inverse.worst, limit);
   EXPECT_GT(forward.tested, kRadii * kAngles * 9 / 10);
@@ -140,6 +94,52 @@ TEST(CameraAccuracy, EveryModelAgainstItsFormula) {
   for (const CameraCase& c : cameraCases()) {
     checkCase<double>(c, "double");
     checkCase<float>(c, "float");
+  }
+}
+
+/// Where both cameras project: the distance of their pixels.
+Measured compareProjections(const Camera<float>& single, const Camera<double>& twice) {
+  Measured m;
+  overDisc(validRadius(twice.getDistortionSpline()), [&](double x, double y) {
+    Vec<float, 2> u;
+    Vec<double, 2> v;
+    if (!single.tryIdeal2pixel({x, y}, u) || !twice.tryIdeal2pixel({x, y}, v)) return;
+    m.add(norm(u.cast<double>() - v));
+  });
+  return m;
+}
+
+/// Where both cameras undistort: the distance of the pixels that their ideal points have by the
+/// formula.
+Measured compareInverses(const Camera<float>& single, const Camera<double>& twice,
+                         const ExactModel& exact) {
+  Measured m;
+  overDisc(validRadius(twice.getUndistortionSpline()), [&](double xd, double yd) {
+    const Vec<double, 2> pixel(exact.cx + exact.fx * xd, exact.cy + exact.fy * yd);
+    Vec<float, 2> u;
+    Vec<double, 2> v;
+    if (!single.tryPixel2ideal(pixel.cast<float>(), u) || !twice.tryPixel2ideal(pixel, v)) return;
+    const Point2 p = exact.pixel(v(0), v(1));
+    m.add(exact.distance(u(0), u(1), p.x, p.y));
+  });
+  return m;
+}
+
+TEST(CameraAccuracy, FloatAndDoubleAgreeWithinTheBounds) {
+  for (const CameraCase& c : cameraCases()) {
+    SCOPED_TRACE(c.name);
+    const Camera<float> single = makeCamera<float>(c);
+    const Camera<double> twice = makeCamera<double>(c);
+    const double fitError = std::max(distortionFitError(single), distortionFitError(twice));
+    const double limit = errorBound(fitError, c.exact.fx);
+    const Measured forward = compareProjections(single, twice);
+    const Measured inverse = compareInverses(single, twice, c.exact);
+    std::printf("%-18s float - double | to pixel %.5f px | to ideal %.5f px | bound %.5f\n", c.name,
+                forward.worst, inverse.worst, limit);
+    EXPECT_LE(forward.worst, limit);
+    EXPECT_LE(inverse.worst, limit);
+    EXPECT_GT(forward.tested, kRadii * kAngles * 9 / 10);
+    EXPECT_GT(inverse.tested, kRadii * kAngles * 8 / 10);
   }
 }
 

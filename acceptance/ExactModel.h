@@ -53,6 +53,12 @@ struct ExactModel {
     return {cx + fx * xd, cy + fy * yd};
   }
 
+  /// How far the pixel (u, v) is from that of the ideal point (x, y).
+  [[nodiscard]] double distance(double x, double y, double u, double v) const {
+    const Point2 truth = pixel(x, y);
+    return std::hypot(truth.x - u, truth.y - v);
+  }
+
  private:
   [[nodiscard]] double atCentre() const {
     return model == CamModel::FISHEYE_RATIONAL ? 2 * std::tan(k[0] / 2) / k[0] : 1;
@@ -109,7 +115,7 @@ struct CameraCase {
 };
 
 /// Every model, mild and strong, with tangential terms and without.
-inline std::array<CameraCase, 34> cameraCases() {
+inline std::array<CameraCase, 36> cameraCases() {
   using namespace CamModel;
   struct Lens {
     const char* name;
@@ -136,6 +142,7 @@ inline std::array<CameraCase, 34> cameraCases() {
        504},
       {"fisheye1 mild", "fisheye1 mild+t", FISHEYE_1_PARAMETER, {0.5}, 420},
       {"fisheye1 strong", "fisheye1 strong+t", FISHEYE_1_PARAMETER, {0.93}, 300},
+      {"fisheye1 wide", "fisheye1 wide+t", FISHEYE_1_PARAMETER, {1.05}, 255},
       {"fisheye4 mild", "fisheye4 mild+t", FISHEYE_4_PARAMETERS, {-0.01, 0.02, -0.01, 0.002}, 380},
       {"fisheye4 wide",
        "fisheye4 wide+t",
@@ -169,7 +176,7 @@ inline std::array<CameraCase, 34> cameraCases() {
        {0.9, 0.1, 0.08, 0.05, -0.02, 0.01},
        300},
   };
-  std::array<CameraCase, 34> cases{};
+  std::array<CameraCase, 36> cases{};
   std::size_t i = 0;
   for (const Lens& lens : lenses) {
     ExactModel exact{lens.model, lens.k, 0, 0, lens.focal, lens.focal * 0.998, 321.3, 238.6};
