@@ -32,11 +32,16 @@ void LoggerPIMPL::selectFormatFunctions() {
 }
 
 void LoggerPIMPL::callTargets(const char* line) {
-  for (std::size_t i = 0; i < targets.size(); ++i) {
+  std::size_t i = 0;
+  // No more calls than there were targets, whatever they do to the list.
+  for (std::size_t left = targets.size(); left > 0 && i < targets.size(); --left) {
+    LogTarget* const target = targets[i];
     try {
-      targets[i]->logLine(line);
+      target->logLine(line);
     } catch (...) {  // logging never throws
     }
+    // A removed target has left its place to the next one.
+    if (i < targets.size() && targets[i] == target) ++i;
   }
 }
 

@@ -38,7 +38,7 @@ class ArrayView {
   /// A view of [begin, end). An end before the beginning is reported and gives an empty view.
   template <typename U>
   requires kSameItems<U> ArrayView(U* begin, U* end) : mItems(begin) {
-    if (AR_CHECK(begin <= end, "begin <= end", kSource)) {
+    if (AR_CHECK(begin <= end, "begin <= end", kSource) && begin != nullptr) {
       mNumItems = static_cast<std::size_t>(end - begin);
     }
   }

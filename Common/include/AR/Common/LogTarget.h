@@ -12,7 +12,8 @@ class LogTarget {
 
   /// Receives one finished, zero-terminated line, which is valid during the call only. Runs on the
   /// thread that logs, with the logger locked. It may log itself: such a line is written before
-  /// this call returns, and dropped beyond a small nesting depth. An exception is swallowed.
+  /// this call returns, and dropped beyond a small nesting depth. It may remove itself or others
+  /// from the logger, but must not wait for another thread that logs. An exception is swallowed.
   virtual void logLine(const char* line) = 0;
 };
 

@@ -50,7 +50,8 @@ class SmallVector {
   /// Appends an item. A full container is reported and left as it is.
   void push_back(T item) {
     if (AR_CHECK(mSize < N, "current_size<MAX_SIZE", kSource)) {
-      mSlots[mSize++] = std::move(item);
+      mSlots[mSize] = std::move(item);
+      ++mSize;
     } else {
       logError(mSize, N, typeid(T).name(), sizeof(T));
     }

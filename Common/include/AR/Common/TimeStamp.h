@@ -26,7 +26,9 @@ class TimeStamp {
 
   /// Rounds to the nearest nanosecond; saturates, and takes NaN for 0.
   static TimeStamp fromSeconds(double seconds) {
-    return TimeStamp(saturatingCast<std::int64_t>(std::round(seconds * 1e9)));
+    double whole = 0;
+    const double part = std::modf(seconds, &whole);  // apart, each product is exact for longer
+    return TimeStamp(saturatingCast<std::int64_t>(whole * 1e9 + std::round(part * 1e9)));
   }
 
   [[nodiscard]] constexpr double seconds() const { return static_cast<double>(mNanoSeconds) / 1e9; }

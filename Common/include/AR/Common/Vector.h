@@ -155,14 +155,13 @@ class Vector {
   }
 
   bool moveToBlock(std::size_t capacity) {
-    T* const newBlock = allocate(capacity);
-    if (!AR_CHECK(newBlock != nullptr, "newBlock!=0", kSource)) return false;
-    const std::size_t numItems = mNumItems;
-    std::uninitialized_move(begin(), end(), newBlock);
-    release();
-    mBlock = newBlock;
-    mNumItems = numItems;
-    mCapacity = capacity;
+    Vector moved;
+    moved.mBlock = allocate(capacity);
+    if (!AR_CHECK(moved.mBlock != nullptr, "newBlock!=0", kSource)) return false;
+    moved.mCapacity = capacity;
+    std::uninitialized_move(begin(), end(), moved.mBlock);
+    moved.mNumItems = mNumItems;
+    swap(moved);
     return true;
   }
 

@@ -70,8 +70,8 @@ int resultOf(int posixError, const char* function) {
 
 int quietResult(bool success) {
   if (success) return 0;
-  const bool notPermitted = errno == EPERM || errno == EACCES;
-  arSetError(notPermitted ? AR_ERROR_INVALID : AR_ERROR_UNKNOWN);
+  const bool invalid = errno == EINVAL || errno == EPERM || errno == EACCES;
+  arSetError(invalid ? AR_ERROR_INVALID : AR_ERROR_UNKNOWN);
   return -1;
 }
 

@@ -81,7 +81,10 @@ std::uint64_t arTimeTimestampToNanoSeconds(ARTimestamp timestamp) { return times
 ARTimestamp arTimeNanoSecondsToTimestamp(std::uint64_t nanoSeconds) { return nanoSeconds; }
 
 ARTimestamp arTimeSecondsToTimestamp(double seconds) {
-  const double steps = std::round(seconds * static_cast<double>(kNanosPerSecond));
+  constexpr double kStepsPerSecond = static_cast<double>(kNanosPerSecond);
+  double whole = 0;
+  const double part = std::modf(seconds, &whole);  // apart, each product is exact for longer
+  const double steps = whole * kStepsPerSecond + std::round(part * kStepsPerSecond);
   if (steps >= 0x1p64) return UINT64_MAX;
   return steps > 0 ? static_cast<ARTimestamp>(steps) : 0;
 }

@@ -42,7 +42,7 @@ struct ARFilePathInfo {
 };
 
 // What the system refuses (a missing file, say) is not logged: whether it matters is for the caller
-// to know. The error code tells "not permitted" (AR_ERROR_INVALID) from the rest.
+// to know. The error code tells "invalid" and "not permitted" (AR_ERROR_INVALID) from the rest.
 
 /// Opens `path` and stores the file, or null on failure.
 AR_PL_EXPORT int arFileOpen(ARFile** file, const char* path, unsigned flags);
