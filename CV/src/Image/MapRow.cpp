@@ -19,10 +19,45 @@ bool snapInside(P& position, P snap, P size) {
 }
 
 template <typename P>
-bool depthAccepted(DepthRule rule, P z, MapRowReport& report) {
-  if (rule == DepthRule::InFront) return z >= MapJob<P>::kMinDepth;
+bool depthAccepted(const MapJob<P>& job, P z, MapRowReport& report) {
+  if (job.depthRule == DepthRule::InFront) return z >= job.minDepth;
   if (z == 0) ++report.zeroDepth;
   return z != 0;
+}
+
+/// Where the reasons of a row go that nobody asked for.
+struct NoReasons {
+  template <typename P>
+  void set(const MapJob<P>&, int, PixelSource, P, P) const {}
+};
+
+/// Where the reasons of a row go. A position in the image is looked at once more, since only the
+/// reason tells that it lies past the last pixel centres.
+struct ReasonRow {
+  template <typename P>
+  void set(const MapJob<P>& job, int x, PixelSource source, P u, P v) const {
+    const bool past = source == PixelSource::Inside && (u > job.width - 1 || v > job.height - 1);
+    reasons[x] = static_cast<std::uint8_t>(past ? PixelSource::PastLastCentre : source);
+  }
+
+  std::uint8_t* reasons;
+};
+
+template <typename P, typename Reasons>
+MapRowReport fillRow(const MapJob<P>& job, int y, int width, P* mapX, P* mapY,
+                     const Reasons& reasons) {
+  MapRowReport report;
+  for (int x = 0; x < width; ++x) {
+    P u = 0;
+    P v = 0;
+    const PixelSource source = mapPixel(job, x, y, u, v, report);
+    reasons.set(job, x, source, u, v);
+    const bool keep = source == PixelSource::OutsideImage && job.keepOutside;
+    if (source != PixelSource::Inside && !keep) continue;
+    mapX[x] = u;
+    mapY[x] = v;
+  }
+  return report;
 }
 
 }  // namespace
@@ -73,9 +108,10 @@ PixelSource mapPixel(const MapJob<P>& job, int x, int y, P& u, P& v, MapRowRepor
     ++report.noInverse;
     return PixelSource::NoInverse;
   }
-  const Math::Vec<P, 3> ray_s = job.R_st * Math::Vec<P, 3>(ideal_t(0), ideal_t(1), P(1));
+  const Math::Vec<P, 3> ray_s =
+      job.R_st * Math::Vec<P, 3>(ideal_t(0), ideal_t(1), P(1)) + job.offset_s;
   const P z = ray_s(2);
-  if (!depthAccepted(job.depthRule, z, report)) return PixelSource::BehindCamera;
+  if (!depthAccepted(job, z, report)) return PixelSource::BehindCamera;
   if (!job.source.tryProject(ray_s(0) / z, ray_s(1) / z, u, v)) {
     return PixelSource::BeyondDistortion;
   }
@@ -85,18 +121,10 @@ PixelSource mapPixel(const MapJob<P>& job, int x, int y, P& u, P& v, MapRowRepor
 }
 
 template <typename P>
-MapRowReport mapRowScalar(const MapJob<P>& job, int y, int width, P* mapX, P* mapY) {
-  MapRowReport report;
-  for (int x = 0; x < width; ++x) {
-    P u;
-    P v;
-    const PixelSource reason = mapPixel(job, x, y, u, v, report);
-    const bool keep = reason == PixelSource::OutsideImage && job.keepOutside;
-    if (reason != PixelSource::Inside && !keep) continue;
-    mapX[x] = u;
-    mapY[x] = v;
-  }
-  return report;
+MapRowReport mapRowScalar(const MapJob<P>& job, int y, int width, P* mapX, P* mapY,
+                          std::uint8_t* reasons) {
+  return reasons == nullptr ? fillRow(job, y, width, mapX, mapY, NoReasons{})
+                            : fillRow(job, y, width, mapX, mapY, ReasonRow{reasons});
 }
 
 template struct SourceProjection<float>;
@@ -105,7 +133,8 @@ template struct MapJob<float>;
 template struct MapJob<double>;
 template PixelSource mapPixel(const MapJob<float>&, int, int, float&, float&, MapRowReport&);
 template PixelSource mapPixel(const MapJob<double>&, int, int, double&, double&, MapRowReport&);
-template MapRowReport mapRowScalar(const MapJob<float>&, int, int, float*, float*);
-template MapRowReport mapRowScalar(const MapJob<double>&, int, int, double*, double*);
+template MapRowReport mapRowScalar(const MapJob<float>&, int, int, float*, float*, std::uint8_t*);
+template MapRowReport mapRowScalar(const MapJob<double>&, int, int, double*, double*,
+                                   std::uint8_t*);
 
 }  // namespace AR::CV

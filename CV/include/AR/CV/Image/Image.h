@@ -11,7 +11,7 @@ namespace AR::Common {
 /// An object that owns pixel memory which images share; released with the last of them.
 class Image : public RefCounterT<AccessProtector_ThreadSafe> {
  public:
-  virtual ~Image() = default;
+  ~Image() override = default;
 };
 
 }  // namespace AR::Common
@@ -52,7 +52,7 @@ class Image : public Common::RefCounterT<Common::AccessProtector_NoProtection> {
   Image() = default;
   /// Wraps `size(0) * size(1)` dense pixels; with `owns` they are freed as aligned memory.
   Image(T* pixels, Size size, bool owns);
-  ~Image();
+  ~Image() override;
   Image(const Image&) = delete;
   Image& operator=(const Image&) = delete;
 

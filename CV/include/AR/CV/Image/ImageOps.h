@@ -10,8 +10,10 @@ namespace AR::CV {
 /// pixel without an inverse as the failed check "result" (when `reportNoInverse`), a ray of depth
 /// exactly 0 as "nVal != 0". The images must have the same size; one that lacks pixels is reported
 /// and nothing is filled.
+/// @param reasons  a dense plane of PixelSource, a byte per pixel; null: not asked for
 template <typename P>
-void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY);
+void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
+             std::uint8_t* reasons = nullptr);
 
 namespace ImageOps {
 
@@ -23,15 +25,30 @@ template <typename P>
 void generateCalibrationMapping(const Camera<P>& source, const Camera<P>& target, Image<P>& mapX,
                                 Image<P>& mapY);
 
+/// The focal lengths (fx, fy), pixels, at which a pinhole camera of the size and principal point of
+/// `linear` sees the whole height of the centre column of `distorted`: those of `linear`, divided
+/// by how far the column's ends spread in it, relative to their own distance from the principal
+/// point. Of two ends that spread differently the one that spreads less decides. A column end that
+/// `linear` or `distorted` cannot map counts as row 0; a spread of exactly 0 ends the process.
+template <typename P>
+[[nodiscard]] Math::Vec<P, 2> estimateUndistortedFocalLength(const Camera<P>& distorted,
+                                                             const Camera<P>& linear);
+
 }  // namespace ImageOps
 
-extern template void fillMap(const MapJob<float>&, bool, Image<float>&, Image<float>&);
-extern template void fillMap(const MapJob<double>&, bool, Image<double>&, Image<double>&);
+extern template void fillMap(const MapJob<float>&, bool, Image<float>&, Image<float>&,
+                             std::uint8_t*);
+extern template void fillMap(const MapJob<double>&, bool, Image<double>&, Image<double>&,
+                             std::uint8_t*);
 extern template void ImageOps::generateCalibrationMapping(const Camera<float>&,
                                                           const Camera<float>&, Image<float>&,
                                                           Image<float>&);
 extern template void ImageOps::generateCalibrationMapping(const Camera<double>&,
                                                           const Camera<double>&, Image<double>&,
                                                           Image<double>&);
+extern template Math::Vec<float, 2> ImageOps::estimateUndistortedFocalLength(const Camera<float>&,
+                                                                             const Camera<float>&);
+extern template Math::Vec<double, 2> ImageOps::estimateUndistortedFocalLength(
+    const Camera<double>&, const Camera<double>&);
 
 }  // namespace AR::CV

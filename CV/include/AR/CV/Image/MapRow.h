@@ -12,13 +12,14 @@
 
 namespace AR::CV {
 
-/// Why a target pixel has a source position, or has none.
+/// Why a target pixel has a source position, or has none. The values are part of the interface.
 enum class PixelSource : std::uint8_t {
-  Inside,            ///< the position lies in the source image
-  NoInverse,         ///< the target camera cannot turn the pixel into a ray
-  BehindCamera,      ///< the ray lies behind the source camera or grazes it
-  BeyondDistortion,  ///< the ray lies outside the range of the source camera's distortion
-  OutsideImage,      ///< the position lies outside the source image
+  Inside = 0,            ///< the position lies in the source image
+  PastLastCentre = 1,    ///< ... past its last column or row of pixel centres
+  BehindCamera = 2,      ///< the ray lies behind the source camera or grazes it
+  BeyondDistortion = 3,  ///< the ray lies outside the range of the source camera's distortion
+  NoInverse = 4,         ///< the target camera cannot turn the pixel into a ray
+  OutsideImage = 5,      ///< the position lies outside the source image
 };
 
 /// Which rays a map accepts by their depth in the source frame.
@@ -56,8 +57,10 @@ struct MapJob {
   SourceProjection<P> source;
   const Camera<P>& target;
   Math::Mat<P, 3, 3> R_st;
-  P width, height;  // of the source image, pixels
-  P snapX, snapY;   // positions this little below 0 are rounding errors of 0
+  Math::Vec<P, 3> offset_s;  // added to every rotated ray; zero: the cameras share their centre
+  P minDepth = kMinDepth;    // for rays that must be in front
+  P width, height;           // of the source image, pixels
+  P snapX, snapY;            // positions this little below 0 are rounding errors of 0
   DepthRule depthRule;
   bool keepOutside;
 };
@@ -78,8 +81,10 @@ PixelSource mapPixel(const MapJob<P>& job, int x, int y, P& u, P& v, MapRowRepor
 
 /// Fills one row of a map pair, in plain scalar code; pixels without a source are left as they are.
 /// @param mapX, mapY  `width` values each: source column and row of the pixels (0..width-1, y)
+/// @param reasons     receives a PixelSource per pixel; null: not asked for, at no cost
 template <typename P>
-MapRowReport mapRowScalar(const MapJob<P>& job, int y, int width, P* mapX, P* mapY);
+MapRowReport mapRowScalar(const MapJob<P>& job, int y, int width, P* mapX, P* mapY,
+                          std::uint8_t* reasons = nullptr);
 
 extern template struct SourceProjection<float>;
 extern template struct SourceProjection<double>;
@@ -88,7 +93,9 @@ extern template struct MapJob<double>;
 extern template PixelSource mapPixel(const MapJob<float>&, int, int, float&, float&, MapRowReport&);
 extern template PixelSource mapPixel(const MapJob<double>&, int, int, double&, double&,
                                      MapRowReport&);
-extern template MapRowReport mapRowScalar(const MapJob<float>&, int, int, float*, float*);
-extern template MapRowReport mapRowScalar(const MapJob<double>&, int, int, double*, double*);
+extern template MapRowReport mapRowScalar(const MapJob<float>&, int, int, float*, float*,
+                                          std::uint8_t*);
+extern template MapRowReport mapRowScalar(const MapJob<double>&, int, int, double*, double*,
+                                          std::uint8_t*);
 
 }  // namespace AR::CV
