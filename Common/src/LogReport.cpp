@@ -23,7 +23,7 @@ bool isLoggable(const int level) { return level >= Logger::ERR && level <= Logge
 
 void logError(const char* expression, const char* file, const char* function,
               const int line) noexcept {
-  addFailedChecks(1);
+  recordFailedCheck(expression, file, line);
   Logger& logger = Logger::getInstance();
   if (logger.getLevel() < Logger::ERR) return;
   logger.logEx2(Logger::ERR, kSource, __PRETTY_FUNCTION__, kReporterLine, "AR",
@@ -39,7 +39,7 @@ void logFatal(const char* expression, const char* file, const char* function,
 
 void logError(const std::size_t currentSize, const std::size_t maxSize, const char* typeName,
               const std::size_t itemBytes) noexcept {
-  addFailedChecks(1);
+  recordFailedCheck("push_back: full", typeName, 0);
   AR_LOGF(Logger::ERR, kSource, "push_back: current_size=%zu, MAX_SIZE=%d. %zub, %s", currentSize,
           static_cast<int>(std::min<std::size_t>(maxSize, INT_MAX)), itemBytes, textOf(typeName));
 }

@@ -30,8 +30,8 @@ class WorkerPoolBase : public POOL {
   /// f(workers - 1) on the pool's threads, and returns when all calls have.
   ///
   /// More than WORKERPOOL_DEFAULT_WORKERS calls are reported, one check for each call too many, and
-  /// made all the same, up to the queue's room. Checks that fail on the pool's threads are added to
-  /// the calling thread's count. On the caller's thread exceptions pass through
+  /// made all the same, up to the queue's room. Checks that fail on the pool's threads become the
+  /// calling thread's. On the caller's thread exceptions pass through
   /// (std::bad_function_call when f is empty); on the pool's they end the process.
   void realDispatch(const std::function<void(int)>& f, WorkerPoolMultithreadMode mode, int workers);
 
@@ -40,9 +40,11 @@ class WorkerPoolBase : public POOL {
 
   /// One dispatch, on its caller's stack.
   struct Caller {
+    explicit Caller(const std::function<void(int)>& function) : f(function) {}
+
     const std::function<void(int)>& f;
     std::atomic<int> nextWorker{0};
-    std::atomic<std::uint64_t> failedChecks{0};
+    FailedCheckHandOver failedChecks;
   };
 
   static void callerTrampoline(void* context);
@@ -89,11 +91,11 @@ template <typename POOL>
 void WorkerPoolBase<POOL>::realDispatch(const std::function<void(int)>& f,
                                         WorkerPoolMultithreadMode mode, int workers) {
   if (mode == WorkerPoolMultithreadMode::CallerThread || mRunsInCaller) return f(0);
-  Caller caller{f};
+  Caller caller(f);
   for (int i = 0; i < workers; ++i) this->queue().enQueue(&caller, callerTrampoline);
   this->startSpinWorkers();
   this->stopSpinWorkers();
-  addFailedChecks(caller.failedChecks);
+  caller.failedChecks.give();
 }
 
 template <typename POOL>
@@ -101,7 +103,7 @@ void WorkerPoolBase<POOL>::callerTrampoline(void* context) {
   Caller& caller = *static_cast<Caller*>(context);
   const std::uint64_t failedBefore = failedCheckCount();
   callNext(caller);
-  caller.failedChecks += failedCheckCount() - failedBefore;
+  caller.failedChecks.take(failedBefore);
 }
 
 template <typename POOL>
