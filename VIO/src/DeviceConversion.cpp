@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdio>
 #include <iterator>
 #include <limits>
 
@@ -10,6 +11,7 @@
 #include "AR/Common/TimeStamp.h"
 #include "AR/Common/WorkerPool.h"
 #include "CameraModel/DistortionModel.h"
+#include "Status.h"
 #include "VIO/StereoRectifyWrapper.h"
 
 namespace VIO {
@@ -19,8 +21,6 @@ using AR::CV::CamImageId;
 using AR::CV::FullCamera;
 using AR::CV::FullStereoCameraCalibration;
 using AR::Math::SE3;
-
-constexpr std::int32_t kUnconvertible = 1999998;
 
 bool isFiniteFloat(double value) { return std::fabs(value) <= std::numeric_limits<float>::max(); }
 
@@ -77,6 +77,7 @@ SE3<float> imuPose(const XrPosedZEL_t& pose) {
 
 IMUCalibration<float> convertImu(const ImuCalibrationZEL& record) {
   IMUCalibration<float> imu;
+  imu.isPresent = true;
   for (std::size_t i = 0; i < std::size(imu.vectors); ++i) {
     for (std::size_t k = 0; k < 3; ++k) {
       const double value = record.vectors[i][k];
@@ -85,6 +86,16 @@ IMUCalibration<float> convertImu(const ImuCalibrationZEL& record) {
   }
   imu.T_imu_ref = imuPose(record.pose);
   return imu;
+}
+
+ImuCalibrationZEL toRecord(const IMUCalibration<float>& imu) {
+  ImuCalibrationZEL record{};
+  for (std::size_t i = 0; i < std::size(imu.vectors); ++i) {
+    for (std::size_t k = 0; k < 3; ++k)
+      record.vectors[i][k] = static_cast<double>(imu.vectors[i](k));
+  }
+  record.pose = AR::CV::se32idl(imu.T_imu_ref);
+  return record;
 }
 
 bool areConvertible(const DeviceCalibrationZEL& record) {
@@ -115,6 +126,19 @@ bool tryDeviceFromIdl(const DeviceCalibrationZEL& record, FullStereoCameraCalibr
   return ok;
 }
 
+void calibrationToIdlFormat(const FullStereoCameraCalibration<float>& rig,
+                            const IMUCalibration<float>& imu, DeviceCalibrationZEL& record) {
+  std::fill(std::begin(record.header), std::end(record.header), '\0');
+  std::snprintf(record.header, sizeof record.header, "%s", rig.getDeviceUID().c_str());
+  record.num_imus = imu.isPresent ? 1 : 0;
+  record.reserved0 = 0;
+  if (imu.isPresent) record.imus[0] = toRecord(imu);
+  std::size_t i = 0;
+  for (const FullCamera<float>& camera : rig) record.cameras[i++] = camera.toIdl(SE3<float>());
+  record.reserved1 = 0;
+  record.num_cameras = static_cast<std::int32_t>(i);
+}
+
 }  // namespace VIO
 
 std::int32_t copySourceAndTargetCalibration(const DeviceCalibrationZEL& source,
@@ -124,5 +148,5 @@ std::int32_t copySourceAndTargetCalibration(const DeviceCalibrationZEL& source,
   VIO::IMUCalibration<float> scratch;
   const bool converted = VIO::tryDeviceFromIdl(source, sourceCal, scratch) &&
                          VIO::tryDeviceFromIdl(target, targetCal, scratch);
-  return converted ? 0 : VIO::kUnconvertible;
+  return converted ? VIO::kSuccess : VIO::kSizeMismatch;
 }

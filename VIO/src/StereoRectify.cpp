@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "AR/CV/Image/ImageOps.h"
 #include "AR/Common/Logger.h"
@@ -15,11 +16,13 @@ using AR::Common::ArrayView;
 using AR::Common::assertSuccess;
 using AR::Common::Logger;
 using AR::CV::Camera;
+using AR::CV::DepthRule;
 using AR::CV::FullCamera;
 using AR::Math::SE3;
 using AR::Math::SO3;
 using AR::Math::Vec;
 using ImageF = AR::CV::Image<float>;
+using MapJob = AR::CV::MapJob<float>;
 
 constexpr char kSource[] = "VIO/src/StereoRectify";
 constexpr float kNoSource = -1.0F;
@@ -41,41 +44,62 @@ void clearToNoSource(ArrayView<ImageF>& mapXY) {
   for (ImageF& image : mapXY) image.clear(kNoSource);
 }
 
+/// Gives both maps the target's size and clears them; false, after a report, when a camera or a map
+/// is not there.
+bool preparePair(const FullCamera<float>& source, const FullCamera<float>& target,
+                 ArrayView<ImageF>& mapXY) {
+  const bool haveSource = AR_CHECK(source.isInitialized(), "isInitialized()", kSource);
+  const bool haveTarget = AR_CHECK(target.isInitialized(), "isInitialized()", kSource);
+  if (!haveSource || !haveTarget) return false;
+  const Vec<int, 2> size = pixelSize(target.getIntrinsics());
+  for (ImageF& image : mapXY) image.allocPixels(size, AR::CV::MEMORY_ALIGNMENT_16, false);
+  if (!isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size"))
+    return false;
+  clearToNoSource(mapXY);
+  return true;
+}
+
 }  // namespace
 
 void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
                      const FullCamera<float>& target, const SO3<float>& R_oltl,
-                     ArrayView<ImageF>& mapXY) {
+                     ArrayView<ImageF>& mapXY, std::uint8_t* reasons) {
+  if (!preparePair(source, target, mapXY)) return;
   const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
   const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
-  const SO3<float> R_map = R_s_ol * R_oltl * R_t_tl.inverse();
-  const bool haveSource = AR_CHECK(source.isInitialized(), "isInitialized()", kSource);
-  const bool haveTarget = AR_CHECK(target.isInitialized(), "isInitialized()", kSource);
-  if (!haveSource || !haveTarget) return;
-  const Vec<int, 2> size = pixelSize(target.getIntrinsics());
-  for (ImageF& image : mapXY) image.allocPixels(size, AR::CV::MEMORY_ALIGNMENT_16, false);
-  if (!isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size")) return;
-  clearToNoSource(mapXY);
-  const AR::CV::MapJob<float> job(source.getIntrinsics(), target.getIntrinsics(), R_map.matrix(),
-                                  AR::CV::DepthRule::InFront, keepOutside);
-  AR::CV::fillMap(job, true, mapXY[0], mapXY[1]);
+  const SO3<float> R_st = R_s_ol * R_oltl * R_t_tl.inverse();
+  const MapJob job(source.getIntrinsics(), target.getIntrinsics(), R_st.matrix(),
+                   DepthRule::InFront, keepOutside);
+  AR::CV::fillMap(job, true, mapXY[0], mapXY[1], reasons);
+}
+
+void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
+                        const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
+                        std::uint8_t* reasons) {
+  if (!preparePair(source, eye, mapXY)) return;
+  const SE3<float> T_source_eye =
+      source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
+  MapJob job(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye.rotation().matrix(),
+             DepthRule::InFront, keepOutside);
+  // Everything divided by the distance, so that an infinite one leaves the rotation alone.
+  job.offset_s = T_source_eye.translation() / planeDistance;
+  job.minDepth = std::max(MapJob::kMinDepth / planeDistance, std::numeric_limits<float>::min());
+  AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
 }
 
 void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
-                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY) {
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY, std::uint8_t* reasons) {
   const Vec<int, 2> targetSize = pixelSize(target);
   if (!isPairOfSize(mapXY, targetSize, "mapXY[0].size() == targetSize",
                     "mapXY[1].size() == targetSize")) {
     return;
   }
   clearToNoSource(mapXY);
-  const AR::CV::MapJob<float> job(source, target, R_st.matrix(), AR::CV::DepthRule::NonZero,
-                                  keepOutside);
-  AR::CV::fillMap(job, false, mapXY[0], mapXY[1]);
+  const MapJob job(source, target, R_st.matrix(), DepthRule::NonZero, keepOutside);
+  AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
 }
 
-void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<float>& R_st,
-                       float focalScale, ArrayView<ImageF>& mapXY) {
+CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float focalScale) {
   CamModel::CameraModel<float> model;
   model.size = source.getSize();
   model.principalPoint = source.getPrincipalPoint();
@@ -83,8 +107,13 @@ void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<
   model.model = CamModel::LINEAR;
   model.limits = {625.0F, 625.0F};
   model.setupValidDistortionRange({180.0F, 0.0F, false}, false);
+  return model;
+}
+
+void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<float>& R_st,
+                       float focalScale, ArrayView<ImageF>& mapXY) {
   Camera<float> target;
-  if (!assertSuccess(target.init(model))) return;
+  if (!assertSuccess(target.init(pinholeModelOf(source, focalScale)))) return;
   setupUndistortMap(source, target, keepOutside, R_st, mapXY);
 }
 

@@ -7,42 +7,19 @@
 #include "AR/CV/Stereo/Rectify.h"
 #include "AR/Common/Macros.h"
 #include "AR/Common/SaturatingCast.h"
+#include "CallerMaps.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 
 namespace {
 
-using AR::Common::ArrayView;
 using AR::CV::CalibrationInfo;
 using AR::Math::SO3;
 using AR::Math::Vec;
-using ImageF = AR::CV::Image<float>;
 using Rig = AR::CV::FullStereoCameraCalibration<float>;
-
-constexpr char kSource[] = "VIO/src/StereoRectifyWrapper";
-constexpr float kNoSource = -1.0F;
-
-/// A caller's map with the number of floats that the caller says it holds.
-struct CallerMap {
-  float* data;
-  std::uint32_t size;
-
-  void fill(float value) const {
-    if (data != nullptr) std::fill_n(data, size, value);
-  }
-  [[nodiscard]] bool hasRoom(std::uint64_t count) const { return data != nullptr && size >= count; }
-};
-
-/// The two maps of one camera.
-struct CallerMapPair {
-  CallerMap x;
-  CallerMap y;
-
-  void fill(float value) const {
-    x.fill(value);
-    y.fill(value);
-  }
-};
+using VIO::CallerMapPair;
+using VIO::CallerMaps;
+using VIO::kWrapperSource;
 
 /// The rectified pair of a device.
 struct Rectification {
@@ -60,7 +37,7 @@ bool rectify(const DeviceCalibrationZEL& device, Rectification& pair) {
   constexpr std::uint32_t kSourceWidth = 0;
   VIO::IMUCalibration<float> imu;
   const bool ret = VIO::tryDeviceFromIdl(device, pair.source, imu);
-  if (!AR_CHECK(ret, "ret", kSource) || pair.source.size() < 2) return false;
+  if (!AR_CHECK(ret, "ret", kWrapperSource) || pair.source.size() < 2) return false;
   AR::CV::makeTargetCalibration(pair.source, kNumDisparities, kMinDepth, kMaxDepth, kSourceWidth,
                                 AR::Math::SE3<float>(), Vec<float, 3>(), pair.target, pair.R_oltl,
                                 pair.depth);
@@ -84,26 +61,37 @@ CameraCalibrationZEL toRectifiedRecord(const Rectification& pair) {
 }
 
 Vec<int, 2> targetSize(const Rectification& pair) {
-  const Vec<float, 2>& size = pair.target.at(0).getIntrinsics().getSize();
-  return {AR::Common::saturatingCast<int>(size(0)), AR::Common::saturatingCast<int>(size(1))};
+  return VIO::pixelSize(pair.target.at(0).getIntrinsics());
 }
 
-/// Makes the maps of camera `index` in place, or fills them with -1 when they lack room.
 void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
                  const CallerMapPair& maps) {
-  const Vec<int, 2> size = targetSize(pair);
-  const std::uint64_t count =
-      static_cast<std::uint64_t>(size(0)) * static_cast<std::uint64_t>(size(1));
-  if (!maps.x.hasRoom(count) || !maps.y.hasRoom(count)) {
-    maps.fill(kNoSource);
-    return;
+  maps.make(targetSize(pair), [&](auto& mapXY, std::uint8_t* reasons) {
+    VIO::setupRectifyMap(pair.source.at(index), keepOutside, pair.target.at(index), pair.R_oltl,
+                         mapXY, reasons);
+  });
+}
+
+bool createRectifyMap(const DeviceCalibrationZEL* deviceCalibration, bool keepOutside,
+                      const CallerMaps& maps, float* depthConstant,
+                      CameraCalibrationZEL* rectifiedCam) {
+  VIO::checkMaps(maps);
+  AR_CHECK(rectifiedCam != nullptr, "rectifiedCam != nullptr", kWrapperSource);
+  const bool usable = VIO::checkDevice(deviceCalibration, VIO::kDeviceText);
+  if (depthConstant != nullptr) *depthConstant = -1.0F;
+
+  Rectification pair;
+  if (!usable || !rectify(*deviceCalibration, pair)) {
+    if (rectifiedCam != nullptr) *rectifiedCam = {};
+    maps.fillNotMade();
+    return true;
   }
-  ImageF images[2];
-  images[0].set(maps.x.data, size, size, false);
-  images[1].set(maps.y.data, size, size, false);
-  ArrayView<ImageF> mapXY(images, 2);
-  VIO::setupRectifyMap(pair.source.at(index), keepOutside, pair.target.at(index), pair.R_oltl,
-                       mapXY);
+  if (depthConstant != nullptr) *depthConstant = pair.depth.constant;
+  VIO::checkMapSizes(maps, targetSize(pair), targetSize(pair));
+  if (rectifiedCam != nullptr) *rectifiedCam = toRectifiedRecord(pair);
+  rectifyInto(pair, 0, keepOutside, maps.left);
+  rectifyInto(pair, 1, keepOutside, maps.right);
+  return true;
 }
 
 }  // namespace
@@ -113,36 +101,23 @@ bool CreateRectifyMap(const DeviceCalibrationZEL* deviceCalibration, std::uint32
                       std::uint32_t mapLeftY_size, float* mapRightX, std::uint32_t mapRightX_size,
                       float* mapRightY, std::uint32_t mapRightY_size, float* depthConstant,
                       CameraCalibrationZEL* rectifiedCam) {
-  AR_CHECK(
-      mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY != nullptr,
-      "mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY != "
-      "nullptr",
-      kSource);
-  AR_CHECK(rectifiedCam != nullptr, "rectifiedCam != nullptr", kSource);
-  AR_CHECK(deviceCalibration != nullptr && deviceCalibration->num_cameras == 2,
-           "deviceCalibration != nullptr && deviceCalibration->num_cameras == 2", kSource);
-  const CallerMapPair left{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}};
-  const CallerMapPair right{{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}};
-  if (depthConstant != nullptr) *depthConstant = -1.0F;
+  return createRectifyMap(deviceCalibration, keepOutside != 0,
+                          {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
+                           {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}},
+                          depthConstant, rectifiedCam);
+}
 
-  Rectification pair;
-  if (deviceCalibration == nullptr || !rectify(*deviceCalibration, pair)) {
-    if (rectifiedCam != nullptr) *rectifiedCam = {};
-    left.fill(kNoSource);
-    right.fill(kNoSource);
-    return true;
-  }
-  if (depthConstant != nullptr) *depthConstant = pair.depth.constant;
-  const Vec<int, 2> size = targetSize(pair);
-  const std::uint64_t map_buffer_size =
-      static_cast<std::uint64_t>(size(0)) * static_cast<std::uint64_t>(size(1));
-  AR_CHECK(mapLeftX_size == map_buffer_size && mapLeftY_size == map_buffer_size &&
-               mapRightX_size == map_buffer_size && mapRightY_size == map_buffer_size,
-           "mapLeftX_size==map_buffer_size && mapLeftY_size==map_buffer_size && "
-           "mapRightX_size==map_buffer_size && mapRightY_size==map_buffer_size",
-           kSource);
-  if (rectifiedCam != nullptr) *rectifiedCam = toRectifiedRecord(pair);
-  rectifyInto(pair, 0, keepOutside != 0, left);
-  rectifyInto(pair, 1, keepOutside != 0, right);
-  return true;
+bool CreateRectifyMapWithReasons(const DeviceCalibrationZEL* deviceCalibration,
+                                 std::uint32_t keepOutside, float* mapLeftX,
+                                 std::uint32_t mapLeftX_size, float* mapLeftY,
+                                 std::uint32_t mapLeftY_size, float* mapRightX,
+                                 std::uint32_t mapRightX_size, float* mapRightY,
+                                 std::uint32_t mapRightY_size, float* depthConstant,
+                                 CameraCalibrationZEL* rectifiedCam, ReasonPlane leftReasons,
+                                 ReasonPlane rightReasons) {
+  return createRectifyMap(
+      deviceCalibration, keepOutside != 0,
+      {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
+       {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}},
+      depthConstant, rectifiedCam);
 }

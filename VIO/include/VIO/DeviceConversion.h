@@ -9,6 +9,7 @@ namespace VIO {
 /// An inertial unit as the device record carries it. Nothing in this library computes with it.
 template <typename P>
 struct IMUCalibration {
+  bool isPresent = false;
   AR::Math::Vec<P, 3> vectors[6];  // in the record's order
   AR::Math::SE3<P> T_imu_ref;      // device reference frame into the unit's frame, metres
 };
@@ -26,5 +27,11 @@ struct IMUCalibration {
 /// @return false, with `rig` and `imu` in an unspecified but valid state, when refused
 bool tryDeviceFromIdl(const DeviceCalibrationZEL& record,
                       AR::CV::FullStereoCameraCalibration<float>& rig, IMUCalibration<float>& imu);
+
+/// Writes a rig of at most six cameras into a device record: header zeroed but for the device UID
+/// (127 characters), the inertial unit if there is one, and then the cameras. Camera records beyond
+/// the rig's are not touched.
+void calibrationToIdlFormat(const AR::CV::FullStereoCameraCalibration<float>& rig,
+                            const IMUCalibration<float>& imu, DeviceCalibrationZEL& record);
 
 }  // namespace VIO

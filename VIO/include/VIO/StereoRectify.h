@@ -13,6 +13,7 @@
 // are pixel positions. Pixels without a source hold -1 in both.
 //
 // `keepOutside` keeps positions that fall outside the source image; otherwise they become -1.
+// `reasons` is null or a dense plane of a byte per target pixel that receives AR::CV::PixelSource.
 // Checks are reported with the source "VIO/src/StereoRectify"; a map that fails them stays as it
 // is.
 
@@ -25,14 +26,30 @@ namespace VIO {
 /// @param R_oltl  rotates directions of the target left frame into the source left frame
 void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                      const AR::CV::FullCamera<float>& target, const AR::Math::SO3<float>& R_oltl,
-                     AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
+                     AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                     std::uint8_t* reasons = nullptr);
+
+/// Fills the maps of an eye that looks at a plane parallel to its image, `planeDistance` metres in
+/// front of it, as a real camera sees that plane. Images as for setupRectifyMap; points less than
+/// 0.01 m in front of the source camera and pixels that the eye has no ray for have no source. An
+/// infinite distance leaves the rotation.
+void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
+                        const AR::CV::FullCamera<float>& eye, float planeDistance,
+                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                        std::uint8_t* reasons = nullptr);
+
+/// The pinhole model of a camera's size and principal point, its corrected focal lengths times
+/// `focalScale`.
+[[nodiscard]] CamModel::CameraModel<float> pinholeModelOf(const AR::CV::Camera<float>& source,
+                                                          float focalScale);
 
 /// Fills the maps from one camera to another at the same place. The images must already have the
 /// target's size. Only rays of depth exactly 0 are refused: rays from behind are mirrored.
 /// @param R_st  rotates directions of the target frame into the source frame
 void setupUndistortMap(const AR::CV::Camera<float>& source, const AR::CV::Camera<float>& target,
                        bool keepOutside, const AR::Math::SO3<float>& R_st,
-                       AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
+                       AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                       std::uint8_t* reasons = nullptr);
 
 /// As above, to a pinhole camera of the source's size and principal point whose focal lengths are
 /// the source's corrected ones times `focalScale`.

@@ -1,0 +1,103 @@
+// Calibration maps applied to 8-bit images.
+
+#include <cstdint>
+
+#include "Kel/kelRemapu8.h"
+#include "Status.h"
+#include "VIO/StereoRectifyWrapper.h"
+
+namespace {
+
+constexpr std::uint8_t kFormatMask = 7;  // must be 0: 8-bit, one channel
+
+/// Whether an image of 8 bits and a map of its size can be worked with: rows and columns are ints
+/// to the remap, a map's row is an int of bytes, and its pixels are counted in 32 bits.
+bool isAddressable(std::uint32_t width, std::uint32_t height) {
+  constexpr std::uint64_t kMaxInt = INT32_MAX;
+  const std::uint64_t count = static_cast<std::uint64_t>(width) * height;
+  return width <= kMaxInt / sizeof(float) && height <= kMaxInt && count <= UINT32_MAX &&
+         count <= SIZE_MAX / sizeof(float);
+}
+
+/// Everything that can be wrong with target and map before a pixel is touched.
+int checkTarget(const Image& target, const UndistortionMap& map) {
+  if ((target.format & kFormatMask) != 0) return VIO::kImagesDoNotMatch;
+  if (map.X == nullptr || map.Y == nullptr) return VIO::kNullPointer;
+  if (target.data == nullptr) return VIO::kNullPointer;
+  const bool sameSize = map.X_width == target.width && map.X_height == target.height &&
+                        map.Y_width == map.X_width && map.Y_height == map.X_height;
+  return sameSize && isAddressable(target.width, target.height) ? VIO::kSuccess
+                                                                : VIO::kSizeMismatch;
+}
+
+int checkSource(const Image& source) {
+  if (source.data == nullptr) return VIO::kNullPointer;
+  return isAddressable(source.width, source.height) ? VIO::kSuccess : VIO::kSizeMismatch;
+}
+
+int checkGains(const Image& source, const VignettingMap& gains) {
+  if (gains.scaleFactors == nullptr) return VIO::kNullPointer;
+  const bool sameSize = gains.width == source.width && gains.height == source.height;
+  return sameSize ? VIO::kSuccess : VIO::kSizeMismatch;
+}
+
+/// One gain applied to one pixel: clamped to [0, 255], cut to whole grey levels; NaN gives 0.
+std::uint8_t corrected(std::uint8_t pixel, float gain) {
+  const float value = gain * static_cast<float>(pixel);
+  if (!(value > 0)) return 0;
+  return value < 255 ? static_cast<std::uint8_t>(value) : std::uint8_t{255};
+}
+
+void applyGains(const Image& source, const VignettingMap& gains) {
+  const std::size_t count = static_cast<std::size_t>(source.width) * source.height;
+  for (std::size_t i = 0; i < count; ++i) {
+    source.data[i] = corrected(source.data[i], gains.scaleFactors[i]);
+  }
+}
+
+int remap(const Image& source, const UndistortionMap& map, const Image& target) {
+  constexpr int kBilinear = 1;
+  const auto toInt = [](std::uint32_t size) { return static_cast<int>(size); };
+  const int status =
+      kelRemapu8(source.data, toInt(source.width), toInt(source.height), toInt(source.width),
+                 target.data, toInt(target.width), toInt(target.height), toInt(target.width), map.X,
+                 map.Y, toInt(target.width) * static_cast<int>(sizeof(float)), kBilinear);
+  return status == 0 ? VIO::kSuccess : VIO::kRemapFailed;
+}
+
+int applyOne(const Image& source, const CalibrationMap& map, std::size_t i, bool vignetting,
+             const Image& target) {
+  int status = checkTarget(target, map.undistortion[i]);
+  if (status == VIO::kSuccess) status = checkSource(source);
+  if (status == VIO::kSuccess && vignetting) status = checkGains(source, map.vignettingMaps[i]);
+  if (status != VIO::kSuccess) return status;
+  if (vignetting) applyGains(source, map.vignettingMaps[i]);
+  return remap(source, map.undistortion[i], target);
+}
+
+int applyAll(const Image* sources, unsigned count, const CalibrationMap& map, bool vignetting,
+             const Image* targets) {
+  if (sources == nullptr || targets == nullptr || map.undistortion == nullptr) {
+    return VIO::kNullPointer;
+  }
+  if (vignetting && map.vignettingMaps == nullptr) return VIO::kNullPointer;
+  if (count < map.numCameras) return VIO::kImagesDoNotMatch;
+  for (unsigned i = 0; i < count; ++i) {
+    if (i >= map.numCameras) return VIO::kImagesDoNotMatch;
+    const int status = applyOne(sources[i], map, i, vignetting, targets[i]);
+    if (status != VIO::kSuccess) return status;
+  }
+  return VIO::kSuccess;
+}
+
+}  // namespace
+
+int ApplyCalibrationMap(const Image* sources, unsigned count, const CalibrationMap& map,
+                        Image* targets) {
+  return applyAll(sources, count, map, true, targets);
+}
+
+int ApplyUndistortionMap(const Image* sources, unsigned count, const CalibrationMap& map,
+                         Image* targets) {
+  return applyAll(sources, count, map, false, targets);
+}

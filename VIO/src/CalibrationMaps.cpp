@@ -1,0 +1,169 @@
+// Maps between the cameras of two rigs, both ways, and vignetting gains.
+
+#include <algorithm>
+
+#include "AR/Common/Macros.h"
+#include "CallerMaps.h"
+#include "Status.h"
+#include "VIO/DeviceConversion.h"
+#include "VIO/StereoRectify.h"
+#include "VIO/StereoRectifyWrapper.h"
+
+namespace {
+
+using AR::CV::CalibrationInfo;
+using AR::CV::Camera;
+using AR::CV::FullCamera;
+using AR::Math::SO3;
+using AR::Math::Vec;
+using ImageF = AR::CV::Image<float>;
+using Rig = AR::CV::FullStereoCameraCalibration<float>;
+using VIO::kWrapperSource;
+
+bool isOfSize(std::uint32_t width, std::uint32_t height, const Vec<int, 2>& size) {
+  return width == static_cast<std::uint32_t>(size(0)) &&
+         height == static_cast<std::uint32_t>(size(1));
+}
+
+/// A map as an array of its own size; nothing is written where that cannot be addressed.
+VIO::CallerMap callerMap(float* data, std::uint32_t width, std::uint32_t height) {
+  const std::uint64_t count = static_cast<std::uint64_t>(width) * height;
+  const bool addressable = count <= UINT32_MAX && count <= SIZE_MAX / sizeof(float);
+  return {addressable ? data : nullptr, addressable ? static_cast<std::uint32_t>(count) : 0};
+}
+
+VIO::CallerMapPair callerPair(const UndistortionMap& map, ReasonPlane reasons) {
+  return {callerMap(map.X, map.X_width, map.X_height), callerMap(map.Y, map.Y_width, map.Y_height),
+          reasons};
+}
+
+SO3<float> rotationOf(const CalibrationMapConfig& config, std::size_t i) {
+  if (config.rotations == nullptr) return SO3<float>();
+  const float* const w = config.rotations + 3 * i;
+  return SO3<float>::exp(Vec<float, 3>(w[0], w[1], w[2]));
+}
+
+/// The intrinsics of camera i, or null after a report.
+const Camera<float>* findCamera(const Rig& rig, std::size_t i) {
+  const FullCamera<float>& camera = rig[i];
+  if (i >= rig.size()) return nullptr;  // reported by the lookup
+  const bool ok = AR_CHECK(camera.isInitialized(), "isInitialized()", kWrapperSource);
+  return ok ? &camera.getIntrinsics() : nullptr;
+}
+
+void createOneMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
+                  std::size_t cameraIdx, const UndistortionMap& map, ReasonPlane reasons) {
+  const bool x = AR_CHECK(map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
+  const bool y = AR_CHECK(map.Y != nullptr, "undistortionMap[cameraIdx].Y", kWrapperSource);
+  const VIO::CallerMapPair maps = callerPair(map, reasons);
+  const Camera<float>* const from = findCamera(source, cameraIdx);
+  const Camera<float>* const to = findCamera(target, cameraIdx);
+  if (!x || !y || from == nullptr || to == nullptr) {
+    maps.fillNotMade();
+    return;
+  }
+  const Vec<int, 2> size = VIO::pixelSize(*to);
+  const bool fits = AR_CHECK(
+      isOfSize(map.X_width, map.X_height, size) && isOfSize(map.Y_width, map.Y_height, size),
+      "undistortionMap[cameraIdx] size == target camera size", kWrapperSource);
+  if (!fits) {
+    maps.fillNotMade();
+    return;
+  }
+  maps.make(size, [&](auto& mapXY, std::uint8_t* plane) {
+    VIO::setupUndistortMap(*from, *to, config.keepOutside != 0, rotationOf(config, cameraIdx),
+                           mapXY, plane);
+  });
+}
+
+void createMaps(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
+                UndistortionMap* undistortionMap, const ReasonPlane* reasons) {
+  const bool isThere = AR_CHECK(undistortionMap, "undistortionMap", kWrapperSource);
+  for (std::size_t i = 0; i < config.numCameras; ++i) {
+    const ReasonPlane plane = reasons == nullptr ? ReasonPlane{nullptr, 0} : reasons[i];
+    if (isThere) {
+      createOneMap(source, target, config, i, undistortionMap[i], plane);
+    } else {
+      VIO::CallerMapPair{{nullptr, 0}, {nullptr, 0}, plane}.fillNotMade();
+    }
+  }
+}
+
+/// Whether the forward maps of all cameras have the size of the target record's cameras.
+bool haveTargetSizes(const DeviceCalibrationZEL& target, const CalibrationMapConfig& config,
+                     const CalibrationMap& map) {
+  for (std::size_t i = 0; i < config.numCameras; ++i) {
+    const IntrinsicCameraCalibrationZEL& in = target.cameras[i].intrinsics;
+    const UndistortionMap& m = map.undistortion[i];
+    const Vec<int, 2> size(in.width, in.height);
+    if (!isOfSize(m.X_width, m.X_height, size) || !isOfSize(m.Y_width, m.Y_height, size)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void createOneVignettingMap(const Rig& source, const Rig& target, std::size_t cameraIdx,
+                            const VignettingMap& map) {
+  const bool there =
+      AR_CHECK(map.scaleFactors != nullptr, "calibrationMap.vignettingMaps[cameraIdx].scaleFactors",
+               kWrapperSource);
+  const Camera<float>* const from = findCamera(source, cameraIdx);
+  const Camera<float>* const to = findCamera(target, cameraIdx);
+  if (!there || from == nullptr || to == nullptr) return;
+  const Vec<int, 2> size = VIO::pixelSize(*from);
+  if (!AR_CHECK(isOfSize(map.width, map.height, size),
+                "calibrationMap.vignettingMaps[cameraIdx] size == source camera size",
+                kWrapperSource)) {
+    return;
+  }
+  ImageF scale(map.scaleFactors, size, false);
+  VIO::setupVignettingMap(*from, *to, scale);
+}
+
+}  // namespace
+
+void CreateUndistortMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
+                        UndistortionMap* maps) {
+  createMaps(source, target, config, maps, nullptr);
+}
+
+void CreateUndistortMapWithReasons(const Rig& source, const Rig& target,
+                                   const CalibrationMapConfig& config, UndistortionMap* maps,
+                                   const ReasonPlane* reasons) {
+  createMaps(source, target, config, maps, reasons);
+}
+
+void CreateVignettingMap(const Rig& source, const Rig& target, bool enable, CalibrationMap& map) {
+  if (!AR_CHECK(map.vignettingMaps, "calibrationMap.vignettingMaps", kWrapperSource)) return;
+  if (!enable) return;
+  for (std::size_t i = 0; i < map.numCameras; ++i) {
+    createOneVignettingMap(source, target, i, map.vignettingMaps[i]);
+  }
+}
+
+int CreateCalibrationMapWithReasons(const DeviceCalibrationZEL& source,
+                                    const DeviceCalibrationZEL& target,
+                                    const CalibrationMapConfig& config, CalibrationMap& map,
+                                    const ReasonPlane* undistortionReasons,
+                                    const ReasonPlane* inverseReasons) {
+  const CalibrationInfo info(CalibrationInfo::API, 0);
+  Rig sourceRig(info);
+  Rig targetRig(info);
+  const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
+  if (converted != VIO::kSuccess) return converted;
+  if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
+  if (config.numCameras > 0 && !AR_CHECK(map.undistortion, "undistortionMap", kWrapperSource)) {
+    return VIO::kNullPointer;
+  }
+  if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
+  createMaps(sourceRig, targetRig, config, map.undistortion, undistortionReasons);
+  createMaps(targetRig, sourceRig, config, map.inverse, inverseReasons);
+  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
+  return VIO::kSuccess;
+}
+
+int CreateCalibrationMap(const DeviceCalibrationZEL& source, const DeviceCalibrationZEL& target,
+                         const CalibrationMapConfig& config, CalibrationMap& map) {
+  return CreateCalibrationMapWithReasons(source, target, config, map, nullptr, nullptr);
+}

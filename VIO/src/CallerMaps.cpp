@@ -1,0 +1,41 @@
+#include "CallerMaps.h"
+
+#include "AR/CV/Image/MapRow.h"
+#include "AR/Common/Macros.h"
+
+namespace VIO {
+namespace {
+
+constexpr bool same(MapPixelReason reason, AR::CV::PixelSource source) {
+  return static_cast<int>(reason) == static_cast<int>(source);
+}
+static_assert(same(MAP_PIXEL_OK, AR::CV::PixelSource::Inside));
+static_assert(same(MAP_PIXEL_OK_PAST_LAST_CENTRE, AR::CV::PixelSource::PastLastCentre));
+static_assert(same(MAP_PIXEL_BEHIND_CAMERA, AR::CV::PixelSource::BehindCamera));
+static_assert(same(MAP_PIXEL_BEYOND_DISTORTION, AR::CV::PixelSource::BeyondDistortion));
+static_assert(same(MAP_PIXEL_NO_INVERSE, AR::CV::PixelSource::NoInverse));
+static_assert(same(MAP_PIXEL_OUTSIDE_IMAGE, AR::CV::PixelSource::OutsideImage));
+
+}  // namespace
+
+bool checkMaps(const CallerMaps& maps) {
+  return AR_CHECK(maps.areAllThere(),
+                  "mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY "
+                  "!= nullptr",
+                  kWrapperSource);
+}
+
+bool checkMapSizes(const CallerMaps& maps, const AR::Math::Vec<int, 2>& leftSize,
+                   const AR::Math::Vec<int, 2>& rightSize) {
+  return AR_CHECK(maps.left.isOfSize(leftSize) && maps.right.isOfSize(rightSize),
+                  "mapLeftX_size==map_buffer_size && mapLeftY_size==map_buffer_size && "
+                  "mapRightX_size==map_buffer_size && mapRightY_size==map_buffer_size",
+                  kWrapperSource);
+}
+
+bool checkDevice(const DeviceCalibrationZEL* device, const char* text) {
+  AR_CHECK(device != nullptr && device->num_cameras == 2, text, kWrapperSource);
+  return device != nullptr && device->num_cameras != 0 && device->num_cameras != 1;
+}
+
+}  // namespace VIO

@@ -1,0 +1,109 @@
+#pragma once
+
+// The caller's buffers of a call that makes maps for the two cameras of a device.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "AR/CV/Camera/StereoCamera.h"
+#include "AR/CV/Image/Image.h"
+#include "AR/Common/ArrayView.h"
+#include "AR/Common/SaturatingCast.h"
+#include "VIO/MapQuality.h"
+
+namespace VIO {
+
+inline constexpr char kWrapperSource[] = "VIO/src/StereoRectifyWrapper";
+inline constexpr float kNoSource = -1.0F;
+
+/// A caller's map with the number of floats that the caller says it holds.
+struct CallerMap {
+  float* data;
+  std::uint32_t size;
+
+  void fill(float value) const {
+    if (data != nullptr) std::fill_n(data, size, value);
+  }
+  [[nodiscard]] bool hasRoom(std::uint64_t count) const { return data != nullptr && size >= count; }
+};
+
+/// Pixels of an image of `size`, which is not negative.
+inline std::uint64_t pixelCount(const AR::Math::Vec<int, 2>& size) {
+  return static_cast<std::uint64_t>(size(0)) * static_cast<std::uint64_t>(size(1));
+}
+
+/// The two maps of one camera and, where asked for, the reasons of their pixels.
+struct CallerMapPair {
+  CallerMap x;
+  CallerMap y;
+  ReasonPlane reasons{nullptr, 0};
+
+  [[nodiscard]] bool isOfSize(const AR::Math::Vec<int, 2>& size) const {
+    return x.size == pixelCount(size) && y.size == pixelCount(size);
+  }
+  /// What a pair holds that could not be made.
+  void fillNotMade() const {
+    x.fill(kNoSource);
+    y.fill(kNoSource);
+    if (reasons.data != nullptr) std::fill_n(reasons.data, reasons.size, MAP_PIXEL_NOT_MADE);
+  }
+
+  /// Calls make(mapXY, reasons) on the pair as two images of `size`, in place, or fills it when it
+  /// lacks room. `reasons` is null unless its plane holds a byte for each pixel.
+  template <typename Make>
+  void make(const AR::Math::Vec<int, 2>& size, Make&& make) const {
+    const std::uint64_t count = pixelCount(size);
+    markNotMade(count);
+    if (!x.hasRoom(count) || !y.hasRoom(count)) {
+      fillNotMade();
+      return;
+    }
+    AR::CV::Image<float> images[2];
+    images[0].set(x.data, size, size, false);
+    images[1].set(y.data, size, size, false);
+    AR::Common::ArrayView<AR::CV::Image<float>> mapXY(images, 2);
+    make(mapXY, reasons.size >= count ? reasons.data : nullptr);
+  }
+
+ private:
+  /// What the reasons are until the map has been made.
+  void markNotMade(std::uint64_t count) const {
+    if (reasons.data == nullptr) return;
+    std::fill_n(reasons.data, std::min<std::uint64_t>(reasons.size, count), MAP_PIXEL_NOT_MADE);
+  }
+};
+
+/// The buffers of both cameras.
+struct CallerMaps {
+  CallerMapPair left;
+  CallerMapPair right;
+
+  [[nodiscard]] bool areAllThere() const {
+    return left.x.data != nullptr && left.y.data != nullptr && right.x.data != nullptr &&
+           right.y.data != nullptr;
+  }
+  void fillNotMade() const {
+    left.fillNotMade();
+    right.fillNotMade();
+  }
+};
+
+/// Reported: a null map.
+bool checkMaps(const CallerMaps& maps);
+/// Reported: maps that do not all hold width times height floats.
+bool checkMapSizes(const CallerMaps& maps, const AR::Math::Vec<int, 2>& leftSize,
+                   const AR::Math::Vec<int, 2>& rightSize);
+/// Reported as `text`: a null record, or one that has not exactly two cameras. False for null, one
+/// camera and none. A count that no record can have is left to the conversion, which refuses it.
+bool checkDevice(const DeviceCalibrationZEL* device, const char* text);
+
+inline constexpr char kDeviceText[] =
+    "deviceCalibration != nullptr && deviceCalibration->num_cameras == 2";
+
+/// A camera's image size, pixels.
+inline AR::Math::Vec<int, 2> pixelSize(const AR::CV::Camera<float>& camera) {
+  return {AR::Common::saturatingCast<int>(camera.getSize()(0)),
+          AR::Common::saturatingCast<int>(camera.getSize()(1))};
+}
+
+}  // namespace VIO

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+
+#include "AR/Math/Vector.h"
+#include "CameraModel/CameraModel.h"
+#include "rectiline/CalibrationRecords.h"
+
+namespace VIO {
+
+/// A position in an image, pixels; integer coordinates are pixel positions.
+using PixelPosition = AR::Math::Vec<double, 2>;
+
+/// A record's camera by its formulas, in double: what the tables and maps are measured against.
+class ExactCamera {
+ public:
+  /// None when no camera can be made of the record; the model prints its fault.
+  static std::optional<ExactCamera> fromRecord(const IntrinsicCameraCalibrationZEL& record);
+
+  /// The pixel of the ideal point (x, y). Tangential terms as in Brown 1966.
+  [[nodiscard]] PixelPosition pixel(double x, double y) const;
+
+  /// The pixel of a point, or direction, in the camera's frame. False unless it lies in front of
+  /// the camera.
+  [[nodiscard]] bool tryProject(const AR::Math::Vec<double, 3>& P, PixelPosition& pixel) const;
+
+ private:
+  explicit ExactCamera(const CamModel::CameraModel<double>& model) : mModel(model) {}
+
+  CamModel::CameraModel<double> mModel;
+};
+
+}  // namespace VIO

@@ -1,0 +1,98 @@
+// See-through maps: what each eye would see if the world were a plane in front of it.
+
+#include "AR/Common/Logger.h"
+#include "AR/Common/Macros.h"
+#include "CallerMaps.h"
+#include "VIO/DeviceConversion.h"
+#include "VIO/StereoRectify.h"
+#include "VIO/StereoRectifyWrapper.h"
+
+namespace {
+
+using AR::CV::CalibrationInfo;
+using AR::CV::FullCamera;
+using AR::Math::SE3;
+using Rig = AR::CV::FullStereoCameraCalibration<float>;
+using VIO::CallerMapPair;
+using VIO::CallerMaps;
+using VIO::kWrapperSource;
+
+/// The real cameras and the eyes, in one reference frame.
+struct SeeThrough {
+  Rig cameras{CalibrationInfo(CalibrationInfo::API, 0)};
+  Rig eyes{CalibrationInfo(CalibrationInfo::API, 0)};
+};
+
+bool tryConvert(const DeviceCalibrationZEL& device, const DeviceCalibrationZEL& seeThrough,
+                SeeThrough& rigs) {
+  const bool ret = copySourceAndTargetCalibration(device, seeThrough, rigs.cameras, rigs.eyes) == 0;
+  if (!AR_CHECK(ret, "ret", kWrapperSource)) return false;
+  SE3<float> T_ref_moved;
+  VIO::moveLeftCameraToOrigin(rigs.cameras, T_ref_moved);
+  for (FullCamera<float>& eye : rigs.eyes) {
+    eye.setExtrinsics(eye.getCamReferenceToLocal() * T_ref_moved);
+  }
+  return true;
+}
+
+void lookThrough(const FullCamera<float>& camera, const FullCamera<float>& eye, float planeDistance,
+                 bool keepOutside, const CallerMapPair& maps) {
+  maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY, std::uint8_t* reasons) {
+    VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY, reasons);
+  });
+}
+
+bool createFixedPlaneMaps(const DeviceCalibrationZEL* deviceCalibration,
+                          const DeviceCalibrationZEL* seeThroughCalibration, bool keepOutside,
+                          float planeDistance, const CallerMaps& maps) {
+  VIO::checkMaps(maps);
+  const bool usableDevice = VIO::checkDevice(deviceCalibration, VIO::kDeviceText);
+  const bool usableEyes = VIO::checkDevice(
+      seeThroughCalibration,
+      "seeThroughCalibration != nullptr && seeThroughCalibration->num_cameras == 2");
+  if (!(planeDistance > 0)) {
+    AR_LOGF(AR::Common::Logger::ERR, kWrapperSource, "Invalid fixed plane distance %f",
+            static_cast<double>(planeDistance));
+    return false;
+  }
+  SeeThrough rigs;
+  if (!usableDevice || !usableEyes ||
+      !tryConvert(*deviceCalibration, *seeThroughCalibration, rigs)) {
+    maps.fillNotMade();
+    return true;
+  }
+  VIO::checkMapSizes(maps, VIO::pixelSize(rigs.eyes.at(0).getIntrinsics()),
+                     VIO::pixelSize(rigs.eyes.at(1).getIntrinsics()));
+  lookThrough(rigs.cameras.at(0), rigs.eyes.at(0), planeDistance, keepOutside, maps.left);
+  lookThrough(rigs.cameras.at(1), rigs.eyes.at(1), planeDistance, keepOutside, maps.right);
+  return true;
+}
+
+}  // namespace
+
+bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibration,
+                             const DeviceCalibrationZEL* seeThroughCalibration,
+                             std::uint32_t keepOutside, float planeDistance, float* mapLeftX,
+                             std::uint32_t mapLeftX_size, float* mapLeftY,
+                             std::uint32_t mapLeftY_size, float* mapRightX,
+                             std::uint32_t mapRightX_size, float* mapRightY,
+                             std::uint32_t mapRightY_size) {
+  return createFixedPlaneMaps(deviceCalibration, seeThroughCalibration, keepOutside != 0,
+                              planeDistance,
+                              {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
+                               {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
+}
+
+bool CreateFixedPlaneVSTMapsWithReasons(const DeviceCalibrationZEL* deviceCalibration,
+                                        const DeviceCalibrationZEL* seeThroughCalibration,
+                                        std::uint32_t keepOutside, float planeDistance,
+                                        float* mapLeftX, std::uint32_t mapLeftX_size,
+                                        float* mapLeftY, std::uint32_t mapLeftY_size,
+                                        float* mapRightX, std::uint32_t mapRightX_size,
+                                        float* mapRightY, std::uint32_t mapRightY_size,
+                                        ReasonPlane leftReasons, ReasonPlane rightReasons) {
+  return createFixedPlaneMaps(
+      deviceCalibration, seeThroughCalibration, keepOutside != 0, planeDistance,
+      {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
+       {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}});
+}

@@ -1,0 +1,173 @@
+// What a map pair covers, where it folds, and how it scales.
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "VIO/MapQuality.h"
+
+namespace {
+
+/// A map pair with its size.
+struct MapPair {
+  const float* X;
+  const float* Y;
+  std::int32_t width;
+  std::int32_t height;
+
+  [[nodiscard]] std::size_t index(std::int32_t x, std::int32_t y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+           static_cast<std::size_t>(x);
+  }
+  [[nodiscard]] bool hasSource(std::int32_t x, std::int32_t y) const {
+    const std::size_t i = index(x, y);
+    return std::isfinite(X[i]) && std::isfinite(Y[i]) && !(X[i] == -1 && Y[i] == -1);
+  }
+};
+
+/// The map's derivative at one pixel by forward differences: source pixels per target pixel.
+struct Derivative {
+  double ux, uy;  // of the source column along target x and y
+  double vx, vy;  // of the source row
+
+  [[nodiscard]] double determinant() const { return ux * vy - uy * vx; }
+};
+
+Derivative derivativeAt(const MapPair& map, std::int32_t x, std::int32_t y) {
+  const auto difference = [&](const float* plane, std::size_t there, std::size_t here) {
+    return static_cast<double>(plane[there]) - static_cast<double>(plane[here]);
+  };
+  const std::size_t here = map.index(x, y);
+  const std::size_t right = map.index(x + 1, y);
+  const std::size_t below = map.index(x, y + 1);
+  return {difference(map.X, right, here), difference(map.X, below, here),
+          difference(map.Y, right, here), difference(map.Y, below, here)};
+}
+
+/// Gathers the derivatives of all measured pixels.
+class ScaleStatistics {
+ public:
+  void add(const Derivative& d) {
+    // Singular values of a 2x2 matrix: the half sum and half difference of these two lengths.
+    const double sum = std::hypot(d.ux + d.vy, d.vx - d.uy);
+    const double difference = std::hypot(d.ux - d.vy, d.vx + d.uy);
+    mLargest = std::max(mLargest, (sum + difference) / 2);
+    mSmallest = std::min(mSmallest, std::fabs(sum - difference) / 2);
+    const double determinant = d.determinant();
+    ++(determinant > 0 ? mPositive : determinant < 0 ? mNegative : mZero);
+  }
+
+  void write(MapReport& report) const {
+    report.measuredPixels = mPositive + mNegative + mZero;
+    // A map that mirrors the whole image is not folded: the rarer sign is the fold.
+    report.foldedPixels = std::min(mPositive, mNegative) + mZero;
+    const bool measured = report.measuredPixels > 0;
+    report.leastMagnification = measured ? 1 / mLargest : 0;
+    report.greatestMagnification = measured ? 1 / mSmallest : 0;
+  }
+
+ private:
+  double mLargest = 0;
+  double mSmallest = std::numeric_limits<double>::infinity();
+  std::uint64_t mPositive = 0;
+  std::uint64_t mNegative = 0;
+  std::uint64_t mZero = 0;
+};
+
+/// The largest rectangle of pixels with a source, row by row: heights of the columns of such pixels
+/// that end in the row, and the largest rectangle under that histogram, found with a stack.
+class LargestRectangle {
+ public:
+  explicit LargestRectangle(std::int32_t width)
+      : mHeights(static_cast<std::size_t>(width) + 1, 0), mStack(mHeights.size()) {}
+
+  void addPixel(std::int32_t x, bool hasSource) {
+    std::int32_t& height = mHeights[static_cast<std::size_t>(x)];
+    height = hasSource ? height + 1 : 0;
+  }
+
+  void finishRow(std::int32_t y) {
+    std::size_t depth = 0;
+    const auto columns = static_cast<std::int32_t>(mHeights.size());
+    for (std::int32_t x = 0; x < columns; ++x) {
+      std::int32_t left = x;
+      const std::int32_t height = mHeights[static_cast<std::size_t>(x)];
+      while (depth > 0 && mStack[depth - 1].height >= height) {
+        const Bar& bar = mStack[--depth];
+        left = bar.left;
+        consider(bar.left, y - bar.height + 1, x - bar.left, bar.height);
+      }
+      mStack[depth++] = {left, height};
+    }
+  }
+
+  void write(MapReport& report) const {
+    report.rectX = mX;
+    report.rectY = mY;
+    report.rectWidth = mWidth;
+    report.rectHeight = mHeight;
+  }
+
+ private:
+  struct Bar {
+    std::int32_t left;
+    std::int32_t height;
+  };
+
+  void consider(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) {
+    const std::int64_t area = static_cast<std::int64_t>(width) * height;
+    const bool earlier = y < mY || (y == mY && x < mX);
+    if (area < mArea || area == 0 || (area == mArea && !earlier)) return;
+    mArea = area;
+    mX = x;
+    mY = y;
+    mWidth = width;
+    mHeight = height;
+  }
+
+  std::vector<std::int32_t> mHeights;  // and a column of height 0 that closes every row
+  std::vector<Bar> mStack;
+  std::int64_t mArea = 0;
+  std::int32_t mX = 0, mY = 0, mWidth = 0, mHeight = 0;
+};
+
+MapReport reportOf(const MapPair& map) {
+  MapReport report{};
+  ScaleStatistics scales;
+  LargestRectangle rectangle(map.width);
+  for (std::int32_t y = 0; y < map.height; ++y) {
+    for (std::int32_t x = 0; x < map.width; ++x) {
+      const bool hasSource = map.hasSource(x, y);
+      rectangle.addPixel(x, hasSource);
+      if (!hasSource) continue;
+      ++report.pixelsWithSource;
+      const bool inner = x + 1 < map.width && y + 1 < map.height;
+      if (inner && map.hasSource(x + 1, y) && map.hasSource(x, y + 1)) {
+        scales.add(derivativeAt(map, x, y));
+      }
+    }
+    rectangle.finishRow(y);
+  }
+  report.pixels = static_cast<std::uint64_t>(map.width) * static_cast<std::uint64_t>(map.height);
+  report.shareWithSource =
+      static_cast<double>(report.pixelsWithSource) / static_cast<double>(report.pixels);
+  scales.write(report);
+  rectangle.write(report);
+  return report;
+}
+
+}  // namespace
+
+bool CreateMapReport(const float* mapX, std::uint32_t mapX_size, const float* mapY,
+                     std::uint32_t mapY_size, std::uint32_t width, std::uint32_t height,
+                     MapReport* report) {
+  constexpr std::uint32_t kMaxSize = std::numeric_limits<std::int32_t>::max();
+  if (mapX == nullptr || mapY == nullptr || report == nullptr) return false;
+  if (width == 0 || height == 0 || width > kMaxSize || height > kMaxSize) return false;
+  const std::uint64_t count = static_cast<std::uint64_t>(width) * height;
+  if (mapX_size < count || mapY_size < count) return false;
+  *report =
+      reportOf({mapX, mapY, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)});
+  return true;
+}

@@ -1,0 +1,219 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "CameraModel/DistortionModel.h"
+#include "TestDevices.h"
+#include "VIO/MapQuality.h"
+#include "VIO/StereoRectifyWrapper.h"
+
+namespace VIO::testing {
+namespace {
+
+constexpr int kW = 320;
+constexpr int kH = 240;
+constexpr double kTurn = 0.1 * M_PI / 180;
+
+struct Lens {
+  const char* name;
+  int model;
+  double focal;
+  double k[8];
+};
+constexpr Lens kLenses[] = {
+    {"pinhole", CamModel::LINEAR, 240, {}},
+    {"radial2", CamModel::RADIAL_2_PARAMETERS, 229, {-0.28, 0.07, 0, 0, 0, 0, 4e-4, -2e-4}},
+    {"radial6", CamModel::RADIAL_6_PARAMETERS, 252, {5.2, 3.4, 0.18, 5.55, 5.1, 0.96}},
+    {"fisheye4", CamModel::FISHEYE_4_PARAMETERS, 95, {0.0035, 0.0007, -0.0021, 0.0002}}};
+
+DeviceCalibrationZEL rig(const Lens& lens, double aboutX, double tx, double ty) {
+  DeviceCalibrationZEL record = device();
+  for (int i = 0; i < 2; ++i) {
+    IntrinsicCameraCalibrationZEL& in = record.cameras[i].intrinsics;
+    in = {kW, kH, 158.3 + i, 121.7, lens.focal, lens.focal * 0.998, {}, 0, 0, lens.model, 0};
+    std::copy(std::begin(lens.k), std::end(lens.k), in.distortion);
+  }
+  record.cameras[1].pose = {{std::sin(aboutX / 2), 0, 0, std::cos(aboutX / 2)}, {tx, ty, 0.002}};
+  return record;
+}
+
+using Certificate = std::optional<RectificationCertificate>;
+
+/// What claims to rectify a device.
+struct Claim {
+  explicit Claim(const DeviceCalibrationZEL& record) {
+    CreateRectifyMap(&record, 0, m[0].data(), n, m[1].data(), n, m[2].data(), n, m[3].data(), n,
+                     &depthConstant, &camera);
+  }
+  [[nodiscard]] Certificate certify(const DeviceCalibrationZEL& record) const {
+    RectificationCertificate result;
+    const bool ok = CertifyRectification(&record, m[0].data(), n, m[1].data(), n, m[2].data(), n,
+                                         m[3].data(), n, depthConstant, &camera, &result);
+    return ok ? Certificate(result) : std::nullopt;
+  }
+
+  static constexpr std::uint32_t n = kW * kH;
+  std::vector<std::vector<float>> m{4, std::vector<float>(n)};
+  float depthConstant = 0;
+  CameraCalibrationZEL camera{};
+};
+
+double worstMap(const Certificate& c) { return std::max(c->maxMapErrorLeft, c->maxMapErrorRight); }
+
+TEST(RectificationCertificate, GoodRigsPass) {
+  for (const Lens& lens : kLenses) {
+    for (const bool vertical : {false, true}) {
+      DeviceCalibrationZEL record =
+          rig(lens, 0.03, vertical ? 0.004 : -0.1, vertical ? -0.1 : 0.004);
+      const Claim claim(record);
+      // Only their relative pose counts: both as seen from a frame moved along the second's x axis.
+      for (int i = 0; i < 2; ++i) record.cameras[i].pose.position.x += 2;
+      const Certificate c = claim.certify(record);
+      ASSERT_TRUE(c) << lens.name;
+      std::printf("%-9s %d %6u points: row %.5f rms %.5f depth %.5f maps %.5f\n", lens.name,
+                  vertical, c->points, c->maxRowError, c->rmsRowError, c->maxDepthError,
+                  worstMap(c));
+      EXPECT_GT(c->points, 10000U) << lens.name;
+      EXPECT_LT(std::max(c->maxRowError, worstMap(c)), 0.02) << lens.name;
+      EXPECT_LE(c->rmsRowError, c->maxRowError) << lens.name;
+      EXPECT_LT(c->maxDepthError, 0.02 * 30 / static_cast<double>(claim.depthConstant));
+    }
+  }
+}
+
+TEST(RectificationCertificate, MapsOfATurnedCameraFailByTheAngle) {
+  for (const Lens& lens : kLenses) {
+    const Claim claim(rig(lens, kTurn, -0.1, 0));
+    const Certificate c = claim.certify(rig(lens, 0, -0.1, 0));
+    ASSERT_TRUE(c) << lens.name;
+    // A turn about x moves the row at height y (ideal plane) by f (1 + y^2) times the angle.
+    const double f = claim.camera.intrinsics.focal_length_y;
+    const double y = (static_cast<double>(c->worstRow.y) - kH / 2.0) / f;
+    EXPECT_NEAR(c->maxRowError, f * (1 + y * y) * kTurn, 0.03 * f * kTurn) << lens.name;
+    EXPECT_GT(c->rmsRowError, f * kTurn) << lens.name;
+    EXPECT_NEAR(c->maxMapErrorRight / (lens.focal * kTurn), 1.15, 0.2) << lens.name;
+    EXPECT_LT(c->maxMapErrorLeft, 0.02) << lens.name;
+  }
+}
+
+void shift(std::vector<float>& map) {
+  for (float& v : map) v = v == -1 ? v : v + 0.5F;
+}
+
+void transpose(std::vector<float>& map) {
+  const std::vector<float> from = map;
+  for (std::size_t i = 0; i < from.size(); ++i) map[i % kH * kW + i / kH] = from[i];
+}
+
+TEST(RectificationCertificate, DamagedMapsFail) {
+  struct Case {
+    const char* name;
+    std::function<void(Claim&)> damage;
+    double leastRow, leastMap, leastDepth;
+  };
+  const Case cases[] = {
+      {"left, right", [](Claim& c) { swap(c.m[0], c.m[2]), swap(c.m[1], c.m[3]); }, 1, 2, 0},
+      {"X, Y", [](Claim& c) { swap(c.m[0], c.m[1]), swap(c.m[2], c.m[3]); }, 1, 50, 0},
+      {"transposed", [](Claim& c) { std::for_each_n(c.m.begin(), 4, transpose); }, 0, 50, 0},
+      {"columns", [](Claim& c) { shift(c.m[0]), shift(c.m[2]); }, 0, 0.49, 0},
+      {"rows of one", [](Claim& c) { shift(c.m[3]); }, 0.49, 0.49, 0},
+      {"one pixel", [](Claim& c) { c.m[2][kW * 100 + 100] = INFINITY; }, 0, INFINITY, 0},
+      {"depth", [](Claim& c) { c.depthConstant *= 1.1F; }, 0, 0, 0.09},
+      {"NaN depth", [](Claim& c) { c.depthConstant = NAN; }, 0, 0, INFINITY}};
+  for (const Lens& lens : kLenses) {
+    const DeviceCalibrationZEL record = rig(lens, 0.03, -0.1, 0.004);
+    const Claim good(record);
+    for (const Case& test : cases) {
+      SCOPED_TRACE(std::string(lens.name) + ", " + test.name);
+      Claim claim = good;
+      test.damage(claim);
+      const Certificate c = claim.certify(record);
+      if (!c) {  // nothing of the scene is found any more
+        EXPECT_STREQ(test.name, "transposed");
+        continue;
+      }
+      EXPECT_GE(c->maxRowError, test.leastRow);
+      EXPECT_GE(worstMap(c), test.leastMap);
+      EXPECT_GE(c->maxDepthError, test.leastDepth);
+    }
+  }
+}
+
+TEST(RectificationCertificate, HostileMapsNeverPass) {
+  const DeviceCalibrationZEL record = rig(kLenses[0], 0.03, -0.1, 0.004);
+  const float values[] = {NAN, INFINITY, -INFINITY, 1e38F, -1e38F, -1, 0, 100};
+  std::mt19937 random(7);
+  Claim claim(record);
+  for (const float value : values) {
+    for (auto& map : claim.m) std::fill(map.begin(), map.end(), value);
+    EXPECT_FALSE(claim.certify(record)) << value;
+    for (auto& map : claim.m) {
+      for (float& v : map) v = random() % 2 == 0 ? value : static_cast<float>(random() % kW);
+    }
+    const Certificate c = claim.certify(record);
+    EXPECT_TRUE(!c || worstMap(c) > 50) << value;
+  }
+}
+
+TEST(RectificationCertificate, RefusalsLeaveTheCertificateAlone) {
+  const DeviceCalibrationZEL good = rig(kLenses[0], 0.03, -0.1, 0.004);
+  const Claim claim(good);
+  const std::function<void(DeviceCalibrationZEL&, CameraCalibrationZEL&)> damages[] = {
+      [](auto& d, auto&) { d.num_cameras = 1; },
+      [](auto& d, auto&) { d.num_cameras = 7; },
+      [](auto& d, auto&) { d.cameras[0].pose.orientation = {}; },
+      [](auto& d, auto&) { d.cameras[1].intrinsics.distortion_model = 9; },
+      [](auto&, auto& c) { c.pose.orientation.x = NAN; },
+      [](auto&, auto& c) { c.intrinsics.width = -c.intrinsics.width; },
+      [](auto&, auto& c) { c.intrinsics.focal_length_y = NAN; },
+      [](auto&, auto& c) { c.intrinsics.distortion[7] = 1e-3; }};
+  for (std::size_t i = 0; i < std::size(damages); ++i) {
+    DeviceCalibrationZEL record = good;
+    Claim damaged = claim;
+    damages[i](record, damaged.camera);
+    EXPECT_FALSE(damaged.certify(record)) << i;
+  }
+  RectificationCertificate result{};
+  for (int i = 0; i < 11; ++i) {  // each pointer null, then each size wrong
+    const auto X = [&](int k) { return i == k ? nullptr : claim.m[static_cast<size_t>(k)].data(); };
+    const auto n = [&](int k) { return i == 7 + k ? claim.n - 1 : claim.n; };
+    EXPECT_FALSE(CertifyRectification(
+        i == 4 ? nullptr : &good, X(0), n(0), X(1), n(1), X(2), n(2), X(3), n(3),
+        claim.depthConstant, i == 5 ? nullptr : &claim.camera, i == 6 ? nullptr : &result));
+  }
+  EXPECT_EQ(result.points, 0U);
+}
+
+TEST(CameraCertificate, MeasuresTheTables) {
+  CameraCertificate c{};
+  for (const Lens& lens : kLenses) {
+    const DeviceCalibrationZEL record = rig(lens, 0, 0, 0);
+    ASSERT_TRUE(CertifyCamera(record.cameras, &c)) << lens.name;
+    EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens.name;
+    EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens.name;
+  }
+  // Uniform bins over the squared radius are coarse at the centre of a wide one-parameter fisheye.
+  DeviceCalibrationZEL coarse = rig({"", CamModel::FISHEYE_1_PARAMETER, 95, {0.93}}, 0, 0, 0);
+  ASSERT_TRUE(CertifyCamera(coarse.cameras, &c));
+  EXPECT_GT(c.maxDistortionError, 0.01);
+  EXPECT_LT(c.distortionErrorRadius, 1);
+  EXPECT_NEAR(c.fieldOfView, 2 * std::atan(25.0), 1e-6);
+
+  const CameraCertificate before = c;
+  EXPECT_FALSE(CertifyCamera(nullptr, &c) || CertifyCamera(coarse.cameras, nullptr));
+  for (const float focal : {0.0F, NAN, INFINITY}) {
+    coarse.cameras[0].intrinsics.focal_length_x = static_cast<double>(focal);
+    EXPECT_FALSE(CertifyCamera(coarse.cameras, &c)) << focal;
+  }
+  EXPECT_EQ(c.maxDistortionError, before.maxDistortionError);
+}
+
+}  // namespace
+}  // namespace VIO::testing
