@@ -1,23 +1,17 @@
 #include "Rectify.h"
 
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
 #include "CornerCheck.h"
 #include "Error.h"
-#include "Kel/kelRemapu8.h"
-#include "LibraryLog.h"
+#include "PairMaps.h"
 #include "Png.h"
 #include "Rig.h"
-#include "VIO/StereoRectifyWrapper.h"
 
 namespace rectiline::tool {
 namespace {
-
-using AR::Math::SE3;
-using AR::Math::Vec;
 
 /// The time since the last lap, milliseconds.
 class StopWatch {
@@ -32,67 +26,6 @@ class StopWatch {
  private:
   std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
 };
-
-using Map = Pixels<float>;
-
-struct Maps {
-  Maps(int width, int height)
-      : leftX(width, height), leftY(width, height), rightX(width, height), rightY(width, height) {}
-
-  Map leftX, leftY, rightX, rightY;
-  float depthConstant = 0;
-  CameraCalibrationZEL camera{};
-  int failedChecks = 0;
-};
-
-Maps createMaps(const DeviceCalibrationZEL& device) {
-  const IntrinsicCameraCalibrationZEL& in = device.cameras[0].intrinsics;
-  Maps maps(in.width, in.height);
-  const auto n = static_cast<std::uint32_t>(maps.leftX.data.size());
-  const LibraryLog log;
-  CreateRectifyMap(&device, 0, maps.leftX.data.data(), n, maps.leftY.data.data(), n,
-                   maps.rightX.data.data(), n, maps.rightY.data.data(), n, &maps.depthConstant,
-                   &maps.camera);
-  maps.failedChecks = log.failedChecks();
-  if (maps.depthConstant < 0) throw Error("the pair cannot be rectified: " + log.firstError());
-  return maps;
-}
-
-double validShare(const Map& X, const Map& Y) {
-  std::size_t valid = 0;
-  for (std::size_t i = 0; i < X.data.size(); ++i) {
-    valid += X.data[i] != -1 || Y.data[i] != -1 ? 1 : 0;
-  }
-  return static_cast<double>(valid) / static_cast<double>(X.data.size());
-}
-
-GreyImage remap(const GreyImage& source, const Map& X, const Map& Y) {
-  GreyImage target(X.width, X.height);
-  constexpr int kBilinear = 1;
-  const int status =
-      kelRemapu8(source.data.data(), source.width, source.height, source.width, target.data.data(),
-                 target.width, target.height, target.width, X.data.data(), Y.data.data(),
-                 X.width * static_cast<int>(sizeof(float)), kBilinear);
-  if (status != 0) throw Error("the image cannot be remapped (" + std::to_string(status) + ")");
-  return target;
-}
-
-GreyImage readImage(const std::string& file, const CameraCalibrationZEL& camera) {
-  GreyImage image = readGrey(file);
-  const int width = camera.intrinsics.width;
-  const int height = camera.intrinsics.height;
-  if (image.width != width || image.height != height) {
-    throw Error(file + ": is " + std::to_string(image.width) + "x" + std::to_string(image.height) +
-                ", camera " + camera.name + " has " + std::to_string(width) + "x" +
-                std::to_string(height));
-  }
-  return image;
-}
-
-bool isVertical(const DeviceCalibrationZEL& device) {
-  const auto& t = device.cameras[1].pose.position;
-  return std::fabs(t.x) < std::fabs(t.y);
-}
 
 /// Both images in one, with a green line every 32 pixels along which they must agree.
 GreyImage sideBySide(const RectifiedImages& pair) {
@@ -147,12 +80,12 @@ void check(const RectifiedImages& pair, const std::string& pointsFile) {
 
 void rectify(const RectifyOptions& options) {
   StopWatch watch;
-  const DeviceCalibrationZEL device = pairRecord(loadRig(options.rigFile));
+  const DeviceCalibrationZEL device = pairRecord(loadRig(options.rigFile, 2));
   const double loadMs = watch.lap();
   const GreyImage rawLeft = readImage(options.leftFile, device.cameras[0]);
   const GreyImage rawRight = readImage(options.rightFile, device.cameras[1]);
   const double readMs = watch.lap();
-  const Maps maps = createMaps(device);
+  const PairMaps maps = createPairMaps(device);
   const double mapMs = watch.lap();
   const RectifiedImages pair{remap(rawLeft, maps.leftX, maps.leftY),
                              remap(rawRight, maps.rightX, maps.rightY), maps.camera,
@@ -173,8 +106,11 @@ void rectify(const RectifyOptions& options) {
   std::printf("  focal length  %.3f px\n", in.focal_length_x);
   std::printf("  depth         %.6f px m / disparity\n", pair.depthConstant);
   std::printf("  valid pixels  left %.1f %%, right %.1f %%\n",
-              100 * validShare(maps.leftX, maps.leftY), 100 * validShare(maps.rightX, maps.rightY));
-  if (maps.failedChecks > 0) std::printf("  failed checks %d\n", maps.failedChecks);
+              100 * reportOf(maps.leftX, maps.leftY).shareWithSource,
+              100 * reportOf(maps.rightX, maps.rightY).shareWithSource);
+  if (maps.failedChecks > 0) {
+    std::printf("  failed checks %llu\n", static_cast<unsigned long long>(maps.failedChecks));
+  }
   std::printf(
       "  time          rig %.1f ms, images %.1f ms, maps %.1f ms, remap %.1f ms, write %.1f ms\n",
       loadMs, readMs, mapMs, remapMs, writeMs);

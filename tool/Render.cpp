@@ -85,7 +85,7 @@ void writePoints(const std::string& file, const std::vector<Corner>& corners) {
 }  // namespace
 
 void render(const std::string& rigFile, const std::string& directory) {
-  const Rig rig = loadRig(rigFile);
+  const Rig rig = loadRig(rigFile, 2);
   const SE3<double> T_ol_ref = rig.at(0).getCamReferenceToLocal();
   const Scene scene;
   std::error_code ignored;

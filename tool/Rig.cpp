@@ -16,7 +16,7 @@ namespace {
 
 }  // namespace
 
-Rig loadRig(const std::string& file) {
+Rig loadRig(const std::string& file, std::size_t minCameras) {
   if (!std::filesystem::exists(file)) throw Error(file + ": no such file");
   const LibraryLog log;
   AR::Common::ConfigNode config;
@@ -28,15 +28,21 @@ Rig loadRig(const std::string& file) {
   if (!rig.loadCameraCalibFromDeviceConfig(config, {}, false)) {
     fail(file, "cannot be loaded as a rig", log);
   }
-  if (rig.size() < 2) throw Error(file + ": has no two cameras");
+  if (rig.size() < minCameras) throw Error(file + ": has no two cameras");
   return rig;
 }
 
-DeviceCalibrationZEL pairRecord(const Rig& rig) {
+DeviceCalibrationZEL deviceRecord(const Rig& rig) {
   DeviceCalibrationZEL device{};
   const AR::Math::SE3<double> T_ol_ref = rig.at(0).getCamReferenceToLocal();
-  for (std::size_t i = 0; i < 2; ++i) device.cameras[i] = rig.at(i).toIdl(T_ol_ref);
+  for (std::size_t i = 0; i < rig.size(); ++i) device.cameras[i] = rig.at(i).toIdl(T_ol_ref);
   device.cameras[0].pose = {{0, 0, 0, 1}, {0, 0, 0}};
+  device.num_cameras = static_cast<std::int32_t>(rig.size());
+  return device;
+}
+
+DeviceCalibrationZEL pairRecord(const Rig& rig) {
+  DeviceCalibrationZEL device = deviceRecord(rig);
   device.num_cameras = 2;
   return device;
 }

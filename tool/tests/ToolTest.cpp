@@ -72,7 +72,7 @@ TEST_F(ToolTest, RenderedPairIsRectified) {
   EXPECT_EQ(left.width, 512);
   EXPECT_EQ(readGrey(path("out/pair.png")).width, 1024);
 
-  const Rig rectified = loadRig(path("out/rectified.rig.xml"));
+  const Rig rectified = loadRig(path("out/rectified.rig.xml"), 2);
   const DeviceCalibrationZEL pair = pairRecord(rectified);
   EXPECT_EQ(pair.cameras[1].intrinsics.distortion_model, CamModel::LINEAR);
   EXPECT_NEAR(pair.cameras[1].pose.position.x, -0.10109, 1e-4);
@@ -86,6 +86,42 @@ TEST_F(ToolTest, SwappedImagesMissTheKnownPoints) {
       run("rectify " + rig + " " + path("raw/right.png") + " " + path("raw/left.png") +
           " --points " + path("raw/points.csv") + " -o " + path("out"));
   EXPECT_EQ(swapped.exitCode, 1) << swapped.output;
+}
+
+TEST_F(ToolTest, UndistortedImagesAreThoseOfPinholeCameras) {
+  const std::string rig = kRigs + "/radtan_752x480.rig.xml";
+  ASSERT_EQ(run("render " + rig + " -o " + path("raw")).exitCode, 0);
+  const Outcome one =
+      run("undistort " + rig + " " + path("raw/left.png") + " --largest -o " + path("out"));
+  EXPECT_EQ(one.exitCode, 0) << one.output;
+  EXPECT_EQ(readGrey(path("out/left.png")).width, 752);
+  EXPECT_FALSE(fs::exists(path("out/right.png")));
+  const Rig linear = loadRig(path("out/linear.rig.xml"), 2);
+  EXPECT_EQ(linear.at(0).getIntrinsics().getRadialDistortionModel(), CamModel::LINEAR);
+  EXPECT_LT(linear.at(0).getIntrinsics().getOriginalFocalLength()(1), 457);
+}
+
+TEST_F(ToolTest, VerifyTellsGoodMapsFromThoseOfAnotherRig) {
+  const std::string rig = kRigs + "/radtan_752x480.rig.xml";
+  EXPECT_EQ(run("verify " + rig + " --limit 0.02").exitCode, 0);
+  EXPECT_EQ(run("verify " + rig + " --limit 0.000001").exitCode, 1);
+
+  // The same rig with its right camera turned by 0.1 degrees about its x-axis.
+  Rig turned = loadRig(rig, 2);
+  const AR::Math::SE3<double> turn = AR::Math::SE3<double>::exp({0, 0, 0, 0.1 * M_PI / 180, 0, 0});
+  turned.at(1).setExtrinsics(turn * turned.at(1).getCamReferenceToLocal());
+  ASSERT_TRUE(turned.saveCalibration(path("turned.xml")));
+  const Outcome wrong = run("verify " + path("turned.xml") + " --truth " + rig + " --limit 0.02");
+  EXPECT_EQ(wrong.exitCode, 1) << wrong.output;
+  EXPECT_NE(wrong.output.find("above the limit"), std::string::npos) << wrong.output;
+}
+
+TEST_F(ToolTest, ReportSpeaksOfEveryCameraAndMap) {
+  const Outcome report = run("report " + kRigs + "/fisheye_512x512.rig.xml");
+  EXPECT_EQ(report.exitCode, 0) << report.output;
+  for (const char* word : {"camera left", "camera right", "left map", "right map", "row error"}) {
+    EXPECT_NE(report.output.find(word), std::string::npos) << word << "\n" << report.output;
+  }
 }
 
 TEST_F(ToolTest, BadInputGivesOneLineAndAFailure) {
