@@ -5,20 +5,18 @@
 
 namespace AR::CV {
 
-/// What a "Camera" node says of one camera, apart from its name.
+/// Reads the intrinsics of a "Camera" node. "model" with "radial_distortion" goes before
+/// "radial_distortion_8", and that before "radial_distortion_4"; without any of them that is
+/// reported and the camera is LINEAR. Limits that are absent are computed for a field of view of
+/// 180 degrees. False, and reported, when something else is missing or malformed.
 template <typename P>
-struct CameraConfig {
-  CamModel::CameraModel<P> model;
-  Math::SE3<P> T_local_ref;  // x_local = R x_ref + t, metres
-  bool isRollingShutter = false;
-  P lineTime = 0;  // seconds per row
-  CaptureDetails captureDetails;
-  double delta = 0;  // seconds
-};
+[[nodiscard]] bool loadModelConfig(const Common::ConfigNode& cameraNode,
+                                   CamModel::CameraModel<P>& model);
 
-/// Reads a "Camera" node. A missing pose is reported and stays the identity, missing distortion is
-/// reported and read as LINEAR; anything else that is missing or malformed is reported and refused.
+/// Reads a "Camera" node into a camera with the given identity. A missing pose is reported and
+/// stays the identity. False, and reported, when something else is missing or malformed.
 template <typename P>
-[[nodiscard]] bool loadCameraConfig(const Common::ConfigNode& cameraNode, CameraConfig<P>& config);
+[[nodiscard]] bool loadCameraConfig(const Common::ConfigNode& cameraNode, const CamImageId& id,
+                                    FullCamera<P>& camera);
 
 }  // namespace AR::CV

@@ -1,6 +1,8 @@
 // Rigs and cameras as calibration documents: root "DeviceConfiguration", one "Camera" per camera.
 
+#include <cstdio>
 #include <memory>
+#include <string>
 
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/CV/Camera/XmlText.h"
@@ -29,6 +31,14 @@ std::unique_ptr<TiXmlElement> poseElement(const std::string& translation,
 
 bool hasDefaultName(const CamImageId& id) {
   return FullStereoCameraCalibration<float>::noCameraIdsProvided({&id, 1});
+}
+
+// TiXmlDocument's own saving by name does not notice what fails only when the file is closed.
+bool trySave(const TiXmlDocument& document, const std::string& filename) {
+  std::FILE* const file = std::fopen(filename.c_str(), "w");
+  if (file == nullptr) return false;
+  const bool isWritten = document.SaveFile(file);
+  return std::fclose(file) == 0 && isWritten;
 }
 
 }  // namespace
@@ -70,14 +80,14 @@ void FullStereoCameraCalibration<P>::saveCalibration(TiXmlElement* deviceConfig,
 template <typename P>
 bool FullStereoCameraCalibration<P>::saveCalibration(const std::string& filename) const {
   AR_CHECK(isInitialized(), "isInitialized()", kSource);
-  if (!AR_CHECK(filename.length() > 0, "filename.length() > 0", kSource)) return false;
+  AR_CHECK(filename.length() > 0, "filename.length() > 0", kSource);
   TiXmlDocument document;
   document.LinkEndChild(std::make_unique<TiXmlDeclaration>("1.0", "UTF-8", "").release());
   auto root = std::make_unique<TiXmlElement>("DeviceConfiguration");
   saveCalibration(root.get(), false, false, XMLFormat::Current);
   document.LinkEndChild(root.release());
   AR_LOGF(Common::Logger::DEBUG, kSource, "Saving camera calibration to %s", filename.c_str());
-  return document.SaveFile(filename.c_str());
+  return trySave(document, filename);
 }
 
 #define AR_INSTANTIATE(P)                                                                     \

@@ -1,0 +1,267 @@
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "AR/CV/Camera/StereoCamera.h"
+#include "AR/Common/ConfigNode.h"
+#include "testing/LogCapture.h"
+
+namespace AR::CV {
+namespace {
+
+using namespace CamModel;
+using Common::ConfigNode;
+using rectiline::testing::LogCapture;
+using Ids = std::vector<CamImageId>;
+
+const std::string kGeometry = R"(size="640 480" principal_point="318 243" focal_length="410 400" )";
+const std::string kRadial = R"(model="RADIAL_2_PARAMETERS" radial_distortion="0.1 0.01 0 0 0 0" )";
+const std::string kBad = R"(model="RADIAL_2_PARAMETERS" radial_distortion="0 0 1 0 0 0")";
+const std::string kIntrinsics = "<Calibration " + kGeometry + kRadial + "/>";
+const std::string kIdentity =
+    R"(<Rig translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 1"/>)";
+
+const std::string kSevenDetails =
+    R"(nativeSensorWidth="1" nativeSensorHeight="2" cropL="3" cropR="4" cropT="5" cropB="6" )"
+    R"(binningH="7" )";
+
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+ConfigNode parse(const std::string& xml) {
+  ConfigNode node;
+  EXPECT_TRUE(node.setFromXMLString(xml.c_str())) << xml;
+  return node;
+}
+
+ConfigNode device(const std::string& cameras) {
+  return parse(R"(<DeviceConfiguration deviceUID="uid">)" + cameras + "</DeviceConfiguration>");
+}
+
+/// A document with one camera of these children.
+ConfigNode oneCamera(const std::string& children) {
+  return device(R"(<Camera cam_name="left">)" + children + "</Camera>");
+}
+
+ConfigNode oneCalibration(const std::string& attributes) {
+  return oneCamera("<Calibration " + kGeometry + attributes + "/>" + kIdentity);
+}
+
+template <typename P>
+class RigConfigTest : public ::testing::Test {
+ protected:
+  using Rig = FullStereoCameraCalibration<P>;
+
+  bool load(const ConfigNode& node, const Ids& ids = {}, const bool requireAllIds = false) {
+    rig = Rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+    log.clear();
+    return rig.loadCameraCalibFromDeviceConfig(node, ids, requireAllIds);
+  }
+
+  void expectLogged(const std::string& part) {
+    EXPECT_GT(log.count(part), 0) << part << " not in\n" << log.text();
+  }
+
+  Rig rig{CalibrationInfo(CalibrationInfo::UNKNOWN, 0)};
+  LogCapture log;
+};
+using Precisions = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(RigConfigTest, Precisions);
+
+TYPED_TEST(RigConfigTest, LoadsAWholeCamera) {
+  ASSERT_TRUE(this->load(
+      oneCamera(kIntrinsics + R"(<Rig stereo_rig="1 2 3 0 0 0"/><TimeAlignment delta="0.25"/>)" +
+                R"(<RollingShutter isRollingShutter="TRUE" linetime="0.5"/><CaptureDetails )" +
+                kSevenDetails + R"(binningV="8"/>)")));
+  EXPECT_EQ(this->rig.getDeviceUID(), "uid");
+  ASSERT_EQ(this->rig.size(), 1U);
+  const auto& camera = this->rig[0];
+  EXPECT_EQ(camera.getCamReferenceToLocal().translation()(1), 2);
+  EXPECT_EQ(camera.getDelta(), 0.25);
+  EXPECT_TRUE(camera.getRSCorrector().isRollingShutter);
+  EXPECT_EQ(camera.getRSCorrector().lineTime, TypeParam(0.5));
+  EXPECT_EQ(camera.getCaptureDetails().cropT, 5);
+  EXPECT_EQ(camera.getCaptureDetails().binningV, 8);
+  this->expectLogged("deviceNode.getName 'DeviceConfiguration',  deviceNode.getNumChildren 1");
+  this->expectLogged("Loading camera calibration from config file (name left)");
+  EXPECT_EQ(this->log.failedChecks(), 0) << this->log.text();
+}
+
+TYPED_TEST(RigConfigTest, RefusesBadDocuments) {
+  const std::string kNoDetails = "Can't find camera calibration detail attributes";
+  const std::string kNoRotation = "Stereo calibration is not a 3x3 rotation matrix";
+  const std::string kTwice = "Stereo calibration given twice in config--only specify either Lie ";
+  const std::string kIncomplete =
+      "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)";
+  const auto pose = [](const std::string& attributes) {
+    return oneCamera(kIntrinsics + "<Rig " + attributes + "/>");
+  };
+  const auto more = [](const std::string& child) {
+    return oneCamera(kIntrinsics + kIdentity + child);
+  };
+  const std::string kMatrix = R"(rowMajorRotationMat="1 0 0 0 1 0 0 0 1" )";
+  const std::pair<ConfigNode, std::string> kCases[] = {
+      {device(""), "No cameras loaded from config under element 'DeviceConfiguration'"},
+      {oneCamera(kIdentity), kNoDetails},
+      {oneCamera(R"(<Calibration size="nan 1" focal_length="1 1" principal_point="1 1"/>)"),
+       kNoDetails},
+      {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails},
+      {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails},
+      {oneCalibration(R"(model="Linear" radial_distortion="0 0 0 0 0 0")"),
+       "Radial distortion model Linear not supported (use UPPERCASE)."},
+      {oneCalibration(R"(model="LINEAR" radial_distortion="0 0")"), "Failed parsing Vec6"},
+      {oneCalibration(kRadial + R"(distortion_limit="far")"), "Error parsing float"},
+      {oneCalibration(kRadial + R"(undistortion_limit="inf")"), "undistortion_limit is not finite"},
+      {oneCalibration(R"(radial_distortion_8="0.1 0 0 0 0 0 0 nan")"), "_8 is not finite"},
+      {oneCalibration(R"(radial_distortion_4="0.1 0 0 0" fish_eye="1")"), "parsing true/false"},
+      {pose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"), kTwice},
+      {pose(kMatrix), kIncomplete},
+      {pose(R"(stereoRig="0 0 0 0 0" stereo_rig="0 0 0 0 0 0")"), "Failed parsing Vec6"},
+      {pose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite"},
+      {pose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite"},
+      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 1.0001")"), kNoRotation},
+      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation},
+      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation},
+      {more(R"(<CaptureDetails cropL="1"/>)"),
+       "Failed to read CaptureDetails tag. All attributes are required."},
+      {more("<TimeAlignment/>"), "Failed to read TimeAlignment tag."},
+      {more(R"(<RollingShutter isRollingShutter="true"/>)"),
+       "loadRollingShutterConfig() - Unable to determine linetime of rolling shutter camera."},
+      {more(R"(<RollingShutter isRollingShutter="true" linetime="0"/>)"),
+       "Rolling shutter is enabled but line time is set to <= 0. Set isRollingShutter = false in"},
+  };
+  for (const auto& [document, message] : kCases) {
+    EXPECT_FALSE(this->load(document)) << message;
+    EXPECT_TRUE(this->rig.empty()) << message;
+    this->expectLogged(message);
+    EXPECT_EQ(this->log.failedChecks(), 0) << this->log.text();
+  }
+}
+
+TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
+  const std::string kEight = R"(radial_distortion_8="0.3 0.03 0.003 0 0 0 0 0" )";
+  const std::string kFour = R"(radial_distortion_4="0.4 0.04 0.004 0" )";
+  const std::string kNone =
+      "None of radial_distortion, radial_distortion_8, or radial_distortion_4 found";
+  const std::string kOld = "Loading old combined 8D radial+tangential distortion.";
+  const struct {
+    std::string attributes;
+    DistortionModel model;
+    double k0, k2, p1;
+    std::string message;
+  } kCases[] = {
+      {kEight + kRadial + kFour, RADIAL_2_PARAMETERS, 0.1, 0, 0, "RADIAL_2_PARAMETERS"},
+      {kFour + kEight + R"(model="LINEAR")", RADIAL_2_PARAMETERS, 0.3, 0, 0.003, kOld},
+      {kEight + R"(radial_distortion="1 0 0 0 0 0")", RADIAL_2_PARAMETERS, 0.3, 0, 0.003, kOld},
+      {kFour, RADIAL_2_PARAMETERS, 0.4, 0, 0.004, "radial_distortion_4"},
+      {kFour + R"(fish_eye="True")", FISHEYE_4_PARAMETERS, 0.4, 0.004, 0, "fish_eye"},
+      {R"(radial_distortion_4="0.9 0 0 0")", FISHEYE_1_PARAMETER, 0.9, 0, 0, "fish_eye"},
+      {R"(model="LINEAR")", LINEAR, 0, 0, 0, kNone},
+      {"", LINEAR, 0, 0, 0, kNone},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.attributes);
+    ASSERT_TRUE(this->load(oneCalibration(c.attributes)));
+    const auto& model = this->rig[0].getIntrinsics().getCamModel();
+    EXPECT_EQ(model.model, c.model);
+    EXPECT_EQ(model.radialDistortion(0), TypeParam(c.k0));
+    EXPECT_EQ(model.radialDistortion(2), TypeParam(c.k2));
+    EXPECT_EQ(model.tangentialDistortion(0), TypeParam(c.p1));
+    EXPECT_GT(model.limits.distortionLimit, TypeParam(0.3));
+    EXPECT_GT(model.limits.undistortionLimit, TypeParam(0.3));
+    this->expectLogged(c.message);
+  }
+}
+
+TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
+  const std::string kTwice = "is already initialized--is there a duplicate id in the config file?";
+  const struct {
+    std::string nodes;         // names in document order; "-": nameless, "bad": refused
+    std::string ids, cameras;  // a camera is followed by the number of its node, or "-"
+    bool ok, okIfAllRequired;
+    std::string message;
+  } kCases[] = {
+      {"right left", "", "right 0 left 1 ", true, true, "ids not specified (camIds.size: 0).  Use"},
+      {"- b", "", "default_cam_0 0 b 1 ", true, true, "loaded camId.  camIds.size:0"},
+      {"a a b", "", "a 0 b 2 ", true, true, "Camera a " + kTwice},
+      {"bad -", "", "default_cam_0 1 ", false, false, "Cannot initialize camera"},
+      {"default_cam_1 -", "", "default_cam_1 0 ", true, true, kTwice},
+      {"a b c d e f g", "", "a 0 b 1 c 2 d 3 e 4 f 5 ", true, true, "new_size<=MAX_SIZE"},
+      {"b c", "default_cam_0", "b 0 ", true, true, "ids not specified (camIds.size: 1).  Use"},
+      {"right x left", "left right", "left 2 right 0 ", true, true, "camIds[1].name: right"},
+      {"right -", "left right", "left 1 right 0 ", true, true, "during track_6dof_init as id."},
+      {"- - -", "left right", "left 0 right 1 ", true, true, "cam_name attribute not found."},
+      {"left left", "left right", "left 0 right - ", true, false, "Camera left " + kTwice},
+      {"left x", "left right", "left 0 right - ", true, false, "loaded: 1  camIds size: 2"},
+      {"left", "left right", "left 0 right - ", true, false,
+       "Camera with id 1 not initialized (not loaded from in the config file)"},
+      {"x", "left", "left - ", false, false, "No cameras loaded from config under element"},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.nodes + " for " + c.ids);
+    std::string xml;
+    int index = 0;
+    for (const std::string& node : words(c.nodes)) {
+      xml += node == "-" ? "<Camera>" : "<Camera cam_name='" + node + "'>";
+      xml += "<Calibration " + kGeometry + (node == "bad" ? kBad : kRadial) + "/>";
+      xml += "<TimeAlignment delta='" + std::to_string(index++) + "'/></Camera>";
+    }
+    Ids ids;
+    for (const std::string& id : words(c.ids)) ids.emplace_back(id.c_str());
+    EXPECT_EQ(this->load(device(xml), ids, true), c.okIfAllRequired);
+    EXPECT_EQ(this->load(device(xml), ids, false), c.ok);
+    this->expectLogged(c.message);
+    std::string cameras;
+    for (const auto& camera : this->rig) {
+      const std::string node = std::to_string(static_cast<int>(camera.getDelta()));
+      cameras += camera.getNameStr() + (camera.isInitialized() ? " " + node + " " : " - ");
+    }
+    EXPECT_EQ(cameras, c.cameras);
+  }
+}
+
+TYPED_TEST(RigConfigTest, ReportsCamerasInOnePlaceAndARigOfOtherOrigin) {
+  const std::string kNode = "<Camera>" + kIntrinsics + "</Camera>";
+  EXPECT_TRUE(this->load(device(kNode + kNode)));
+  EXPECT_TRUE(this->rig.isInitialized());
+  EXPECT_EQ(this->log.count("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)"), 2);
+  this->expectLogged("2/2 cameras have no stereo extrinsic calibration (they're all at 0,0,0)");
+  EXPECT_TRUE(this->load(device(kNode)));
+  EXPECT_EQ(this->log.count("they're all at 0,0,0"), 0) << this->log.text();
+
+  this->rig.setInfo(CalibrationInfo(CalibrationInfo::XR_CALIB, 0));
+  EXPECT_FALSE(this->rig.loadOneCamera(parse(kNode), {}));
+  EXPECT_TRUE(this->rig.loadCameraCalibFromDeviceConfig(device(kNode), {}, true));
+  this->expectLogged("AR_ASSERT origin.getOrigin() == CalibrationInfo::UNKNOWN");
+  this->rig.setupEmptyCalibrationWithDefaultIds(1);
+  EXPECT_TRUE(this->rig.loadOneCamera(parse(kNode), {}));
+}
+
+TYPED_TEST(RigConfigTest, SectionsThatAreAbsentOrCutShortLeaveTheRest) {
+  using Loader = FullStereoCameraCalibration<TypeParam>;
+  const ConfigNode empty = parse("<Camera/>");
+  CaptureDetails details{.cropL = 9, .binningV = 9};
+  bool isRollingShutter = true;
+  TypeParam lineTime = 9;
+  double delta = 9;
+  EXPECT_TRUE(Loader::loadCaptureDetails(empty, details));
+  EXPECT_TRUE(Loader::loadRollingShutterConfig(empty, isRollingShutter, lineTime));
+  EXPECT_TRUE(Loader::loadTimeAlignment(empty, delta));
+  EXPECT_TRUE(details.cropL == 9 && isRollingShutter && lineTime == 9 && delta == 9);
+  const ConfigNode cut = parse(
+      "<Camera><RollingShutter isRollingShutter='no' linetime='1'/>"
+      "<CaptureDetails " +
+      kSevenDetails + "/></Camera>");
+  EXPECT_TRUE(Loader::loadRollingShutterConfig(cut, isRollingShutter, lineTime));
+  EXPECT_EQ(lineTime, 9);
+  EXPECT_FALSE(Loader::loadCaptureDetails(cut, details));
+  EXPECT_TRUE(details.nativeSensorWidth == 1 && details.binningH == 7 && details.binningV == 9);
+}
+
+}  // namespace
+}  // namespace AR::CV

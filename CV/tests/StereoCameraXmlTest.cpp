@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "AR/CV/Camera/StereoCamera.h"
+#include "AR/Common/ConfigNode.h"
+#include "AR/Common/TinyXml.h"
+#include "TestCameras.h"
+#include "testing/LogCapture.h"
+
+namespace AR::CV {
+namespace {
+
+using namespace CamModel;
+using Figures = std::vector<double>;
+
+/// Every model with coefficients that it takes; `inOldForm`: the old vector holds it.
+constexpr struct ModelCase {
+  DistortionModel model;
+  double radial[6];
+  bool inOldForm;
+} kModelCases[] = {
+    {LINEAR, {}, true},
+    {RADIAL_2_PARAMETERS, {-0.28340811, 0.07395907}, true},
+    {RADIAL_3_PARAMETERS, {-0.36, 0.1512345678, -0.03}, true},
+    {RADIAL_6_PARAMETERS, {0.43608898, 0.068343155, 0.0043692994, 0.77, 0.148, 0.02}, true},
+    {FISHEYE_1_PARAMETER, {0.9123456789}, true},
+    {FISHEYE_4_PARAMETERS, {-0.0032690032, 0.054052581, -0.051594096, 0.01074918}, true},
+    {CHEBYSHEV_4_PARAMETERS, {-0.06, 0.003, 0.001, 0.0001}, false},
+    {FISHEYE_SPLINE_3, {-0.01, -0.02, -0.03, -0.04, -0.06, -0.05}, false},
+    {FISHEYE_RATIONAL, {0.9, 0.01, 0.02, 0.01, 0.001, 0.002}, false},
+};
+
+std::string textOf(const TiXmlElement& element) {
+  TiXmlPrinter printer;
+  printer.SetStreamPrinting();
+  element.Accept(&printer);
+  return printer.Str();
+}
+
+void expectNear(const Figures& a, const Figures& b, const double bound, const double least = 0) {
+  ASSERT_EQ(a.size(), b.size());
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    EXPECT_NEAR(a[i], b[i], bound * std::max(std::fabs(a[i]), least)) << "figure " << i;
+  }
+}
+
+template <typename P>
+class RigXmlTest : public ::testing::Test {
+ protected:
+  using Rig = FullStereoCameraCalibration<P>;
+
+  static Rig emptyRig() { return Rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0)); }
+
+  /// Three cameras, the first without tangential terms, the last without a name of its own.
+  static Rig rigOf(const ModelCase& c, const bool hasTangential) {
+    const char* const kNames[] = {"left", "right", "default_cam_2"};
+    CameraCalibrationZEL records[3];
+    for (int i = 0; i < 3; ++i) {
+      records[i] = testing::cameraRecord(kNames[i], testing::kPoses[i]);
+      auto& intrinsics = records[i].intrinsics;
+      intrinsics.principal_point_x += 0.12345678 + i;
+      intrinsics.distortion_limit = 0;
+      intrinsics.distortion_model = c.model;
+      std::copy(c.radial, c.radial + 6, intrinsics.distortion);
+      if (!hasTangential || i == 0) intrinsics.distortion[6] = intrinsics.distortion[7] = 0;
+    }
+    Rig rig = emptyRig();
+    rig.setFromIdl(records, CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+    return rig;
+  }
+
+  /// `poseBound` is relative to metres and radians.
+  static void expectLoaded(const Rig& rig, const Common::ConfigNode& config,
+                           const double poseBound) {
+    Rig back = emptyRig();
+    ASSERT_TRUE(back.loadCameraCalibFromDeviceConfig(config, {}, true));
+    ASSERT_EQ(back.size(), rig.size());
+    for (std::size_t i = 0; i < rig.size(); ++i) {
+      EXPECT_EQ(rig[i].getNameStr(), back[i].getNameStr());
+      const auto a = rig[i].getIntrinsics().toIDL(), b = back[i].getIntrinsics().toIDL();
+      expectNear({static_cast<double>(a.distortion_model), a.principal_point_x, a.focal_length_y},
+                 {static_cast<double>(b.distortion_model), b.principal_point_x, b.focal_length_y},
+                 1e-7);
+      expectNear(Figures(a.distortion, a.distortion + 8), Figures(b.distortion, b.distortion + 8),
+                 1e-7);
+      expectNear({a.distortion_limit, a.undistortion_limit},
+                 {b.distortion_limit, b.undistortion_limit}, 1e-5);
+      const auto &S = rig[i].getCamReferenceToLocal(), &T = back[i].getCamReferenceToLocal();
+      const P *R = S.rotation().matrix().data(), *Q = T.rotation().matrix().data();
+      expectNear(Figures(R, R + 9), Figures(Q, Q + 9), poseBound, 1);
+      const P *t = S.translation().data(), *u = T.translation().data();
+      expectNear(Figures(t, t + 3), Figures(u, u + 3), poseBound, 1);
+    }
+  }
+
+  rectiline::testing::LogCapture log;
+};
+using Precisions = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(RigXmlTest, Precisions);
+
+TYPED_TEST(RigXmlTest, WritesElementsInEveryFormat) {
+  using P = TypeParam;
+  const std::string kSize =
+      R"(<Calibration size="640 480 " principal_point="318.5 243 " focal_length="410 400 ")";
+  const auto current = [](const std::string& model) {
+    return " model=\"" + model + R"(" radial_distortion="0.0625 0.03125 0 0 0 0 ")" +
+           R"( distortion_limit="1" undistortion_limit="1.0625")";
+  };
+  const std::string kOld = R"( radial_distortion_8="0.0625 0.03125 0.25 -0.5 0 0 0 0 ")";
+  const std::string kOldFisheye =
+      R"( fish_eye="true" radial_distortion_8="0.0625 0.03125 9.9999999e-09 9.9999999e-09 0 0 0 0 ")";
+  const std::string kTangential = R"( tangential_distortion="0.25 -0.5 ")";
+  const std::string kPose =
+      R"( /><Rig translation="0.125 -0.25 2 " rowMajorRotationMat="1 0 0 0 1 0 0 0 1 " />)";
+  const struct {
+    const char* name;
+    bool isFisheye, useLieElement, writeNameAndId;
+    int format;
+    std::string expected;
+  } kCases[] = {
+      {"left", false, false, false, 0,
+       " cam_name=\"left\">" + kSize + current("RADIAL_2_PARAMETERS") + kTangential + kPose},
+      {"left", false, true, true, 1,
+       R"( cam_name="left" name="left" id="4">)" + kSize + kOld +
+           R"( /><Rig stereo_rig="0.125 -0.25 2 0 0 0 " />)"},
+      {"default_cam_3", true, false, true, 2,
+       R"( name="default_cam_3" id="4">)" + kSize + kOldFisheye + current("FISHEYE_4_PARAMETERS") +
+           kPose},
+      {"default_cam_3", false, false, false, 3, ">" + kSize + kPose}};
+  for (const auto& c : kCases) {
+    CameraModel<P> model;
+    model.size = {640, 480};
+    model.principalPoint = {P(318.5), 243};
+    model.focalLength = {410, 400};
+    model.model = c.isFisheye ? FISHEYE_4_PARAMETERS : RADIAL_2_PARAMETERS;
+    model.radialDistortion = {P(0.0625), P(0.03125), 0, 0, 0, 0};
+    if (!c.isFisheye) model.tangentialDistortion = {P(0.25), P(-0.5)};
+    model.limits = {1, P(1.0625 * 1.0625)};
+    FullCamera<P> camera;
+    ASSERT_TRUE(camera.init(model, Math::SE3<P>({}, {P(0.125), P(-0.25), 2}), CamImageId(c.name),
+                            false, 0, {}, 0));
+    const auto format = static_cast<XMLFormat>(c.format);
+    EXPECT_EQ(textOf(*camera.toXMLNode(c.useLieElement, format, c.writeNameAndId, 4)),
+              "<Camera" + c.expected + "</Camera>");
+  }
+}
+
+TYPED_TEST(RigXmlTest, LoadsWhatItWrites) {
+  // Logarithm and exponential lose a few units in the last place.
+  constexpr double kLieBound = 1e-7 + 4 * std::numeric_limits<TypeParam>::epsilon();
+  for (const ModelCase& c : kModelCases) {
+    for (const XMLFormat format : {XMLFormat::Current, XMLFormat::Old, XMLFormat::Both}) {
+      const bool isOld = format == XMLFormat::Old;
+      if (isOld && !c.inOldForm) continue;
+      SCOPED_TRACE(modelName(c.model) + std::to_string(static_cast<int>(format)));
+      const bool isRadial = c.model >= RADIAL_2_PARAMETERS && c.model <= RADIAL_6_PARAMETERS;
+      const auto rig = this->rigOf(c, isRadial || !isOld);
+      ASSERT_TRUE(rig.isInitialized());
+      TiXmlElement root("DeviceConfiguration");
+      rig.saveCalibration(&root, isOld, isOld, format);
+      Common::ConfigNode config;
+      ASSERT_TRUE(config.setFromXMLString(textOf(root).c_str()));
+      this->expectLoaded(rig, config, isOld ? kLieBound : 1e-7);
+    }
+  }
+  // Three cameras each of three models that have no old form to write.
+  EXPECT_EQ(this->log.count("Unhandled enum option"), 9);
+  EXPECT_EQ(this->log.failedChecks(), 9) << this->log.text();
+}
+
+TYPED_TEST(RigXmlTest, SavesFiles) {
+  const std::string file = ::testing::TempDir() + "StereoCameraXmlTest.xml";
+  const auto rig = this->rigOf(kModelCases[0], true);
+  ASSERT_TRUE(rig.saveCalibration(file));
+  EXPECT_EQ(this->log.count("Saving camera calibration to " + file), 1) << this->log.text();
+  std::string declaration;
+  std::getline(std::ifstream(file), declaration);
+  EXPECT_EQ(declaration, R"(<?xml version="1.0" encoding="UTF-8" ?>)");
+  this->expectLoaded(rig, Common::ConfigNode(file.c_str()), 1e-7);
+  std::remove(file.c_str());
+  EXPECT_EQ(this->log.failedChecks(), 0) << this->log.text();
+
+  EXPECT_FALSE(rig.saveCalibration(::testing::TempDir() + "no/such/folder/rig.xml"));
+  EXPECT_FALSE(rig.saveCalibration("/dev/full"));
+  EXPECT_FALSE(rig.saveCalibration(""));
+  EXPECT_EQ(this->log.count("AR_ASSERT filename.length() > 0"), 1) << this->log.text();
+  EXPECT_FALSE(this->emptyRig().saveCalibration("/dev/full"));
+  EXPECT_EQ(this->log.count("AR_ASSERT isInitialized()"), 2) << this->log.text();
+  rig.saveCalibration(nullptr, false, false, XMLFormat::Current);
+  EXPECT_EQ(this->log.count("AR_ASSERT deviceConfig"), 1) << this->log.text();
+}
+
+}  // namespace
+}  // namespace AR::CV
