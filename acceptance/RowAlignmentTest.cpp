@@ -14,6 +14,7 @@
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/Common/ConfigNode.h"
 #include "DeviceRecords.h"
+#include "VIO/MapQuality.h"
 
 namespace rectiline::acceptance {
 namespace {
@@ -148,9 +149,31 @@ DeviceCalibrationZEL loadRig(const std::string& file) {
   return device;
 }
 
+/// The library's own certificate of its maps, and of the tables under them.
+void expectCertified(const char* name, const DeviceCalibrationZEL& device) {
+  RectifiedPair pair(device, 1);
+  const auto n = static_cast<std::uint32_t>(pair.count());
+  RectificationCertificate c{};
+  ASSERT_TRUE(CertifyRectification(&device, pair.leftX.data(), n, pair.leftY.data(), n,
+                                   pair.rightX.data(), n, pair.rightY.data(), n, pair.depthConstant,
+                                   &pair.camera, &c));
+  std::printf("%-28s %5u points: row %.5f px (rms %.5f), depth %.5f, maps %.5f and %.5f px\n", name,
+              c.points, c.maxRowError, c.rmsRowError, c.maxDepthError, c.maxMapErrorLeft,
+              c.maxMapErrorRight);
+  EXPECT_LT(std::max({c.maxRowError, c.maxMapErrorLeft, c.maxMapErrorRight}), 0.02) << name;
+  EXPECT_GT(c.points, 500U) << name;
+  for (int i = 0; i < 2; ++i) {
+    CameraCertificate camera{};
+    ASSERT_TRUE(CertifyCamera(&device.cameras[i], &camera));
+    EXPECT_LT(std::max(camera.maxDistortionError, camera.maxUndistortionError), 0.02) << name;
+  }
+}
+
 TEST(RowAlignment, ShippedRigs) {
   for (const char* name : {"radtan_752x480", "fisheye_512x512"}) {
-    expectAligned(name, loadRig(std::string(RECTILINE_RIGS) + "/" + name + ".rig.xml"));
+    const DeviceCalibrationZEL rig = loadRig(std::string(RECTILINE_RIGS) + "/" + name + ".rig.xml");
+    expectAligned(name, rig);
+    expectCertified(name, rig);
   }
 }
 

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstdio>
 #include <iterator>
-#include <limits>
 
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Common/TimeStamp.h"
 #include "AR/Common/WorkerPool.h"
-#include "CameraModel/DistortionModel.h"
+#include "RecordChecks.h"
 #include "Status.h"
 #include "VIO/StereoRectifyWrapper.h"
 
@@ -21,32 +19,6 @@ using AR::CV::CamImageId;
 using AR::CV::FullCamera;
 using AR::CV::FullStereoCameraCalibration;
 using AR::Math::SE3;
-
-bool isFiniteFloat(double value) { return std::fabs(value) <= std::numeric_limits<float>::max(); }
-
-bool areFiniteFloats(const double* first, std::size_t count) {
-  return std::all_of(first, first + count, isFiniteFloat);
-}
-
-bool isUnitQuaternion(const XrPosedZEL_t::Quaternion& q) {
-  return std::fabs(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w - 1) < 0.001;
-}
-
-bool isConvertible(const XrPosedZEL_t& pose) {
-  const auto& t = pose.position;
-  return isUnitQuaternion(pose.orientation) && isFiniteFloat(t.x) && isFiniteFloat(t.y) &&
-         isFiniteFloat(t.z);
-}
-
-bool isConvertible(const IntrinsicCameraCalibrationZEL& record) {
-  const bool knownModel = record.distortion_model >= CamModel::LINEAR &&
-                          record.distortion_model <= CamModel::FISHEYE_RATIONAL;
-  return knownModel && isFiniteFloat(record.principal_point_x) &&
-         isFiniteFloat(record.principal_point_y) && isFiniteFloat(record.focal_length_x) &&
-         isFiniteFloat(record.focal_length_y) &&
-         areFiniteFloats(record.distortion, std::size(record.distortion)) &&
-         isFiniteFloat(record.distortion_limit) && isFiniteFloat(record.undistortion_limit);
-}
 
 /// `defaultId` is what a camera is called that neither its place nor its record names.
 CamImageId cameraId(const CameraCalibrationZEL& record, std::size_t index,

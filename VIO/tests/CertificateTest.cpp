@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <functional>
 #include <optional>
 #include <random>
@@ -77,9 +76,6 @@ TEST(RectificationCertificate, GoodRigsPass) {
       for (int i = 0; i < 2; ++i) record.cameras[i].pose.position.x += 2;
       const Certificate c = claim.certify(record);
       ASSERT_TRUE(c) << lens.name;
-      std::printf("%-9s %d %6u points: row %.5f rms %.5f depth %.5f maps %.5f\n", lens.name,
-                  vertical, c->points, c->maxRowError, c->rmsRowError, c->maxDepthError,
-                  worstMap(c));
       EXPECT_GT(c->points, 10000U) << lens.name;
       EXPECT_LT(std::max(c->maxRowError, worstMap(c)), 0.02) << lens.name;
       EXPECT_LE(c->rmsRowError, c->maxRowError) << lens.name;
