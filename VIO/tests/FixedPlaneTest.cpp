@@ -12,10 +12,6 @@ namespace {
 
 using AR::Math::SE3;
 using AR::Math::Vec;
-using testing::kEyesCheck;
-using testing::kPixels;
-using testing::kSizesCheck;
-using testing::kWidth;
 using testing::LogCapture;
 using testing::PairCall;
 using testing::PairFunction;
@@ -27,44 +23,36 @@ XrPosedZEL_t pose(const Vec<double, 3>& w, const Vec<double, 3>& t) {
 }
 
 TEST(FixedPlane, GoesOnSafelyFromBadEyes) {
-  const auto count = [](int eyes) { return [=](PairCall& c) { c.eyes.num_cameras = eyes; }; };
-  const testing::BadPairInput kInputs[] = {
-      {"no eyes", [](auto& c) { c.areEyesNull = true; }, {kEyesCheck}, "----", "--"},
-      {"one eye", count(1), {kEyesCheck}, "----", "--"},
-      {"three eyes", count(3), {kEyesCheck}, "mmmm", "mm"},
-      {"seven eyes", count(7), {kEyesCheck, "ret"}, "----", "--"},
-      {"nothing there",
-       [](auto& c) { c.areEyesNull = c.isDeviceNull = true; },
-       {testing::kDeviceCheck, kEyesCheck},
-       "----",
-       "--"},
-      {"unknown model",
-       [](auto& c) { c.eyes.cameras[0].intrinsics.distortion_model = -1; },
-       {"ret"},
-       "----",
-       "--"},
-      {"zero quaternion",
-       [](auto& c) { c.eyes.cameras[1].pose.orientation.w = 0; },
-       {"ret"},
-       "----",
-       "--"},
-      {"a larger right eye",
-       [](auto& c) { c.eyes.cameras[1].intrinsics.height *= 2; },
-       {kSizesCheck},
-       "mm--",
-       "m-"},
+  constexpr char kEyesCheck[] =
+      "seeThroughCalibration != nullptr && seeThroughCalibration->num_cameras == 2";
+  const auto expect = [](const char* name, const std::vector<const char*>& checks, char map,
+                         const std::function<void(PairCall&)>& spoil) {
+    testing::expectSafe(PairFunction::FixedPlane, name, checks, std::string(4, map).c_str(),
+                        std::string(2, map).c_str(), spoil);
   };
-  for (const auto& input : kInputs) testing::expectSafe(PairFunction::FixedPlane, input);
+  const auto count = [](int eyes) { return [=](PairCall& c) { c.eyes.num_cameras = eyes; }; };
+  expect("no eyes", {kEyesCheck}, '-', [](auto& c) { c.areEyesNull = true; });
+  expect("one eye", {kEyesCheck}, '-', count(1));
+  expect("three eyes", {kEyesCheck}, 'm', count(3));
+  expect("seven eyes", {kEyesCheck, "ret"}, '-', count(7));
+  expect("nothing there", {testing::kDeviceCheck, kEyesCheck}, '-',
+         [](auto& c) { c.areEyesNull = c.isDeviceNull = true; });
+  expect("unknown model", {"ret"}, '-',
+         [](auto& c) { c.eyes.cameras[0].intrinsics.distortion_model = -1; });
+  expect("no rotation", {"ret"}, '-', [](auto& c) { c.eyes.cameras[1].pose.orientation.w = 0; });
 }
 
-TEST(FixedPlane, AnEyeInTheCameraSeesItsImage) {
+TEST(FixedPlane, AnEyeInTheCameraSeesItsImageWhereItHasRays) {
   for (const testing::ModelCase& c : testing::kModels) {
     SCOPED_TRACE(c.name);
-    PairCall call(PairFunction::FixedPlane, std::vector<std::uint32_t>(4, 320 * 240));
+    PairCall call(PairFunction::FixedPlane, PairCall::Sizes(4, 320 * 240));
     call.record = call.eyes = testing::device(c);
+    call.eyes.cameras[1].intrinsics.distortion_limit = 0.9;
+    call.eyes.cameras[1].intrinsics.undistortion_limit = 0.7;
     call.keepOutside = 1;
     LogCapture log;
     ASSERT_TRUE(call.run(false));
+    EXPECT_EQ(log.failedChecks(), 0) << log.text();
     const auto rig = testing::rigOf(call.record);
     const double bound = std::max(0.02, 2 * testing::tableError(rig.at(0).getIntrinsics()) * 204);
     int tested = 0;
@@ -74,30 +62,20 @@ TEST(FixedPlane, AnEyeInTheCameraSeesItsImage) {
       ASSERT_NEAR(call.maps[3][i], static_cast<double>(i / 320), bound) << i;
       ++tested;
     }
-    EXPECT_GT(tested, 60000);
-    EXPECT_EQ(log.failedChecks(), 0) << log.text();
+    EXPECT_NEAR(tested, 58000, 3000) << "a disc of 140 pixels, cut at top and bottom";
   }
 }
 
-TEST(FixedPlane, ABesideEyeShiftsByDisparity) {
-  const struct {
-    double bx, by;
-    float distance;
-  } kCases[] = {{0.02, 0, 0.5F}, {-0.01, 0.03, 2}, {0.02, 0, kInf}, {0, 0.05, 0.25F}};
-  for (const auto& c : kCases) {
+TEST(FixedPlane, AnEyeToTheSideShiftsColumnsByTheDisparity) {
+  for (const float distance : {0.5F, 2.0F, kInf}) {
     PairCall call(PairFunction::FixedPlane);
+    call.factor = distance;
     call.keepOutside = 1;
-    call.factor = c.distance;
-    for (int i = 0; i < 2; ++i) {  // an eye at +b of its camera
-      call.eyes.cameras[i].pose.position.x -= c.bx;
-      call.eyes.cameras[i].pose.position.y -= c.by;
-    }
+    for (CameraCalibrationZEL& eye : call.eyes.cameras) eye.pose.position.x -= 0.02;
     ASSERT_TRUE(call.run(false));
-    const double f = 50;
-    for (std::size_t i = 0; i < kPixels; ++i) {
-      const auto x = static_cast<double>(i % kWidth), y = static_cast<double>(i / kWidth);
-      ASSERT_NEAR(call.maps[2][i], x + f * c.bx / static_cast<double>(c.distance), 1e-3);
-      ASSERT_NEAR(call.maps[3][i], y + f * c.by / static_cast<double>(c.distance), 1e-3);
+    for (std::size_t i = 0; i < testing::kPixels; ++i) {
+      const auto column = static_cast<double>(i % testing::kWidth);
+      ASSERT_NEAR(call.maps[2][i], column + 50 * 0.02 / static_cast<double>(distance), 1e-4);
     }
   }
 }
@@ -127,11 +105,9 @@ TEST(FixedPlane, EachEyeSeesItsPlaneThroughItsCamera) {
                                 AR::CV::idl2se3<double>(call.eyes.cameras[e].pose).inverse();
       const IntrinsicCameraCalibrationZEL& in = call.eyes.cameras[e].intrinsics;
       for (int i = 0; i < in.width * in.height; ++i) {
-        const Vec<double, 3> p_eye(D * (i % in.width - in.principal_point_x) / in.focal_length_x,
-                                   D * (i / in.width - in.principal_point_y) / in.focal_length_y,
-                                   D);
-        const Vec<double, 3> p = T_source_eye * p_eye;
-        ASSERT_GT(p(2), 0.1);
+        const double x = (i % in.width - in.principal_point_x) / in.focal_length_x;
+        const double y = (i / in.width - in.principal_point_y) / in.focal_length_y;
+        const Vec<double, 3> p = T_source_eye * Vec<double, 3>(D * x, D * y, D);
         const auto at = static_cast<std::size_t>(i);
         ASSERT_NEAR(call.maps[2 * e][at], 32 + 50 * p(0) / p(2), 1e-3) << e << " " << i;
         ASSERT_NEAR(call.maps[2 * e + 1][at], 24 + 50 * p(1) / p(2), 1e-3) << e << " " << i;
@@ -162,17 +138,18 @@ TEST(FixedPlane, TheReferenceFrameDoesNotMatter) {
 }
 
 TEST(FixedPlane, PointsNearerThanACentimetreHaveNoSource) {
+  // The eye lies `behind` its camera, metres.
   const struct {
-    double eyeZ;
+    double behind;
     float distance;
     bool seen;
   } kCases[] = {{0, 0.0101F, true}, {0, 0.0099F, false}, {0.5, 0.495F, false},
                 {0.5, 0.52F, true}, {-2, 1e-6F, true},   {0.5, 0.3F, false}};
-  for (const auto& c : kCases) {  // positive: the eye lies that far behind its camera
+  for (const auto& c : kCases) {
     PairCall call(PairFunction::FixedPlane);
     call.factor = c.distance;
     call.keepOutside = 1;
-    for (int i = 0; i < 2; ++i) call.eyes.cameras[i].pose.position.z += c.eyeZ;
+    for (CameraCalibrationZEL& eye : call.eyes.cameras) eye.pose.position.z += c.behind;
     ASSERT_TRUE(call.run(true));
     EXPECT_EQ(call.maps[0][0] != -1, c.seen) << c.distance;
     EXPECT_EQ(call.reasons[0][0] == MAP_PIXEL_BEHIND_CAMERA, !c.seen) << c.distance;
