@@ -180,7 +180,8 @@ AR_EXPORT bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibra
 /// @param largest  whether the focal length is chosen so that the whole height of the undistorted
 ///     centre column stays visible; otherwise it is the source's
 /// On any failure (null, a record that cannot be converted, a camera that cannot be made) `target`
-/// is untouched. A source image size of 0 that is to be resized ends the process ("nVec2(i) != 0").
+/// is untouched. A centre column that does not spread at all when `largest` ends the process
+/// ("nVal != 0"), and so does a source image size of 0 that is to be resized ("nVec2(i) != 0").
 AR_EXPORT void getLinearCalibration(const DeviceCalibrationZEL* source, bool largest,
                                     const CalibrationTransform& transform,
                                     DeviceCalibrationZEL* target);
