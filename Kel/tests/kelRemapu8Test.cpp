@@ -91,6 +91,19 @@ TEST(KelRemapu8, IsExactBilinearInterpolationForEverySizeStrideAndAlignment) {
   }
 }
 
+TEST(KelRemapu8, IsExactAtEverySizeUpTo67) {
+  constexpr int kMax = 67;
+  for (int height = 1; height <= kMax; ++height) {
+    for (int width = 1; width <= kMax; ++width) {
+      const int alignment = (width + 5 * height) % 16;
+      const int pad = (3 * width + height) % 7;
+      const Shape source{width, height, pad, alignment};
+      const Shape target{width, height, 6 - pad, (alignment + width) % 16};
+      ASSERT_NO_FATAL_FAILURE(checkAgainstExact(source, target)) << width << " x " << height;
+    }
+  }
+}
+
 /// A valid call on 2x2 images; each test case spoils one argument.
 struct Call {
   using Bytes = std::vector<std::uint8_t>;
