@@ -1,18 +1,14 @@
 #pragma once
 
-#include "CameraModel/CameraModel.h"
+#include "AR/CV/Camera/PinholeModel.h"
 
 namespace AR::CV::testing {
 
 /// A camera without distortion whose square pixels have the focal length `f`.
 template <typename P>
 CamModel::CameraModel<P> pinholeModel(P width, P height, P f, P cx, P cy) {
-  CamModel::CameraModel<P> model;
-  model.size = {width, height};
-  model.principalPoint = {cx, cy};
-  model.focalLength = {f, f};
-  model.setupValidDistortionRange({}, false);
-  return model;
+  using Vec2 = Math::Vec<P, 2>;
+  return AR::CV::pinholeModel(Vec2(width, height), Vec2(cx, cy), Vec2(f, f));
 }
 
 }  // namespace AR::CV::testing

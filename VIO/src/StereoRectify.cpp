@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "AR/CV/Camera/PinholeModel.h"
 #include "AR/CV/Image/ImageOps.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
@@ -100,14 +101,8 @@ void setupUndistortMap(const Camera<float>& source, const Camera<float>& target,
 }
 
 CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float focalScale) {
-  CamModel::CameraModel<float> model;
-  model.size = source.getSize();
-  model.principalPoint = source.getPrincipalPoint();
-  model.focalLength = source.getCorrectedFocalLengthVec() * focalScale;
-  model.model = CamModel::LINEAR;
-  model.limits = {625.0F, 625.0F};
-  model.setupValidDistortionRange({180.0F, 0.0F, false}, false);
-  return model;
+  return AR::CV::pinholeModel(source.getSize(), source.getPrincipalPoint(),
+                              source.getCorrectedFocalLengthVec() * focalScale);
 }
 
 void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<float>& R_st,

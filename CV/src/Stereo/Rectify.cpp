@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "AR/CV/Camera/PinholeModel.h"
 #include "AR/Common/Macros.h"
 #include "AR/Common/SaturatingCast.h"
 #include "AR/Math/Constants.h"
@@ -39,20 +40,6 @@ F targetWidth(std::uint32_t targetImageWidth, const Math::Vec<F, 2>& size) {
            "targetImageWidth == 0u || targetImageWidth <= static_cast<uint32_t>(size(0))",
            kRectifySource);
   return static_cast<F>(targetImageWidth);
-}
-
-/// A pinhole model whose principal point is the image centre, moved right by `offsetX`.
-template <typename F>
-CamModel::CameraModel<F> pinholeModel(const Math::Vec<F, 2>& size, const Math::Vec<F, 2>& focal,
-                                      F offsetX) {
-  CamModel::CameraModel<F> model;
-  model.size = size;
-  model.principalPoint = Math::Vec<F, 2>(size(0) / 2 + offsetX, size(1) / 2);
-  model.focalLength = focal;
-  model.model = CamModel::LINEAR;
-  model.limits = {F(625), F(625)};
-  model.setupValidDistortionRange({F(180), F(0), false}, false);
-  return model;
 }
 
 template <typename F>
@@ -226,9 +213,10 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   Math::Vec<F, 3> baselineDir_t;
   baselineDir_t(baselineIdx) = -1;
   target.setupEmptyCalibrationWithDefaultIds(2);
-  initTargetCamera(target.at(0), pinholeModel(size, focal, F(0)), Math::Vec<F, 3>(), "left");
-  initTargetCamera(target.at(1), pinholeModel(size, focal, params.offsetX), baselineDir_t * B,
-                   "right");
+  const Math::Vec<F, 2> centre = size / F(2);
+  const Math::Vec<F, 2> centreR(centre(0) + params.offsetX, centre(1));
+  initTargetCamera(target.at(0), pinholeModel(size, centre, focal), Math::Vec<F, 3>(), "left");
+  initTargetCamera(target.at(1), pinholeModel(size, centreR, focal), baselineDir_t * B, "right");
   if (!target.isInitialized()) return;
 
   checkLeftCameraAtOrigin(left.getCamReferenceToLocal());

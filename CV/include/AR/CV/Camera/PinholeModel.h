@@ -1,0 +1,21 @@
+#pragma once
+
+#include "AR/Math/Vector.h"
+#include "CameraModel/CameraModel.h"
+
+namespace AR::CV {
+
+/// The model of a camera without distortion, valid as far as its image reaches; all in pixels.
+template <typename P>
+[[nodiscard]] CamModel::CameraModel<P> pinholeModel(const Math::Vec<P, 2>& size,
+                                                    const Math::Vec<P, 2>& principalPoint,
+                                                    const Math::Vec<P, 2>& focalLength) {
+  CamModel::CameraModel<P> model;
+  model.size = size;
+  model.principalPoint = principalPoint;
+  model.focalLength = focalLength;
+  model.setupValidDistortionRange({}, false);
+  return model;
+}
+
+}  // namespace AR::CV
