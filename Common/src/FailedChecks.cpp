@@ -2,17 +2,18 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <type_traits>
 
 namespace AR::Common {
 namespace {
 
-/// What a thread remembers of the checks that failed on it. Trivial, so that it is there as long as
-/// its thread is.
+/// What a thread remembers of the checks that failed on it. No code begins or ends it, so that it
+/// is there for the destructors of other thread-local and static objects too.
 struct ThreadRecord {
   std::uint64_t count = 0;
   std::uint64_t countAtReset = 0;
   std::uint64_t kept = 0;  // remembered since the last reset, at most ring.size() of them still
-  std::array<FailedCheckRecord, kFailedChecksKept> ring;
+  std::array<FailedCheckRecord, kFailedChecksKept> ring{};
 
   void remember(const FailedCheckRecord& check) { ring[kept++ % ring.size()] = check; }
   [[nodiscard]] std::size_t available() const {
@@ -24,7 +25,8 @@ struct ThreadRecord {
   }
 };
 
-thread_local ThreadRecord tRecord;
+constinit thread_local ThreadRecord tRecord;
+static_assert(std::is_trivially_destructible_v<ThreadRecord>);
 
 void copyText(char* target, std::size_t size, const char* text) {
   std::snprintf(target, size, "%s", text == nullptr ? "" : text);

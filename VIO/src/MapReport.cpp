@@ -5,6 +5,7 @@
 #include <limits>
 #include <vector>
 
+#include "MapPosition.h"
 #include "VIO/MapQuality.h"
 
 namespace {
@@ -22,7 +23,7 @@ struct MapPair {
   }
   [[nodiscard]] bool hasSource(std::int32_t x, std::int32_t y) const {
     const std::size_t i = index(x, y);
-    return std::isfinite(X[i]) && std::isfinite(Y[i]) && !(X[i] == -1 && Y[i] == -1);
+    return VIO::hasSource(X[i], Y[i]);
   }
 };
 
@@ -49,12 +50,14 @@ Derivative derivativeAt(const MapPair& map, std::int32_t x, std::int32_t y) {
 class ScaleStatistics {
  public:
   void add(const Derivative& d) {
-    // Singular values of a 2x2 matrix: the half sum and half difference of these two lengths.
+    // The greater singular value of a 2x2 matrix is the half sum of these two lengths; the product
+    // of both is the determinant. Their half difference would not be exactly 0 where that is.
     const double sum = std::hypot(d.ux + d.vy, d.vx - d.uy);
     const double difference = std::hypot(d.ux - d.vy, d.vx + d.uy);
-    mLargest = std::max(mLargest, (sum + difference) / 2);
-    mSmallest = std::min(mSmallest, std::fabs(sum - difference) / 2);
+    const double greater = (sum + difference) / 2;
     const double determinant = d.determinant();
+    mLargest = std::max(mLargest, greater);
+    mSmallest = std::min(mSmallest, greater > 0 ? std::fabs(determinant) / greater : 0);
     ++(determinant > 0 ? mPositive : determinant < 0 ? mNegative : mZero);
   }
 
@@ -80,7 +83,7 @@ class ScaleStatistics {
 class LargestRectangle {
  public:
   explicit LargestRectangle(std::int32_t width)
-      : mHeights(static_cast<std::size_t>(width) + 1, 0), mStack(mHeights.size()) {}
+      : mHeights(static_cast<std::size_t>(width), 0), mStack(mHeights.size() + 1) {}
 
   void addPixel(std::int32_t x, bool hasSource) {
     std::int32_t& height = mHeights[static_cast<std::size_t>(x)];
@@ -88,18 +91,10 @@ class LargestRectangle {
   }
 
   void finishRow(std::int32_t y) {
-    std::size_t depth = 0;
-    const auto columns = static_cast<std::int32_t>(mHeights.size());
-    for (std::int32_t x = 0; x < columns; ++x) {
-      std::int32_t left = x;
-      const std::int32_t height = mHeights[static_cast<std::size_t>(x)];
-      while (depth > 0 && mStack[depth - 1].height >= height) {
-        const Bar& bar = mStack[--depth];
-        left = bar.left;
-        consider(bar.left, y - bar.height + 1, x - bar.left, bar.height);
-      }
-      mStack[depth++] = {left, height};
-    }
+    mDepth = 0;
+    std::int32_t x = 0;
+    for (const std::int32_t height : mHeights) addBar(x++, y, height);
+    addBar(x, y, 0);  // ends what is still open
   }
 
   void write(MapReport& report) const {
@@ -115,6 +110,17 @@ class LargestRectangle {
     std::int32_t height;
   };
 
+  /// Ends the bars that are not lower than the new one, which reaches back to where they began.
+  void addBar(std::int32_t x, std::int32_t y, std::int32_t height) {
+    std::int32_t left = x;
+    while (mDepth > 0 && mStack[mDepth - 1].height >= height) {
+      const Bar& bar = mStack[--mDepth];
+      left = bar.left;
+      consider(bar.left, y - bar.height + 1, x - bar.left, bar.height);
+    }
+    mStack[mDepth++] = {left, height};
+  }
+
   void consider(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) {
     const std::int64_t area = static_cast<std::int64_t>(width) * height;
     const bool earlier = y < mY || (y == mY && x < mX);
@@ -126,8 +132,9 @@ class LargestRectangle {
     mHeight = height;
   }
 
-  std::vector<std::int32_t> mHeights;  // and a column of height 0 that closes every row
-  std::vector<Bar> mStack;
+  std::vector<std::int32_t> mHeights;  // of the columns
+  std::vector<Bar> mStack;             // open bars of rising height, at most one a column and one 0
+  std::size_t mDepth = 0;
   std::int64_t mArea = 0;
   std::int32_t mX = 0, mY = 0, mWidth = 0, mHeight = 0;
 };

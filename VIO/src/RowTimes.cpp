@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "MapPosition.h"
 #include "VIO/MapQuality.h"
 
 bool CreateRowTimePlane(const CameraCalibrationZEL* camera, const float* mapX, const float* mapY,
@@ -11,8 +12,7 @@ bool CreateRowTimePlane(const CameraCalibrationZEL* camera, const float* mapX, c
   const double lineTime = static_cast<double>(camera->line_time_ns) * kSecondsPerNanosecond;
   const double centerRow = camera->rs_center_row;
   for (std::uint32_t i = 0; i < count; ++i) {
-    const bool hasSource = !(mapX[i] == -1 && mapY[i] == -1);
-    seconds[i] = hasSource
+    seconds[i] = VIO::hasSource(mapX[i], mapY[i])
                      ? static_cast<float>((static_cast<double>(mapY[i]) - centerRow) * lineTime)
                      : std::numeric_limits<float>::quiet_NaN();
   }

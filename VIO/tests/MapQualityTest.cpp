@@ -1,16 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "AR/Common/Logger.h"
-#include "AR/Common/Macros.h"
 #include "AR/Common/WorkerPool.h"
 #include "VIO/MapQuality.h"
 #include "testing/LogCapture.h"
@@ -19,84 +20,70 @@ namespace {
 
 using rectiline::testing::LogCapture;
 
-struct Maps {
-  Maps(int w, int h, const std::function<float(int, int)>& fx,
-       const std::function<float(int, int)>& fy)
-      : width(w), height(h) {
-    for (int y = 0; y < h; ++y) {
-      for (int x = 0; x < w; ++x) {
-        X.push_back(fx(x, y));
-        Y.push_back(fy(x, y));
-      }
-    }
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+using MapFunction = std::function<float(int, int)>;
+
+MapReport reportOf(int width, int height, const MapFunction& X, const MapFunction& Y) {
+  std::vector<float> x, y;
+  for (int i = 0; i < width * height; ++i) {
+    x.push_back(X(i % width, i / width));
+    y.push_back(Y(i % width, i / width));
   }
+  MapReport r{};
+  const auto n = static_cast<std::uint32_t>(x.size());
+  EXPECT_TRUE(CreateMapReport(x.data(), n, y.data(), n, static_cast<std::uint32_t>(width),
+                              static_cast<std::uint32_t>(height), &r));
+  return r;
+}
 
-  [[nodiscard]] MapReport report() const {
-    MapReport r{};
-    const auto n = static_cast<std::uint32_t>(X.size());
-    EXPECT_TRUE(CreateMapReport(X.data(), n, Y.data(), n, static_cast<std::uint32_t>(width),
-                                static_cast<std::uint32_t>(height), &r));
-    return r;
-  }
-
-  int width;
-  int height;
-  std::vector<float> X, Y;
-};
-
-float column(int x, int) { return static_cast<float>(x); }
-float row(int, int y) { return static_cast<float>(y); }
+/// x -> a x + b y + c.
+MapFunction linear(float a, float b, float c = 0) {
+  return [=](int x, int y) { return a * static_cast<float>(x) + b * static_cast<float>(y) + c; };
+}
 
 TEST(MapReportTest, ScalesAndFolds) {
-  const auto fold = [](int x, int) { return static_cast<float>(x < 6 ? x : 11 - x); };
-  const auto mirror = [](int x, int) { return static_cast<float>(20 - x); };
-  const auto wide = [](int x, int) { return 2.0F * static_cast<float>(x); };
   const struct {
     const char* name;
-    std::function<float(int, int)> x;
+    MapFunction x, y;
     std::uint64_t folded;
     double least, greatest;
   } rows[] = {
-      {"identity", column, 0, 1, 1},
-      {"mirrored as a whole", mirror, 0, 1, 1},
-      {"half as large along x", wide, 0, 0.5, 1},
+      {"identity", linear(1, 0), linear(0, 1), 0, 1, 1},
+      {"mirrored as a whole", linear(-1, 0, 20), linear(0, 1), 0, 1, 1},
+      {"half as large along x", linear(2, 0), linear(0, 1), 0, 0.5, 1},
       // 5 columns turned back, and one between where the column does not change at all.
-      {"folded", fold, 9 * 6, 1, std::numeric_limits<double>::infinity()},
+      {"folded", [](int x, int) { return x < 6 ? x : 11.0F - x; }, linear(0, 1), 54, 1, kInfinity},
+      {"a line", linear(1, 2), linear(3, 6), 99, 1 / std::sqrt(50.0), kInfinity},
+      {"a point", linear(0, 0, 3), linear(0, 0, 4), 99, kInfinity, kInfinity},
+      {"huge", [](int x, int) { return x % 2 == 0 ? 3e38F : -3e38F; }, linear(0, 1), 45,
+       0.5 / 3e38F, 1},
+      {"no number", linear(0, 0, std::nanf("")), linear(0, 1), 0, 0, 0},
+      {"infinite", linear(1, 0), linear(0, 0, kInfinity), 0, 0, 0},
   };
   for (const auto& c : rows) {
     SCOPED_TRACE(c.name);
-    const MapReport r = Maps(12, 10, c.x, row).report();
-    EXPECT_EQ(r.shareWithSource, 1);
-    EXPECT_EQ(r.measuredPixels, 11U * 9U);
+    const MapReport r = reportOf(12, 10, c.x, c.y);
+    EXPECT_EQ(r.shareWithSource, c.least > 0 ? 1 : 0);
+    EXPECT_EQ(r.measuredPixels, c.least > 0 ? 99U : 0U);
     EXPECT_EQ(r.foldedPixels, c.folded);
-    EXPECT_EQ(r.leastMagnification, c.least);
+    EXPECT_DOUBLE_EQ(r.leastMagnification, c.least);
     EXPECT_EQ(r.greatestMagnification, c.greatest);
   }
 }
 
-TEST(MapReportTest, HostileValuesAreNoSources) {
-  const float bad[] = {-1, std::nanf(""), std::numeric_limits<float>::infinity()};
-  for (const float value : bad) {
-    const auto all = [value](int, int) { return value; };
-    const MapReport r = Maps(5, 4, all, all).report();
-    EXPECT_EQ(r.pixelsWithSource, 0U);
-    EXPECT_EQ(r.rectWidth, 0);
-    EXPECT_EQ(r.greatestMagnification, 0);
-  }
-}
+using Rect = std::array<int, 4>;  // x, y, width, height
 
-/// Area of the largest rectangle of pixels with a source, by trying all.
-int bruteForceArea(const Maps& maps) {
-  int best = 0;
-  for (int y0 = 0; y0 < maps.height; ++y0) {
-    for (int x0 = 0; x0 < maps.width; ++x0) {
-      int right = maps.width;
-      for (int y = y0; y < maps.height; ++y) {
-        int x = x0;
-        while (x < right && maps.X[static_cast<std::size_t>(y * maps.width + x)] != -1) ++x;
-        right = x;
-        best = std::max(best, (right - x0) * (y - y0 + 1));
-      }
+/// The first largest rectangle without a hole, by trying all.
+Rect bruteForceRect(int width, int height, const std::vector<bool>& holes) {
+  Rect best{};
+  for (int i = 0; i < width * height; ++i) {
+    int right = width;
+    for (int y = i / width; y < height; ++y) {
+      int x = i % width;
+      while (x < right && !holes[static_cast<std::size_t>(y * width + x)]) ++x;
+      right = x;
+      const Rect rect{i % width, i / width, right - i % width, y - i / width + 1};
+      if (rect[2] * rect[3] > best[2] * best[3]) best = rect;
     }
   }
   return best;
@@ -108,84 +95,89 @@ TEST(MapReportTest, LargestRectangleOfRandomMaps) {
     std::bernoulli_distribution hole(0.02 + 0.002 * i);
     const int width = 1 + static_cast<int>(random() % 17);
     const int height = 1 + static_cast<int>(random() % 13);
-    std::vector<bool> holes;
-    for (int k = 0; k < width * height; ++k) holes.push_back(hole(random));
+    std::vector<bool> holes(static_cast<std::size_t>(width * height));
+    std::generate(holes.begin(), holes.end(), [&] { return hole(random); });
     const auto at = [&](int x, int y) {
       return holes[static_cast<std::size_t>(y * width + x)] ? -1.0F : 5.0F;
     };
-    const Maps maps(width, height, at, at);
-    const MapReport r = maps.report();
-    ASSERT_EQ(r.rectWidth * r.rectHeight, bruteForceArea(maps));
-    for (int y = r.rectY; y < r.rectY + r.rectHeight; ++y) {
-      for (int x = r.rectX; x < r.rectX + r.rectWidth; ++x) ASSERT_EQ(at(x, y), 5);
-    }
+    const MapReport r = reportOf(width, height, at, at);
+    ASSERT_EQ((Rect{r.rectX, r.rectY, r.rectWidth, r.rectHeight}),
+              bruteForceRect(width, height, holes));
   }
 }
 
 TEST(MapReportTest, RefusesWhatItCannotRead) {
-  float f[4] = {};
+  const float f[4] = {};
   MapReport r{};
+  r.rectX = -7;
   EXPECT_FALSE(CreateMapReport(nullptr, 4, f, 4, 2, 2, &r));
   EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 2, 2, nullptr));
-  EXPECT_FALSE(CreateMapReport(f, 3, f, 4, 2, 2, &r));
+  EXPECT_FALSE(CreateMapReport(f, 4, f, 3, 2, 2, &r));
   EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0, 2, &r));
   EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0xffffffffU, 0xffffffffU, &r));
+  EXPECT_EQ(r.rectX, -7);
 }
 
 TEST(RowTimes, AreThoseOfTheSourceRow) {
   CameraCalibrationZEL camera{};
   camera.line_time_ns = 16000;
   camera.rs_center_row = 240;
-  const float X[] = {3, -1, 5};
-  const float Y[] = {240, -1, 0.5F};
-  float seconds[3];
-  ASSERT_TRUE(CreateRowTimePlane(&camera, X, Y, 3, seconds));
-  EXPECT_FLOAT_EQ(seconds[0], 0);
-  EXPECT_TRUE(std::isnan(seconds[1]));
-  EXPECT_FLOAT_EQ(seconds[2], -239.5F * 16e-6F);
-  EXPECT_FALSE(CreateRowTimePlane(&camera, nullptr, Y, 3, seconds));
+  const float X[] = {3, 5, -1, std::nanf(""), 4};
+  const float Y[] = {240, 0.5F, -1, 7, kInfinity};
+  float seconds[] = {-7, -7, -7, -7, -7};
+  EXPECT_FALSE(CreateRowTimePlane(&camera, nullptr, Y, 5, seconds));
+  EXPECT_EQ(seconds[0], -7);
+  ASSERT_TRUE(CreateRowTimePlane(&camera, X, Y, 5, seconds));
+  EXPECT_EQ(seconds[0], 0);
+  EXPECT_FLOAT_EQ(seconds[1], -239.5F * 16e-6F);
+  for (int i = 2; i < 5; ++i) EXPECT_TRUE(std::isnan(seconds[i])) << i;
 }
 
 void failCheck(int line) { AR::Common::logError("what", "where", "void failCheck(int)", line); }
 
-TEST(FailedCheckQueries, KeepTheLatestSixteenOfThisThread) {
-  const LogCapture log;
+TEST(FailedCheckQueries, KeepTheLatestSixteenAtLevelOff) {
   AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::OFF);
   ResetFailedChecks();
   for (int line = 1; line <= 20; ++line) failCheck(line);
-  FailedCheck checks[32];
-  EXPECT_EQ(GetFailedCheckCount(), 20U);
-  ASSERT_EQ(GetFailedChecks(checks, 32), 16U);
-  EXPECT_EQ(checks[0].line, 20);
-  EXPECT_EQ(checks[15].line, 5);
-  EXPECT_STREQ(checks[0].expression, "what");
-  EXPECT_STREQ(checks[0].source, "where");
-  EXPECT_EQ(GetFailedChecks(checks, 2), 2U);
-  EXPECT_EQ(GetFailedChecks(nullptr, 2), 0U);
-
-  std::thread([] { EXPECT_EQ(GetFailedCheckCount(), 0U); }).join();
-
   const std::string tooLong(300, 'x');
-  AR::Common::logError(tooLong.c_str(), tooLong.c_str(), "f", 1);
-  ASSERT_EQ(GetFailedChecks(checks, 1), 1U);
-  EXPECT_EQ(std::string(checks[0].expression), tooLong.substr(0, 127));
+  AR::Common::logError(tooLong.c_str(), tooLong.c_str(), "f", 21);
+  AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::DEBUG);
+  FailedCheck checks[32];
+  EXPECT_EQ(GetFailedCheckCount(), 21U);
+  EXPECT_EQ(GetFailedChecks(nullptr, 2), 0U);
+  EXPECT_EQ(GetFailedChecks(checks, 2), 2U);
+  ASSERT_EQ(GetFailedChecks(checks, 32), 16U);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(checks[i].line, 21 - i);
+  EXPECT_STREQ(checks[1].expression, "what");
+  EXPECT_STREQ(checks[1].source, "where");
+  EXPECT_EQ(checks[0].expression, tooLong.substr(0, 127));
+  EXPECT_EQ(checks[0].source, tooLong.substr(0, 95));
   ResetFailedChecks();
   EXPECT_EQ(GetFailedChecks(checks, 32), 0U);
   EXPECT_EQ(GetFailedCheckCount(), 0U);
-  AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::DEBUG);
 }
 
-TEST(FailedCheckQueries, IncludeWhatWorkersFound) {
+TEST(FailedCheckQueries, IncludeWhatTheThreadsOwnWorkersFound) {
   const LogCapture log;
-  ResetFailedChecks();
-  AR::Common::WorkerPools::dispatch([](int i) { failCheck(100 + i); }, 6U);
-  EXPECT_EQ(GetFailedCheckCount(), 6U);
-  FailedCheck checks[16];
-  ASSERT_EQ(GetFailedChecks(checks, 16), 6U);
-  std::vector<int> lines;
-  for (int i = 0; i < 6; ++i) lines.push_back(checks[i].line);
-  std::sort(lines.begin(), lines.end());
-  EXPECT_EQ(lines, (std::vector<int>{100, 101, 102, 103, 104, 105}));
+  std::array<std::thread, 6> threads;
+  const auto failInWorkers = [](int firstLine, unsigned count) {
+    ResetFailedChecks();
+    AR::Common::WorkerPools::dispatch([=](int i) { failCheck(firstLine + i); }, count);
+    EXPECT_EQ(GetFailedCheckCount(), count);
+    FailedCheck checks[16];
+    std::set<int> lines;
+    for (unsigned i = GetFailedChecks(checks, 16); i > 0; --i) lines.insert(checks[i - 1].line);
+    ASSERT_EQ(lines.size(), std::min(count, 16U));
+    EXPECT_GE(*lines.begin(), firstLine);
+    EXPECT_LT(*lines.rbegin(), firstLine + static_cast<int>(count));
+  };
+  for (std::thread& thread : threads) {
+    const auto k = static_cast<int>(&thread - threads.data());
+    thread = std::thread([=] {
+      for (const unsigned count : {6U, 50U}) failInWorkers(1000 * k, count);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
