@@ -42,6 +42,7 @@ MapFunction linear(float a, float b, float c = 0) {
 }
 
 TEST(MapReportTest, ScalesAndFolds) {
+  const auto fold = [](int x, int) { return static_cast<float>(x < 6 ? x : 11 - x); };
   const struct {
     const char* name;
     MapFunction x, y;
@@ -52,7 +53,7 @@ TEST(MapReportTest, ScalesAndFolds) {
       {"mirrored as a whole", linear(-1, 0, 20), linear(0, 1), 0, 1, 1},
       {"half as large along x", linear(2, 0), linear(0, 1), 0, 0.5, 1},
       // 5 columns turned back, and one between where the column does not change at all.
-      {"folded", [](int x, int) { return x < 6 ? x : 11.0F - x; }, linear(0, 1), 54, 1, kInfinity},
+      {"folded", fold, linear(0, 1), 54, 1, kInfinity},
       {"a line", linear(1, 2), linear(3, 6), 99, 1 / std::sqrt(50.0), kInfinity},
       {"a point", linear(0, 0, 3), linear(0, 0, 4), 99, kInfinity, kInfinity},
       {"huge", [](int x, int) { return x % 2 == 0 ? 3e38F : -3e38F; }, linear(0, 1), 45,
