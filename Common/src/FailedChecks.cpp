@@ -15,13 +15,18 @@ struct ThreadRecord {
   std::uint64_t kept = 0;  // remembered since the last reset, at most ring.size() of them still
   std::array<FailedCheckRecord, kFailedChecksKept> ring{};
 
-  void remember(const FailedCheckRecord& check) { ring[kept++ % ring.size()] = check; }
+  void remember(const FailedCheckRecord& check) { ring[slot(kept++)] = check; }
   [[nodiscard]] std::size_t available() const {
     return static_cast<std::size_t>(std::min<std::uint64_t>(kept, ring.size()));
   }
   /// The n-th last one, n below available().
   [[nodiscard]] const FailedCheckRecord& latest(std::size_t n) const {
-    return ring[(kept - 1 - n) % ring.size()];
+    return ring[slot(kept - 1 - n)];
+  }
+
+ private:
+  static std::size_t slot(std::uint64_t n) {
+    return static_cast<std::size_t>(n % kFailedChecksKept);
   }
 };
 
