@@ -115,7 +115,7 @@ TEST(MapReportTest, RefusesWhatItCannotRead) {
   EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 2, 2, nullptr));
   EXPECT_FALSE(CreateMapReport(f, 4, f, 3, 2, 2, &r));
   EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0, 2, &r));
-  EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0xffffffffU, 0xffffffffU, &r));
+  EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0x10000U, 0x10000U, &r));
   EXPECT_EQ(r.rectX, -7);
 }
 
