@@ -20,9 +20,14 @@ TYPED_TEST_SUITE(CameraUtil, Precisions);
 TEST(CameraUtilNames, AreThoseOfTheModels) {
   LogCapture log;
   DistortionModel model = LINEAR;
-  for (int i = LINEAR; i <= FISHEYE_RATIONAL; ++i) {
-    EXPECT_TRUE(radialDistortionModelStringToEnum(modelName(DistortionModel(i)), model));
-    EXPECT_EQ(model, i);
+  int next = LINEAR;
+  for (const char* const name :
+       {"LINEAR", "RADIAL_2_PARAMETERS", "RADIAL_3_PARAMETERS", "RADIAL_6_PARAMETERS",
+        "FISHEYE_1_PARAMETER", "FISHEYE_4_PARAMETERS", "CHEBYSHEV_4_PARAMETERS", "FISHEYE_SPLINE_3",
+        "FISHEYE_RATIONAL"}) {
+    EXPECT_TRUE(radialDistortionModelStringToEnum(name, model));
+    EXPECT_EQ(model, next++);
+    EXPECT_STREQ(modelName(model), name);
   }
   EXPECT_FALSE(radialDistortionModelStringToEnum("linear%s", model));
   EXPECT_EQ(log.count("Radial distortion model linear%s not supported (use UPPERCASE)."), 1);
