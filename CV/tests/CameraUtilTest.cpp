@@ -49,7 +49,7 @@ struct LegacyCase {
 constexpr LegacyCase kLegacyCases[] = {
     {LINEAR, 0, 0, {1, 2, 3, 4, 5, 6}, {0, 0, 7, 8}},
     {RADIAL_2_PARAMETERS, 2, 3, {1, 0}, {1, kMark, 7, 8}},
-    {RADIAL_3_PARAMETERS, 4, 5, {1, 0, 3}, {1, kMark, 7, 8, 3}},
+    {RADIAL_3_PARAMETERS, 4, 5, {1, 0, 0}, {1, kMark, 7, 8, kMark}},
     {RADIAL_6_PARAMETERS, 6, 7, {1, 2, 3, 4, 0, 6}, {1, 2, 7, 8, 3, 4, kMark, 6}},
     {FISHEYE_1_PARAMETER, 1, 1, {2}, {2, 0, 7, 8}},
     {FISHEYE_4_PARAMETERS, 8, 8, {1, 2, 0, 4}, {1, 2, kMark, 4}},

@@ -74,6 +74,11 @@ TYPED_TEST(HermiteTest, DropsTheLastBinOnlyFromTheGivenCountAndOnlyAtTheEnd) {
     EXPECT_EQ(spline.rangeMax, static_cast<P>(c.expectedBins) / static_cast<P>(c.maxBins));
     EXPECT_EQ(spline.testAccuracy(this->pole, false, 0, c.maxBins), err);
   }
+  const auto poleOnTheLeft = [&](P x) {
+    return typename TestFixture::Sample{this->pole(1 - x).value, -this->pole(1 - x).deriv};
+  };
+  (void)this->mSpline.setupHermiteCoeffs(poleOnTheLeft, {0, 1}, false, 32, P(1e-6), 32);
+  EXPECT_EQ(this->mSpline.coeffs.size(), 32U);
 }
 
 TYPED_TEST(HermiteTest, ScalesErrorsByTheRadiusAndKeepsNaN) {
