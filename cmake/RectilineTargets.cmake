@@ -10,6 +10,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(rectiline_flags INTERFACE -Wno-restrict)
 endif()
 
+# What a file with vector kernels links: Highway, which picks the best instruction set at run time.
+add_library(rectiline_simd INTERFACE)
+target_link_libraries(rectiline_simd INTERFACE hwy::hwy)
+target_compile_definitions(rectiline_simd INTERFACE HWY_WANT_AVX3_DL)
+
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
