@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// What the memory alone costs, with the widest loads and stores that the machine has.
+
+namespace rectiline::bench {
+
+/// Stores `value` into `count` elements of both planes, side by side as a map is made.
+void storePlanes(float value, float* X, float* Y, std::size_t count);
+
+/// Reads all of two maps and copies `count` bytes: what a remap must at least do.
+/// @return a digest of the maps, for nothing but that they be read
+std::uint32_t readMapsAndCopy(const float* mapX, const float* mapY, const std::uint8_t* source,
+                              std::uint8_t* target, std::size_t count);
+
+}  // namespace rectiline::bench
