@@ -57,7 +57,7 @@ DistortionModel modelOfOldVec(const Math::Vec<P, 8>& o) {
 }  // namespace
 
 bool radialDistortionModelStringToEnum(const std::string& name, DistortionModel& model) {
-  for (const auto& traits : CamModel::kModels<double>) {
+  for (const auto& traits : CamModel::allTraits<double>()) {
     if (name != traits.name) continue;
     model = traits.model;
     return true;

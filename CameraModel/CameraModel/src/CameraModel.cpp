@@ -1,11 +1,15 @@
 #include "CameraModel/CameraModel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
 #include <numbers>
+#include <span>
 
 #include "CameraModel/DistortionTraits.h"
+#include "CameraModel/InvertFactors.h"
+#include "CameraModel/models/FisheyeSpline.h"
 
 namespace CamModel {
 namespace {
@@ -26,21 +30,15 @@ bool printFault(const char* message) {
   return false;
 }
 
-/// Fixed-point iteration for the inverse of `factor` at the squared distorted radius y.
+/// The undistortion factors G at the squared distorted radii y, in closed form or by iteration.
 template <typename P>
-P invertFactor(P (*factor)(const RDVec<P>&, P), const RDVec<P>& k, const P y, const P x_max) {
-  constexpr int kMaxEvaluations = 200;
-  P x = y;
-  P previous = 0;
-  P g = 0;
-  for (int evaluation = 0; evaluation < kMaxEvaluations; ++evaluation) {
-    const P f = factor(k, x);
-    g = 1 / f;
-    if (evaluation > 0 && std::abs(previous * g - 1) < P(1e-6)) break;
-    x = std::min(g * g * y, x_max);
-    previous = f;
+void undistortEach(const DistortionTraits<P>& traits, const RDVec<P>& k, std::span<const P> y,
+                   const P x_max, std::span<P> G) {
+  if (traits.inverse != nullptr) {
+    std::transform(y.begin(), y.end(), G.begin(), [&](P y_i) { return traits.inverse(k, y_i); });
+    return;
   }
-  return g;
+  invertFactors([&](std::span<const P> x, P* F) { traits.factor(k, x, F); }, y, x_max, G);
 }
 
 }  // namespace
@@ -130,9 +128,24 @@ template <std::floating_point T>
 T CameraModel<P>::undistortionFactor(const T y) const {
   const auto* const traits = findTraits<T>(model);
   AR_REQUIRE(traits != nullptr, "0 && \"Undistortion model not implemented\"", kSource);
-  const RDVec<T> k = radialDistortion.template cast<T>();
-  if (traits->inverse != nullptr) return traits->inverse(k, y);
-  return invertFactor(traits->factor, k, y, static_cast<T>(limits.distortionLimit));
+  T G = 0;
+  undistortEach<T>(*traits, radialDistortion.template cast<T>(), {&y, 1},
+                   static_cast<T>(limits.distortionLimit), {&G, 1});
+  return G;
+}
+
+template <typename P>
+void CameraModel<P>::distortionFactors(std::span<const P> x, std::span<P> F) const {
+  const auto* const traits = findTraits<P>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Distortion model not implemented\"", kSource);
+  traits->factor(radialDistortion, x, F.data());
+}
+
+template <typename P>
+void CameraModel<P>::undistortionFactors(std::span<const P> y, std::span<P> G) const {
+  const auto* const traits = findTraits<P>(model);
+  AR_REQUIRE(traits != nullptr, "0 && \"Undistortion model not implemented\"", kSource);
+  undistortEach<P>(*traits, radialDistortion, y, limits.distortionLimit, G);
 }
 
 template <typename P>

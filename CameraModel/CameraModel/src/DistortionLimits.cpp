@@ -2,13 +2,71 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <numbers>
 
 #include "CameraModel/CameraModel.h"
 #include "CameraModel/DistortionTraits.h"
+#include "CameraModel/InvertFactors.h"
+#include "CameraModel/models/FisheyeRational.h"
+#include "CameraModel/models/RadialPolynomial.h"
 
 namespace CamModel {
+namespace {
+
+template <typename P>
+constexpr P kStep = P(0.02);  // of the march
+
+/// Consecutive undistorted radii of the march, whose iterations run side by side.
+template <typename P>
+struct MarchedRadii {
+  std::size_t count = 0;
+  P r[kRadiiAtOnce];
+  P x[kRadiiAtOnce];   // r^2
+  P rd[kRadiiAtOnce];  // distorted radii
+  P y[kRadiiAtOnce];   // rd^2
+
+  /// The radii from `next` on that are within x_max; `next` becomes the one after them.
+  MarchedRadii(P& next, P x_max) {
+    for (; count < kRadiiAtOnce && next * next <= x_max; ++count, next += kStep<P>) {
+      r[count] = next;
+      x[count] = next * next;
+    }
+  }
+
+  void distort(const CameraModel<P>& model) {
+    P F[kRadiiAtOnce];
+    model.distortionFactors({x, count}, {F, count});
+    for (std::size_t i = 0; i < count; ++i) {
+      rd[i] = r[i] * F[i];
+      y[i] = rd[i] * rd[i];
+    }
+  }
+
+  /// How many of the radii, from the first, grow steadily within the image; `previous` is the
+  /// distorted radius before them.
+  [[nodiscard]] std::size_t countSteady(P previous, P y_max) const {
+    for (std::size_t i = 0; i < count; ++i) {
+      const P slope = (rd[i] - previous) * 50;
+      if (!(slope >= P(0.005) && slope <= 20 && y[i] <= y_max)) return i;
+      previous = rd[i];
+    }
+    return count;
+  }
+
+  /// How many of the first `steady` radii, from the first, undistortion returns.
+  [[nodiscard]] std::size_t countReturned(const CameraModel<P>& model, std::size_t steady) const {
+    P G[kRadiiAtOnce];
+    model.undistortionFactors({y, steady}, {G, steady});
+    for (std::size_t i = 0; i < steady; ++i) {
+      if (!(std::abs(rd[i] * G[i] - r[i]) <= P(0.005))) return i;
+    }
+    return steady;
+  }
+};
+
+}  // namespace
 
 template <typename P>
 void CameraModel<P>::setupMaxDistortionRanges(const std::optional<P> imageCircleDiameter) {
@@ -69,24 +127,27 @@ void CameraModel<P>::findDistortionLimits() {
 
 template <typename P>
 bool CameraModel<P>::marchToDistortionLimit() {
-  constexpr P kStep = P(0.02);
   // Never past the radius that is trusted at all, so that the march ends for any record.
   const P x_max = std::min(limits.distortionLimit, P(kMaxSquaredRadius));
   const P y_max = limits.undistortionLimit;
   bool failed = false;
   P previous = 0;
-  for (P r = kStep; r * r <= x_max; r += kStep) {
-    const P rd = r * distortionFactor(r * r);
-    const P slope = (rd - previous) * 50;
-    if (!(slope >= P(0.005) && slope <= 20 && rd * rd <= y_max)) {
-      limits.distortionLimit = (r - kStep) * (r - kStep);
-      break;
-    }
-    if (!failed && !(std::abs(rd * undistortionFactor(rd * rd) - r) <= P(0.005))) {
-      limits.undistortionLimit = previous * previous;
+  for (P r = kStep<P>; r * r <= x_max;) {
+    MarchedRadii<P> radii(r, x_max);
+    radii.distort(*this);
+    const std::size_t steady = radii.countSteady(previous, y_max);
+    const std::size_t returned = failed ? steady : radii.countReturned(*this, steady);
+    if (returned < steady) {
+      const P rd = returned > 0 ? radii.rd[returned - 1] : previous;
+      limits.undistortionLimit = rd * rd;
       failed = true;
     }
-    previous = rd;
+    if (steady < radii.count) {
+      const P last = radii.r[steady] - kStep<P>;
+      limits.distortionLimit = last * last;
+      break;
+    }
+    previous = radii.rd[steady - 1];
   }
   return !failed;
 }

@@ -9,9 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/CameraModel.h"
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/IntrinsicRecord.h"
+#include "CameraModel/InvertFactors.h"
 #include "testing/LogCapture.h"
 
 namespace CamModel {
@@ -100,6 +102,43 @@ TYPED_TEST(CameraModelTest, InverseStaysWithinTheDistortionLimitAndTakesOmegaAsI
   EXPECT_EQ(camera.template distort_FisheyeSpline<3>(0.25), camera.distortionFactor(0.25));
   EXPECT_TRUE(std::isnan(camera.distortionFactor(std::numeric_limits<P>::quiet_NaN())));
   EXPECT_EQ(camera.distortionFactor(std::numeric_limits<P>::infinity()), 0);
+}
+
+TEST(Arctangent, IsGoodToOneUlp) {
+  EXPECT_TRUE(std::isnan(arctangent(std::numeric_limits<float>::quiet_NaN())));
+  EXPECT_EQ(arctangent(-std::numeric_limits<float>::infinity()), static_cast<float>(-M_PI / 2));
+  for (float x = 1e-9F; x < 1e9F; x *= 1.001F) {
+    const double exact = std::atan(double(x));
+    const float a = arctangent(x);
+    ASSERT_NEAR(a, exact, std::nextafter(a, 9.F) - a) << x;
+    ASSERT_EQ(arctangent(-x), -a);
+  }
+}
+
+// Some settle at once, some stop at the limit, some never settle: the lenses at their ends.
+TYPED_TEST(CameraModelTest, RadiiSideBySideAreThoseOfThePlainIteration) {
+  using P = TypeParam;
+  for (const Lens& lens : kLenses) {
+    const auto& traits = *findTraits<P>(lens.model);
+    if (traits.inverse != nullptr) continue;
+    SCOPED_TRACE(traits.name);
+    const auto camera = makeCamera<P>(lens.model, lens.k);
+    std::vector<P> y(3 * kRadiiAtOnce + 5), G(y.size());
+    for (std::size_t i = 0; i < y.size(); ++i) y[i] = P(i * i) / 500;
+    y[7] = P(kNan);
+    camera.undistortionFactors(y, G);
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      P x = y[i], g = 0, previous = 0;
+      for (int n = 0; n < 200; ++n) {
+        const P F = camera.distortionFactor(x);
+        g = 1 / F;
+        if (std::abs(previous * g - 1) < P(1e-6)) break;
+        x = std::min(g * g * y[i], P(kMaxSquaredRadius));
+        previous = F;
+      }
+      EXPECT_TRUE(G[i] == g || (i == 7 && std::isnan(G[i]))) << y[i] << " " << G[i] << " " << g;
+    }
+  }
 }
 
 TEST(Derivatives, AgreeWithDifferences) {

@@ -2,6 +2,7 @@
 
 #include <concepts>
 #include <optional>
+#include <span>
 
 #include "AR/Common/Macros.h"
 #include "AR/Math/Vector.h"
@@ -63,6 +64,10 @@ class AR_EXPORT CameraModel {
   /// model ends the process.
   template <std::floating_point T>
   [[nodiscard]] T undistortionFactor(T y) const;
+
+  /// The same for each of many squared radii, side by side. Outputs have the size of the inputs.
+  void distortionFactors(std::span<const P> x, std::span<P> F) const;
+  void undistortionFactors(std::span<const P> y, std::span<P> G) const;
 
   /// The factor of FISHEYE_SPLINE_3 from this record's coefficients, whatever its model. N is the
   /// number of spline segments; only 3 exists.

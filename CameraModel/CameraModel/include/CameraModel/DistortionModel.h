@@ -7,7 +7,7 @@
 namespace CamModel {
 
 /// The lens distortion models. Their formulas are in CameraModel/models/, what else is known of
-/// them in the table of CameraModel/DistortionTraits.h. The underlying type is fixed, so that a
+/// them in the rows of CameraModel/DistortionTraits.h. The underlying type is fixed, so that a
 /// value read from a record may be held, and refused, when it is none of these.
 enum DistortionModel : std::int32_t {
   LINEAR = 0,

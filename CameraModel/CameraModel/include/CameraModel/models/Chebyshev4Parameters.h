@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/models/DistortionDerivatives.h"
 
 // CHEBYSHEV_4_PARAMETERS: the even angle polynomial of the four-parameter fisheye in a basis of
@@ -44,7 +45,7 @@ template <typename P>
 P chebyshev4Factor(const RDVec<P>& k, P x) {
   if (x < P(0.0001)) return 1 + chebyshevSum(k, chebyshevBasis(x * kChebyshevScale<P>)) - x / 3;
   const P r = std::sqrt(x);
-  const P theta = std::atan(r);
+  const P theta = arctangent(r);
   return theta * (1 + chebyshevSum(k, chebyshevBasis(theta * theta * kChebyshevScale<P>))) / r;
 }
 
@@ -59,7 +60,7 @@ struct DistortionDerivatives<P, CamModel::CHEBYSHEV_4_PARAMETERS> {
     using CamModel::chebyshevSum;
     const bool small = x < P(0.0001);
     const P r = std::sqrt(x);
-    const P theta = std::atan(r);
+    const P theta = CamModel::arctangent(r);
     const P u = (small ? x : theta * theta) * CamModel::kChebyshevScale<P>;
     const CamModel::RDVec<P> basis = CamModel::chebyshevBasis(u);
     const P C = 1 + chebyshevSum(k, basis);

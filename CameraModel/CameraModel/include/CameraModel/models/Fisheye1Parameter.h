@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "AR/Common/Macros.h"
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/models/DistortionDerivatives.h"
 
 // FISHEYE_1_PARAMETER: the field-of-view model of Devernay & Faugeras, "Straight lines have to be
@@ -35,7 +36,7 @@ P fisheye1Factor(const RDVec<P>& k, P x) {
   const P t = std::tan(omega / 2);
   if (x < kSmallSquaredRadius<P>) return (2 * t - P(8) / 3 * x * t * t * t) / omega;
   const P r = std::sqrt(x);
-  return std::atan(2 * r * t) / (omega * r);
+  return arctangent(2 * r * t) / (omega * r);
 }
 
 /// Unlike the factor, takes omega as it is, without a lower bound.

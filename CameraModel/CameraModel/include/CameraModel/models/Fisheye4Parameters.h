@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/models/DistortionDerivatives.h"
 
 // FISHEYE_4_PARAMETERS: the angle polynomial of Kannala & Brandt, "A generic camera model and
@@ -24,7 +25,7 @@ template <typename P>
 P fisheye4Factor(const RDVec<P>& k, P x) {
   if (x < P(0.0001)) return fisheye4Polynomial(k, x) - x / 3;
   const P r = std::sqrt(x);
-  const P theta = std::atan(r);
+  const P theta = arctangent(r);
   return theta * fisheye4Polynomial(k, theta * theta) / r;
 }
 
@@ -39,7 +40,7 @@ struct DistortionDerivatives<P, CamModel::FISHEYE_4_PARAMETERS> {
   static P distortionFactorFisheye4Parameters(const CamModel::RDVec<P>& k, P x,
                                               CamModel::RDVec<P>& J, P& dFdx) {
     const P r = std::sqrt(x);
-    const P theta = std::atan(r);
+    const P theta = CamModel::arctangent(r);
     const P q = theta * theta;
     const P Q = CamModel::fisheye4Polynomial(k, q);
     const bool small = x < P(0.0001);

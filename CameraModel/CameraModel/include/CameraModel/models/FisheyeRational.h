@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/SolveCubic.h"
 #include "CameraModel/models/Fisheye1Parameter.h"
 
@@ -40,7 +41,7 @@ P fisheyeRationalFactor(const RDVec<P>& k, P x) {
   const P t = std::tan(omega / 2);
   if (x < kFisheyeRationalSmallSquaredRadius<P>) return 2 * t / omega - 2 * k[2] * t * t * x;
   const P r = std::sqrt(x);
-  const P rho = std::atan(2 * r * t) / omega;
+  const P rho = arctangent(2 * r * t) / omega;
   return fisheyeRationalNumerator(k, rho) / (r * fisheyeRationalDenominator(k, rho));
 }
 
@@ -89,7 +90,7 @@ struct DistortionDerivatives<P, CamModel::FISHEYE_RATIONAL> {
 
   static P away(const CamModel::RDVec<P>& k, P x, P omega, P t, CamModel::RDVec<P>& J, P& dFdx) {
     const P r = std::sqrt(x);
-    const P rho = std::atan(2 * r * t) / omega;
+    const P rho = CamModel::arctangent(2 * r * t) / omega;
     const P N = CamModel::fisheyeRationalNumerator(k, rho);
     const P D = CamModel::fisheyeRationalDenominator(k, rho);
     const P dN = 1 + rho * (2 * k[1] + rho * 3 * k[4]);

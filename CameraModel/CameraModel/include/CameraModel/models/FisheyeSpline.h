@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "AR/Common/SaturatingCast.h"
+#include "CameraModel/Arctangent.h"
 #include "CameraModel/models/DistortionDerivatives.h"
 
 // FISHEYE_SPLINE_3: a cubic Hermite spline (de Boor, "A Practical Guide to Splines", 1978) over the
@@ -80,7 +81,7 @@ template <typename P>
 P fisheyeSplineFactor(const RDVec<P>& k, P x) {
   if (x < P(0.0001)) return 1 + fisheyeSplineCurvature(k) * x;
   const P r = std::sqrt(x);
-  const P theta = std::atan(r);
+  const P theta = arctangent(r);
   const FisheyeSplineWeights<P> w = fisheyeSplineWeights(theta);
   return theta * fisheyeSplineSum(k, w.segment, w.value, w.slope) / r;
 }
@@ -96,7 +97,7 @@ struct DistortionDerivatives<P, CamModel::FISHEYE_SPLINE_3> {
     J = {};
     if (x < P(0.0001)) return nearCentre(k, x, J, dFdx);
     const P r = std::sqrt(x);
-    const P theta = std::atan(r);
+    const P theta = CamModel::arctangent(r);
     const CamModel::FisheyeSplineWeights<P> w = CamModel::fisheyeSplineWeights(theta);
     for (int side = 0; side < 2; ++side) {
       const int knot = w.segment + side;
