@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <utility>
+#include <numeric>
 
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
@@ -35,11 +35,38 @@ COEFFS cubicThrough(const SAMPLE& left, const SAMPLE& right, P x0, P s) {
           .x0 = x0};
 }
 
+bool isVerbose() { return Logger::VERBOSE <= Logger::getInstance().getLevel(); }
+
 template <typename SAMPLE>
 void logEnds(const SAMPLE& left, const SAMPLE& right) {
   AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation v0:%e v0.d:%e v1:%e v1.d:%e",
           static_cast<double>(left.value), static_cast<double>(left.deriv),
           static_cast<double>(right.value), static_cast<double>(right.deriv));
+}
+
+template <typename P>
+void logError(P x, P spline, P truth, P err) {
+  AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation errors:\t%f\t%f\t%f\t%f",
+          static_cast<double>(x), static_cast<double>(spline), static_cast<double>(truth),
+          static_cast<double>(err));
+}
+
+template <typename P>
+P largest(std::span<const P> errors) {
+  return std::accumulate(errors.begin(), errors.end(), P(0), largerOrNaN<P>);
+}
+
+/// a[0], b[0], a[1], b[1], ... a.back(); `a` has one item more than `b`.
+template <typename SAMPLE>
+std::vector<SAMPLE> interleave(const std::vector<SAMPLE>& a, const std::vector<SAMPLE>& b) {
+  std::vector<SAMPLE> both;
+  both.reserve(a.size() + b.size());
+  for (std::size_t i = 0; i < b.size(); ++i) {
+    both.push_back(a[i]);
+    both.push_back(b[i]);
+  }
+  both.push_back(a.back());
+  return both;
 }
 
 }  // namespace
@@ -56,60 +83,83 @@ P HermiteSplineInterpolation<P>::evaluateClamped(P x) const {
 }
 
 template <typename P>
+void HermiteSplineInterpolation<P>::evaluateClamped(Arguments x, P* out) const {
+  if (coeffs.empty()) {
+    std::fill_n(out, x.size(), std::numeric_limits<P>::quiet_NaN());
+    return;
+  }
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    out[i] = coeffs[binAt(x[i])].valueAt(x[i]);
+  }
+}
+
+template <typename P>
+std::vector<P> HermiteSplineInterpolation<P>::rightEnds(std::size_t bins,
+                                                        std::size_t stride) const {
+  const P h = (rangeMax - rangeMin) / static_cast<P>(bins);
+  std::vector<P> x;
+  x.reserve(bins);
+  for (std::size_t i = 0; i < bins; i += stride) {
+    x.push_back(rangeMin + static_cast<P>(i) * h + h);
+  }
+  return x;
+}
+
+template <typename P>
 void HermiteSplineInterpolation<P>::setupHermiteCoeffsInt(const Function& fn, std::size_t bins,
                                                           std::vector<ResultAndDeriv>& samples) {
-  const P h = (rangeMax - rangeMin) / static_cast<P>(bins);
-  const bool isDoubling = 2 * samples.size() == bins + 2;
-  const auto sampleAt = [&](std::size_t knot, P x) {
-    return isDoubling && knot % 2 == 0 ? samples[knot / 2] : fn(x);
-  };
+  if (2 * samples.size() == bins + 2) {
+    samples = interleave(samples, fn(rightEnds(bins, 2)));
+  } else if (samples.size() != bins + 1) {
+    samples = fn({&rangeMin, 1});
+    const std::vector<ResultAndDeriv> others = fn(rightEnds(bins, 1));
+    samples.insert(samples.end(), others.begin(), others.end());
+  }
 
-  std::vector<ResultAndDeriv> newSamples(bins + 1);
+  const P h = (rangeMax - rangeMin) / static_cast<P>(bins);
+  const bool verbose = isVerbose();
   coeffs.resize(bins);
   invBinWidth = 1 / h;
-  newSamples[0] = sampleAt(0, rangeMin);
   for (std::size_t i = 0; i < bins; ++i) {
-    const P x = rangeMin + static_cast<P>(i) * h;
-    newSamples[i + 1] = sampleAt(i + 1, x + h);
-    logEnds(newSamples[i], newSamples[i + 1]);
-    coeffs[i] =
-        cubicThrough<ResultAndDeriv, Coeffs>(newSamples[i], newSamples[i + 1], x, invBinWidth);
+    if (verbose) logEnds(samples[i], samples[i + 1]);
+    coeffs[i] = cubicThrough<ResultAndDeriv, Coeffs>(samples[i], samples[i + 1],
+                                                     rangeMin + static_cast<P>(i) * h, invBinWidth);
   }
-  samples = std::move(newSamples);
   static_cast<void>(AR_CHECK(isInit(), "isInit()", kSource));
 }
 
 template <typename P>
-P HermiteSplineInterpolation<P>::errorAtMidpoint(const Function& fn, bool scaleErrorByRadius,
-                                                 const Coeffs& bin) const {
-  const P x = bin.x0 + P(0.5) / invBinWidth;
-  P spline = std::numeric_limits<P>::quiet_NaN();
-  AR::Common::assertSuccess(evaluate(x, spline));
-  const P truth = fn(x).value;
-  const P scale = scaleErrorByRadius ? std::sqrt(x) : P(1);
-  const P err = std::abs(truth - spline) * scale;
-  AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation errors:\t%f\t%f\t%f\t%f",
-          static_cast<double>(x), static_cast<double>(spline), static_cast<double>(truth),
-          static_cast<double>(err));
-  return err;
+std::vector<P> HermiteSplineInterpolation<P>::errorsAt(Arguments x,
+                                                       std::span<const ResultAndDeriv> truths,
+                                                       bool scaleErrorByRadius) const {
+  const bool verbose = isVerbose();
+  std::vector<P> errors(x.size());
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    P spline = std::numeric_limits<P>::quiet_NaN();
+    AR::Common::assertSuccess(evaluate(x[i], spline));
+    const P scale = scaleErrorByRadius ? std::sqrt(x[i]) : P(1);
+    errors[i] = std::abs(truths[i].value - spline) * scale;
+    if (verbose) logError(x[i], spline, truths[i].value, errors[i]);
+  }
+  return errors;
 }
 
 template <typename P>
 P HermiteSplineInterpolation<P>::testAccuracy(const Function& fn, bool scaleErrorByRadius,
                                               std::size_t firstBin, std::size_t endBin) const {
-  P largest = 0;
+  std::vector<P> x;
   for (std::size_t i = firstBin; i < std::min(endBin, coeffs.size()); ++i) {
-    largest = largerOrNaN(largest, errorAtMidpoint(fn, scaleErrorByRadius, coeffs[i]));
+    x.push_back(coeffs[i].x0 + P(0.5) / invBinWidth);
   }
-  return largest;
+  return largest<P>(errorsAt(x, fn(x), scaleErrorByRadius));
 }
 
 template <typename P>
-P HermiteSplineInterpolation<P>::trimmedError(const Function& fn, bool scaleErrorByRadius,
-                                              std::size_t MAX_BINS, P eps) {
+P HermiteSplineInterpolation<P>::trimmedError(std::span<const P> errors, std::size_t MAX_BINS,
+                                              P eps) {
   const std::size_t bins = coeffs.size();
-  const P err = testAccuracy(fn, scaleErrorByRadius, 0, bins - 1);
-  const P errLast = testAccuracy(fn, scaleErrorByRadius, bins - 1, bins);
+  const P err = largest(errors.first(bins - 1));
+  const P errLast = errors.back();
   const bool isRefined = 2 * bins <= MAX_BINS && err >= eps;
   if (isRefined || errLast < eps) {
     return largerOrNaN(err, errLast);
@@ -148,11 +198,14 @@ P HermiteSplineInterpolation<P>::refine(const Function& fn, bool scaleErrorByRad
   std::vector<ResultAndDeriv> samples;
   for (std::size_t bins = INIT_BINS;; bins *= 2) {
     setupHermiteCoeffsInt(fn, bins, samples);
-    const P err = bins < minBinsForTrim ? testAccuracy(fn, scaleErrorByRadius, 0, bins)
-                                        : trimmedError(fn, scaleErrorByRadius, MAX_BINS, eps);
+    const std::vector<P> middles = rightEnds(2 * bins, 2);
+    const std::vector<ResultAndDeriv> truths = fn(middles);
+    const std::vector<P> errors = errorsAt(middles, truths, scaleErrorByRadius);
+    const P err = bins < minBinsForTrim ? largest<P>(errors) : trimmedError(errors, MAX_BINS, eps);
     if (!(err >= eps && bins * 2 <= MAX_BINS)) {
       return err;
     }
+    samples = interleave(samples, truths);
   }
 }
 

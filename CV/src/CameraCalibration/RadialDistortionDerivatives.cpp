@@ -1,6 +1,8 @@
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 #include "AR/Common/Macros.h"
 #include "CameraModel/DistortionTraits.h"
@@ -22,17 +24,36 @@ P distortionDerivative(const CamModel::CameraModel<P>& model, P x, CamModel::RDV
 }
 
 template <typename P>
-auto DistortFn<P>::operator()(P x) const -> typename HermiteSplineInterpolation<P>::ResultAndDeriv {
-  CamModel::RDVec<P> J;
-  P dFdx;
-  const P F = distortionDerivative(*mModel, x, J, dFdx);
-  return {F, dFdx};
+void distortionDerivatives(const CamModel::CameraModel<P>& model, std::span<const P> x, P* F,
+                           P* dFdx) {
+  const auto* traits = CamModel::findTraits<P>(model.model);
+  if (AR_CHECK(traits, "0 && \"Distortion model not handled in enum\"", kSource)) {
+    traits->derivative(model.radialDistortion, x, F, dFdx);
+    return;
+  }
+  std::fill_n(F, x.size(), std::numeric_limits<P>::quiet_NaN());
+  std::fill_n(dFdx, x.size(), P(0));
+}
+
+template <typename P>
+void DistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Arguments x,
+                              typename HermiteSplineInterpolation<P>::Samples samples) const {
+  std::vector<P> F(x.size());
+  std::vector<P> dFdx(x.size());
+  distortionDerivatives(*mModel, x, F.data(), dFdx.data());
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    samples[i] = {F[i], dFdx[i]};
+  }
 }
 
 template float distortionDerivative(const CamModel::CameraModel<float>&, float,
                                     CamModel::RDVec<float>&, float&);
 template double distortionDerivative(const CamModel::CameraModel<double>&, double,
                                      CamModel::RDVec<double>&, double&);
+template void distortionDerivatives(const CamModel::CameraModel<float>&, std::span<const float>,
+                                    float*, float*);
+template void distortionDerivatives(const CamModel::CameraModel<double>&, std::span<const double>,
+                                    double*, double*);
 template class DistortFn<float>;
 template class DistortFn<double>;
 

@@ -1,83 +1,98 @@
 #include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
 
-#include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
 #include "AR/Common/Macros.h"
 #include "AR/Math/MathDebugging.h"
 #include "CameraModel/DistortionTraits.h"
+#include "CameraModel/InvertFactors.h"
 
 namespace AR::CV::CameraCalibration {
 namespace {
 
 constexpr char kSource[] = "CV/src/../include/AR/CV/CameraCalibration/UndistortionDerivatives";
-constexpr int kMaxIterations = 200;
 
 // Below this squared radius the derivative loses its digits: it divides small differences by y.
 template <typename P>
 constexpr P kMinSquaredRadius = P(0.0001);
 
-template <typename P>
-P invertSpline(const HermiteSplineInterpolation<P>& distortion, P y) {
-  P F = distortion.evaluateClamped(y);
-  P g = 1 / F;
-  for (int i = 1; i < kMaxIterations; ++i) {
-    const P previousF = F;
-    F = distortion.evaluateClamped(std::min(g * g * y, distortion.rangeMax));
-    g = 1 / F;
-    if (std::abs(previousF * g - 1) < P(1e-6)) {
-      break;
-    }
-  }
-  return g;
-}
-
 // G = r / s with s = sqrt(y), the distorted radius, and r the ideal one:
 // dG/dy = 1 / (2 y D) - r / (2 y s), D = ds/dr = F + 2 x dF/dx at x = r^2.
 template <typename P>
-P derivativeOfFactor(const Camera<P>& camera, P y, P G) {
-  const P s = std::sqrt(y);
-  const P r = s * G;
-  const P x = r * r;
-  CamModel::RDVec<P> J;
-  P dFdx;
-  const P F = distortionDerivative(camera.getCamModel(), x, J, dFdx);
-  const P D = F + 2 * x * dFdx;
-  return 1 / (2 * y * D) - r / (2 * y * s);
+void derivativesOfFactor(const Camera<P>& camera, std::span<const P> y, std::span<const P> G,
+                         std::span<P> dGdy) {
+  std::vector<P> x(y.size());
+  std::vector<P> F(y.size());
+  std::vector<P> dFdx(y.size());
+  for (std::size_t i = 0; i < y.size(); ++i) {
+    const P r = std::sqrt(y[i]) * G[i];
+    x[i] = r * r;
+  }
+  distortionDerivatives<P>(camera.getCamModel(), x, F.data(), dFdx.data());
+  for (std::size_t i = 0; i < y.size(); ++i) {
+    const P s = std::sqrt(y[i]);
+    const P r = s * G[i];
+    const P D = F[i] + 2 * x[i] * dFdx[i];
+    dGdy[i] = 1 / (2 * y[i] * D) - r / (2 * y[i] * s);
+  }
 }
 
 }  // namespace
 
 template <typename P>
-P iterativeUndistFromSpline(const Camera<P>& camera, P y) {
+void iterativeUndistFromSpline(const Camera<P>& camera, std::span<const P> y, std::span<P> G) {
   const auto* traits = CamModel::findTraits<P>(camera.getRadialDistortionModel());
   if (traits && traits->inverse) {
-    return camera.getCamModel().undistortionFactor(y);
+    camera.getCamModel().undistortionFactors(y, G);
+    return;
   }
-  return invertSpline(camera.getDistortionSpline(), y);
+  const HermiteSplineInterpolation<P>& spline = camera.getDistortionSpline();
+  CamModel::invertFactors([&](std::span<const P> x, P* F) { spline.evaluateClamped(x, F); }, y,
+                          spline.rangeMax, G);
 }
 
 template <typename P>
-P undistort(const Camera<P>& camera, P y, P& dGdy) {
-  const P G = iterativeUndistFromSpline(camera, y);
-  if (y >= kMinSquaredRadius<P>) {
-    dGdy = derivativeOfFactor(camera, y, G);
-  } else {
-    const P yMin = kMinSquaredRadius<P>;
-    dGdy = derivativeOfFactor(camera, yMin, iterativeUndistFromSpline(camera, yMin));
+void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, std::span<P> dGdy) {
+  iterativeUndistFromSpline(camera, y, G);
+  std::vector<P> yOfSlope(y.begin(), y.end());
+  std::vector<P> GOfSlope(G.begin(), G.end());
+  for (std::size_t i = 0; i < y.size(); ++i) {
+    if (y[i] >= kMinSquaredRadius<P>) continue;
+    yOfSlope[i] = kMinSquaredRadius<P>;
+    GOfSlope[i] = iterativeUndistFromSpline(camera, kMinSquaredRadius<P>);
   }
-  static_cast<void>(AR_CHECK(AR::Math::isGoodNum(dGdy), "Math::isGoodNum(D)", kSource));
+  derivativesOfFactor<P>(camera, yOfSlope, GOfSlope, dGdy);
+  for (const P slope : dGdy) {
+    static_cast<void>(AR_CHECK(AR::Math::isGoodNum(slope), "Math::isGoodNum(D)", kSource));
+  }
+}
+
+template <typename P>
+P iterativeUndistFromSpline(const Camera<P>& camera, P y) {
+  P G = 0;
+  iterativeUndistFromSpline<P>(camera, {&y, 1}, {&G, 1});
   return G;
 }
 
 template <typename P>
-auto UndistortFn<P>::operator()(P y) const ->
-    typename HermiteSplineInterpolation<P>::ResultAndDeriv {
-  P dGdy;
-  const P G = undistort(*mCamera, y, dGdy);
-  return {G, dGdy};
+P undistort(const Camera<P>& camera, P y, P& dGdy) {
+  P G = 0;
+  undistort<P>(camera, {&y, 1}, {&G, 1}, {&dGdy, 1});
+  return G;
+}
+
+template <typename P>
+void UndistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Arguments y,
+                                typename HermiteSplineInterpolation<P>::Samples samples) const {
+  std::vector<P> G(y.size());
+  std::vector<P> dGdy(y.size());
+  undistort<P>(*mCamera, y, G, dGdy);
+  for (std::size_t i = 0; i < y.size(); ++i) {
+    samples[i] = {G[i], dGdy[i]};
+  }
 }
 
 template float iterativeUndistFromSpline(const Camera<float>&, float);

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "AR/Math/Vector.h"
@@ -29,7 +33,33 @@ class HermiteSplineInterpolation {
     P value;
     P deriv;
   };
-  using Function = std::function<ResultAndDeriv(P)>;
+  using Arguments = std::span<const P>;
+  using Samples = std::span<ResultAndDeriv>;
+
+  /// The function to approximate: a callable that samples one argument, fn(x), or one that samples
+  /// many side by side, fn(std::span<const P> x, std::span<ResultAndDeriv> samples).
+  class Function {
+   public:
+    template <typename CALLABLE>
+    Function(CALLABLE fn) {
+      if constexpr (std::is_invocable_v<CALLABLE, Arguments, Samples>) {
+        mSample = std::move(fn);
+      } else {
+        mSample = [fn = std::move(fn)](Arguments x, Samples samples) {
+          std::transform(x.begin(), x.end(), samples.begin(), fn);
+        };
+      }
+    }
+
+    [[nodiscard]] std::vector<ResultAndDeriv> operator()(Arguments x) const {
+      std::vector<ResultAndDeriv> samples(x.size());
+      mSample(x, samples);
+      return samples;
+    }
+
+   private:
+    std::function<void(Arguments, Samples)> mSample;
+  };
 
   std::vector<Coeffs> coeffs;  ///< one entry per bin, ascending x0
   P rangeMin = 0;
@@ -58,10 +88,13 @@ class HermiteSplineInterpolation {
 
   /// The value at any `x`, continued by the outermost cubics. NaN when there is no bin.
   [[nodiscard]] P evaluateClamped(P x) const;
+  /// The same at every x, into `out` of the same size.
+  void evaluateClamped(Arguments x, P* out) const;
 
   /// Fits `fn` (value and first derivative) over [rangeForApprox(0), rangeForApprox(1)], doubling
   /// the number of bins from 1 until the error measured in the middle of the bins is below `eps`
-  /// or another doubling would exceed `MAX_BINS`. Every knot is evaluated once.
+  /// or another doubling would exceed `MAX_BINS`. Every argument is evaluated once: the middles of
+  /// the bins are knots of the next fit.
   ///
   /// Where the fit ends with at least `minBinsForTrim` bins and its last bin alone misses `eps`,
   /// that bin is dropped and rangeMax shrinks by its width: so the spline stops short of a pole.
@@ -73,9 +106,9 @@ class HermiteSplineInterpolation {
                        bool scaleErrorByRadius, std::size_t MAX_BINS, P eps,
                        std::size_t minBinsForTrim);
 
-  /// Fits `fn` with `bins` uniform bins over [rangeMin, rangeMax]. `samples` are those of the fit
-  /// with half as many bins, whose knots are not evaluated again, or empty; on return, this fit's
-  /// `bins` + 1 samples.
+  /// Fits `fn` with `bins` uniform bins over [rangeMin, rangeMax]. `samples` are those of this fit
+  /// or of the one with half as many bins, which are not evaluated again, or empty; on return, this
+  /// fit's `bins` + 1 samples.
   void setupHermiteCoeffsInt(const Function& fn, std::size_t bins,
                              std::vector<ResultAndDeriv>& samples);
 
@@ -97,14 +130,16 @@ class HermiteSplineInterpolation {
   }
 
   void reportNotInitialized() const;
+  /// The right ends of every bin of a fit with `bins` bins, or of every second one from the first.
+  [[nodiscard]] std::vector<P> rightEnds(std::size_t bins, std::size_t stride) const;
   /// Fits by doubling; the loop of setupHermiteCoeffs().
   [[nodiscard]] P refine(const Function& fn, bool scaleErrorByRadius, std::size_t MAX_BINS, P eps,
                          std::size_t minBinsForTrim);
-  /// Measures the error and drops the last bin where it alone is to blame.
-  [[nodiscard]] P trimmedError(const Function& fn, bool scaleErrorByRadius, std::size_t MAX_BINS,
-                               P eps);
-  [[nodiscard]] P errorAtMidpoint(const Function& fn, bool scaleErrorByRadius,
-                                  const Coeffs& bin) const;
+  /// Takes the largest of the bins' errors and drops the last bin where it alone is to blame.
+  [[nodiscard]] P trimmedError(std::span<const P> errors, std::size_t MAX_BINS, P eps);
+  /// |truth - spline| at every x, times sqrt(x) where asked for.
+  [[nodiscard]] std::vector<P> errorsAt(Arguments x, std::span<const ResultAndDeriv> truths,
+                                        bool scaleErrorByRadius) const;
 };
 
 extern template class HermiteSplineInterpolation<float>;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "AR/CV/Camera/Hermite.h"
 #include "CameraModel/CameraModel.h"
 
@@ -12,14 +14,21 @@ template <typename P>
 [[nodiscard]] P distortionDerivative(const CamModel::CameraModel<P>& model, P x,
                                      CamModel::RDVec<P>& J, P& dFdx);
 
+/// F and dF/dx of `model` at each squared ideal radius x, side by side; F and dFdx have the size of
+/// x. An unknown model is reported once and gives what it gives above.
+template <typename P>
+void distortionDerivatives(const CamModel::CameraModel<P>& model, std::span<const P> x, P* F,
+                           P* dFdx);
+
 /// The distortion factor of a model, sampled for a spline. Refers to the model.
 template <typename P>
 class DistortFn {
  public:
   explicit DistortFn(const CamModel::CameraModel<P>& model) : mModel(&model) {}
 
-  /// F(x) and dF/dx at the squared ideal radius x.
-  [[nodiscard]] typename HermiteSplineInterpolation<P>::ResultAndDeriv operator()(P x) const;
+  /// F(x) and dF/dx at each squared ideal radius x.
+  void operator()(typename HermiteSplineInterpolation<P>::Arguments x,
+                  typename HermiteSplineInterpolation<P>::Samples samples) const;
 
  private:
   const CamModel::CameraModel<P>* mModel;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "AR/CV/Camera/Hermite.h"
 
 namespace AR::CV {
@@ -20,6 +22,12 @@ template <typename P>
 template <typename P>
 [[nodiscard]] P undistort(const Camera<P>& camera, P y, P& dGdy);
 
+/// The same for each of many squared distorted radii, side by side. Outputs have the size of y.
+template <typename P>
+void iterativeUndistFromSpline(const Camera<P>& camera, std::span<const P> y, std::span<P> G);
+template <typename P>
+void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, std::span<P> dGdy);
+
 /// The undistortion factor of a camera whose distortion spline is fitted, sampled for a spline.
 /// Refers to the camera.
 template <typename P>
@@ -27,8 +35,9 @@ class UndistortFn {
  public:
   explicit UndistortFn(const Camera<P>& camera) : mCamera(&camera) {}
 
-  /// G(y) and dG/dy at the squared distorted radius y.
-  [[nodiscard]] typename HermiteSplineInterpolation<P>::ResultAndDeriv operator()(P y) const;
+  /// G(y) and dG/dy at each squared distorted radius y.
+  void operator()(typename HermiteSplineInterpolation<P>::Arguments y,
+                  typename HermiteSplineInterpolation<P>::Samples samples) const;
 
  private:
   const Camera<P>* mCamera;
