@@ -1,10 +1,8 @@
 #pragma once
 
-#include <algorithm>
 #include <cmath>
 #include <numbers>
 
-#include "AR/Common/SaturatingCast.h"
 #include "CameraModel/Arctangent.h"
 #include "CameraModel/models/DistortionDerivatives.h"
 
@@ -40,7 +38,7 @@ struct FisheyeSplineWeights {
 template <typename P>
 FisheyeSplineWeights<P> fisheyeSplineWeights(P theta) {
   const P s = theta * kFisheyeSplineScale<P>;
-  const int j = std::clamp(AR::Common::saturatingCast<int>(s), 0, kFisheyeSplineSegments - 1);
+  const int j = (s >= 1 ? 1 : 0) + (s >= 2 ? 1 : 0);
   const P tau = s - static_cast<P>(j);
   const P tau2 = tau * tau;
   const P tau3 = tau2 * tau;
@@ -51,15 +49,16 @@ FisheyeSplineWeights<P> fisheyeSplineWeights(P theta) {
           .dSlope = {3 * tau2 - 4 * tau + 1, 3 * tau2 - 2 * tau}};
 }
 
-/// Value and slope at knot 0 (theta = 0) to 3 (theta = pi/2).
+/// Value and slope at knot 0 (theta = 0) to 3 (theta = pi/2). Selected, not indexed: so a loop over
+/// many radii has no branch and is vectorised.
 template <typename P>
 P fisheyeSplineKnotValue(const RDVec<P>& k, int knot) {
-  return knot < 1 ? P(1) : 1 + k[2 * knot - 2];
+  return 1 + (knot < 1 ? P(0) : knot < 2 ? k[0] : knot < 3 ? k[2] : k[4]);
 }
 
 template <typename P>
 P fisheyeSplineKnotSlope(const RDVec<P>& k, int knot) {
-  return knot < 1 ? P(0) : k[2 * knot - 1];
+  return knot < 1 ? P(0) : knot < 2 ? k[1] : knot < 3 ? k[3] : k[5];
 }
 
 /// The sum of both knots' values and slopes with the given weights: g, or its derivative by tau.
