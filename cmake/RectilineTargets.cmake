@@ -29,7 +29,9 @@ function(rectiline_module name)
   endif()
   if(ARG_SOURCES)
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${ARG_INCLUDE})
+    # The source folder is for files with vector kernels, which Highway makes include themselves.
+    target_include_directories(${name} PUBLIC ${ARG_INCLUDE}
+                               PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/src)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE rectiline_flags ${ARG_PRIVATE_DEPENDS})
     target_compile_features(${name} PUBLIC cxx_std_20)
   else()

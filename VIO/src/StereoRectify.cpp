@@ -26,7 +26,6 @@ using ImageF = AR::CV::Image<float>;
 using MapJob = AR::CV::MapJob<float>;
 
 constexpr char kSource[] = "VIO/src/StereoRectify";
-constexpr float kNoSource = -1.0F;
 
 Vec<int, 2> pixelSize(const Camera<float>& camera) {
   return {AR::Common::saturatingCast<int>(camera.getSize()(0)),
@@ -41,11 +40,7 @@ bool isPairOfSize(const ArrayView<ImageF>& mapXY, const Vec<int, 2>& size, const
   return x && y;
 }
 
-void clearToNoSource(ArrayView<ImageF>& mapXY) {
-  for (ImageF& image : mapXY) image.clear(kNoSource);
-}
-
-/// Gives both maps the target's size and clears them; false, after a report, when a camera or a map
+/// Gives both maps the target's size; false, after a report, when a camera or a map
 /// is not there.
 bool preparePair(const FullCamera<float>& source, const FullCamera<float>& target,
                  ArrayView<ImageF>& mapXY) {
@@ -54,10 +49,7 @@ bool preparePair(const FullCamera<float>& source, const FullCamera<float>& targe
   if (!haveSource || !haveTarget) return false;
   const Vec<int, 2> size = pixelSize(target.getIntrinsics());
   for (ImageF& image : mapXY) image.allocPixels(size, AR::CV::MEMORY_ALIGNMENT_16, false);
-  if (!isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size"))
-    return false;
-  clearToNoSource(mapXY);
-  return true;
+  return isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size");
 }
 
 }  // namespace
@@ -95,7 +87,6 @@ void setupUndistortMap(const Camera<float>& source, const Camera<float>& target,
                     "mapXY[1].size() == targetSize")) {
     return;
   }
-  clearToNoSource(mapXY);
   const MapJob job(source, target, R_st.matrix(), DepthRule::NonZero, keepOutside);
   AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
 }

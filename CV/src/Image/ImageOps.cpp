@@ -1,8 +1,12 @@
 #include "AR/CV/Image/ImageOps.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 
+#include "AR/CV/Image/MapKernel.h"
 #include "AR/Common/Macros.h"
+#include "AR/Common/RowBands.h"
 #include "AR/Common/SaturatingCast.h"
 
 namespace AR::CV {
@@ -10,9 +14,42 @@ namespace {
 
 constexpr char kVectorSource[] = "Math/src/../include/AR/Math/internal/VectorFunctions";
 
-void reportRow(const MapRowReport& row, bool reportNoInverse) {
-  for (int i = 0; reportNoInverse && i < row.noInverse; ++i) Common::assertSuccess(false);
-  for (int i = 0; i < row.zeroDepth; ++i) AR_CHECK(false, "nVal != 0", kVectorSource);
+/// The rows of a map: with vectors in single precision, in plain code in double.
+template <typename P>
+class RowKernel {
+ public:
+  explicit RowKernel(const MapJob<P>& job) : mJob(job) {}
+  MapRowReport row(int y, int width, P* mapX, P* mapY, std::uint8_t* reasons) const {
+    return mapRowScalar(mJob, y, width, mapX, mapY, reasons);
+  }
+
+ private:
+  const MapJob<P>& mJob;
+};
+
+template <>
+class RowKernel<float> : public MapKernel {
+  using MapKernel::MapKernel;
+};
+
+/// The reports of all rows, added up from any thread.
+struct MapReportSum {
+  void add(const MapRowReport& row) {
+    noInverse += row.noInverse;
+    zeroDepth += row.zeroDepth;
+  }
+  void give(bool reportNoInverse) const {
+    for (std::int64_t i = 0; reportNoInverse && i < noInverse; ++i) Common::assertSuccess(false);
+    for (std::int64_t i = 0; i < zeroDepth; ++i) AR_CHECK(false, "nVal != 0", kVectorSource);
+  }
+
+  std::atomic<std::int64_t> noInverse{0};
+  std::atomic<std::int64_t> zeroDepth{0};
+};
+
+template <typename P>
+bool haveLastPixel(const Image<P>& mapX, const Image<P>& mapY, int width, int height) {
+  return mapX.checkBounds(width - 1, height - 1) && mapY.checkBounds(width - 1, height - 1);
 }
 
 /// The source row of one pixel of a calibration mapping; 0, as the mapping would hold, without one.
@@ -34,13 +71,21 @@ void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P
   const int width = mapX.size()(0);
   const int height = mapX.size()(1);
   if (width == 0 || height == 0) return;
-  if (!mapX.checkBounds(width - 1, height - 1) || !mapY.checkBounds(width - 1, height - 1)) return;
-  for (int y = 0; y < height; ++y) {
-    std::uint8_t* const row = reasons == nullptr ? nullptr
-                                                 : reasons + static_cast<std::size_t>(y) *
-                                                                 static_cast<std::size_t>(width);
-    reportRow(mapRowScalar(job, y, width, mapX.row(y), mapY.row(y), row), reportNoInverse);
+  if (!haveLastPixel(mapX, mapY, width, height)) {
+    mapX.clear(job.noSource);
+    mapY.clear(job.noSource);
+    return;
   }
+  const RowKernel<P> kernel(job);
+  MapReportSum report;
+  Common::forEachRowBand(height, width, [&](int firstRow, int endRow) {
+    for (int y = firstRow; y < endRow; ++y) {
+      std::uint8_t* const row =
+          reasons == nullptr ? nullptr : reasons + static_cast<std::ptrdiff_t>(y) * width;
+      report.add(kernel.row(y, width, mapX.row(y), mapY.row(y), row));
+    }
+  });
+  report.give(reportNoInverse);
 }
 
 template <typename P>
@@ -50,12 +95,14 @@ void ImageOps::generateCalibrationMapping(const Camera<P>& source, const Camera<
                                Common::saturatingCast<int>(target.getSize()(1)));
   const bool allocatedX = mapX.allocPixels(size, MEMORY_ALIGNMENT_16, false);
   const bool allocatedY = mapY.allocPixels(size, MEMORY_ALIGNMENT_16, false);
-  mapX.clear(P(0));
-  mapY.clear(P(0));
-  if (!Common::assertSuccess(allocatedX && allocatedY)) return;
+  if (!Common::assertSuccess(allocatedX && allocatedY)) {
+    mapX.clear(P(0));
+    mapY.clear(P(0));
+    return;
+  }
   constexpr bool kKeepOutside = true;
-  const MapJob<P> job(source, target, Math::Mat<P, 3, 3>::identity(), DepthRule::NonZero,
-                      kKeepOutside);
+  MapJob<P> job(source, target, Math::Mat<P, 3, 3>::identity(), DepthRule::NonZero, kKeepOutside);
+  job.noSource = 0;
   fillMap(job, false, mapX, mapY);
 }
 

@@ -8,8 +8,9 @@ namespace AR::CV {
 
 /// Runs `job` over all rows of a map pair and reports what the rows ask to be reported: a target
 /// pixel without an inverse as the failed check "result" (when `reportNoInverse`), a ray of depth
-/// exactly 0 as "nVal != 0". The images must have the same size; one that lacks pixels is reported
-/// and nothing is filled.
+/// exactly 0 as "nVal != 0". The images must have the same size; where one lacks pixels, which
+/// is reported, no pixel has a source. Large maps are made on the worker pool; the values and the
+/// reports are the same.
 /// @param reasons  a dense plane of PixelSource, a byte per pixel; null: not asked for
 template <typename P>
 void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "AR/CV/Image/MapRow.h"
+#include "AR/CV/Image/SplineTable.h"
+
+namespace AR::CV::Internal {
+
+/// One map with what its rows are made of. `undistortion` is not read for a pinhole target.
+struct MapInput {
+  const MapJob<float>& job;
+  const SplineTable& distortion;
+  const SplineTable& undistortion;
+};
+
+/// The order of a table's coefficients that the best instruction set of this machine reads.
+SplineTable::Layout splineLayout();
+
+/// The vector form of mapRowScalar(). The tables must be usable and laid out as splineLayout()
+/// says.
+/// @param allRaysValid  every pixel has a ray that the source's distortion can be evaluated for
+MapRowReport mapRowSimd(const MapInput& input, bool allRaysValid, int y, int width, float* mapX,
+                        float* mapY, std::uint8_t* reasons);
+
+}  // namespace AR::CV::Internal

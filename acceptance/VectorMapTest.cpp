@@ -1,0 +1,235 @@
+// The vector form of the map kernel against its plain form: every instruction set, every model,
+// every small size, and jobs that nobody would ask for.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "AR/CV/Camera/PinholeModel.h"
+#include "AR/CV/Image/MapKernel.h"
+#include "AR/Math/SO3.h"
+#include "LibraryCamera.h"
+#include "testing/GuardedBuffer.h"
+#include "testing/InstructionSets.h"
+
+namespace rectiline::acceptance {
+namespace {
+
+using AR::CV::Camera;
+using AR::CV::DepthRule;
+using AR::CV::MapKernel;
+using AR::CV::PixelSource;
+using testing::GuardedBuffer;
+using Job = AR::CV::MapJob<float>;
+using Mat3 = AR::Math::Mat<float, 3, 3>;
+using Vec3 = AR::Math::Vec<float, 3>;
+
+Mat3 turned(float x, float y, float z) { return AR::Math::SO3<float>::exp({x, y, z}).matrix(); }
+
+Camera<float> pinhole(float width, float height, float focal) {
+  Camera<float> camera;
+  EXPECT_TRUE(camera.init(
+      AR::CV::pinholeModel<float>({width, height}, {width / 2, height / 2}, {focal, focal})));
+  return camera;
+}
+
+/// Four units in the last place of a number as large as `size`.
+float tolerance(float size) {
+  return 4 * (std::nextafter(size, std::numeric_limits<float>::infinity()) - size);
+}
+
+/// Both maps of a job with their reasons, in memory whose edges are watched.
+struct Maps {
+  Maps(int w, int h) : width(w), height(h), X(count()), Y(count()), reasons(count()) {}
+
+  [[nodiscard]] std::size_t count() const { return static_cast<std::size_t>(width * height); }
+
+  template <typename Row>
+  void fill(Row&& row) {
+    for (int y = 0; y < height; ++y) {
+      const AR::CV::MapRowReport r =
+          row(y, X.data() + y * width, Y.data() + y * width, reasons.data() + y * width);
+      report.noInverse += r.noInverse;
+      report.zeroDepth += r.zeroDepth;
+    }
+  }
+
+  int width, height;
+  GuardedBuffer<float> X, Y;
+  GuardedBuffer<std::uint8_t> reasons;
+  AR::CV::MapRowReport report;
+};
+
+Maps plainMaps(const Job& job, int width, int height) {
+  Maps maps(width, height);
+  maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
+    return mapRowScalar(job, y, width, X, Y, reasons);
+  });
+  return maps;
+}
+
+bool isNear(float a, float b, float distance) { return std::fabs(a - b) <= distance; }
+
+/// Whether rounding may decide about the pixel: a coordinate, its radius or its depth is at a
+/// limit.
+bool isAtLimit(const Job& job, int x, int y) {
+  AR::CV::MapRowReport ignored;
+  Vec3 ray;
+  float u = 0;
+  float v = 0;
+  if (rayOfPixel(job, x, y, ray, ignored) == PixelSource::NoInverse) return false;
+  mapPixel(job, x, y, u, v, ignored);
+  const float eps = tolerance(std::max(job.width, job.height));
+  const auto atSide = [eps](float p, float size) {
+    return isNear(p, 0, 2 * eps) || isNear(p, size - 1, eps) || isNear(p, size, eps);
+  };
+  const float r2 = (ray(0) * ray(0) + ray(1) * ray(1)) / (ray(2) * ray(2));
+  const float range = job.source.spline.rangeMax;
+  return atSide(u, job.width) || atSide(v, job.height) || isNear(r2, range, 1e-5F * range) ||
+         isNear(ray(2), job.minDepth, 1e-6F);
+}
+
+/// Whether a position is the same up to rounding; NaN is the same as NaN.
+bool agrees(float u, float v, float uOther, float vOther, float size) {
+  const float largest = std::max({size, std::fabs(u), std::fabs(v)});
+  // Kept positions far outside are differences of larger terms.
+  const float eps = largest > size ? 2 * tolerance(largest) : tolerance(size);
+  const auto same = [eps](float a, float b) {
+    return a == b || (std::isnan(a) && std::isnan(b)) || isNear(a, b, eps);
+  };
+  return same(u, uOther) && same(v, vOther);
+}
+
+void expectAgreement(const Job& job, const Maps& plain, Maps& maps) {
+  const float size = std::max(job.width, job.height);
+  for (std::size_t i = 0; i < maps.count(); ++i) {
+    const int x = static_cast<int>(i) % maps.width, y = static_cast<int>(i) / maps.width;
+    if (maps.reasons[i] != plain.reasons[i]) {
+      ASSERT_TRUE(isAtLimit(job, x, y))
+          << x << ", " << y << ": " << int{plain.reasons[i]} << " -> " << int{maps.reasons[i]};
+      continue;
+    }
+    ASSERT_TRUE(agrees(plain.X[i], plain.Y[i], maps.X[i], maps.Y[i], size))
+        << x << ", " << y << ": " << plain.X[i] << " " << plain.Y[i] << " -> " << maps.X[i] << " "
+        << maps.Y[i];
+  }
+  EXPECT_EQ(maps.report.noInverse, plain.report.noInverse);
+  EXPECT_EQ(maps.report.zeroDepth, plain.report.zeroDepth);
+  EXPECT_TRUE(maps.X.intact() && maps.Y.intact() && maps.reasons.intact());
+}
+
+void expectVectorFormsAgree(const Job& job, int width, int height) {
+  const Maps plain = plainMaps(job, width, height);
+  testing::forEachInstructionSet([&] {
+    const MapKernel kernel(job);
+    Maps maps(width, height);
+    maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
+      return kernel.row(y, width, X, Y, reasons);
+    });
+    expectAgreement(job, plain, maps);
+  });
+}
+
+TEST(VectorMap, AgreesForEveryModelInBothDirections) {
+  for (const CameraCase& c : cameraCases()) {
+    SCOPED_TRACE(c.name);
+    const Camera<float> camera = makeCamera<float>(c);
+    const Camera<float> target = pinhole(640, 480, 330);
+    for (const Mat3& R : {turned(0.01F, -0.02F, 0.03F), turned(0.2F, 1.1F, -0.4F)}) {
+      expectVectorFormsAgree({camera, target, R, DepthRule::InFront, false}, 640, 40);
+      expectVectorFormsAgree({camera, target, R, DepthRule::NonZero, true}, 640, 40);
+      expectVectorFormsAgree({target, camera, R, DepthRule::InFront, false}, 640, 40);
+    }
+  }
+}
+
+TEST(VectorMap, AgreesAtFullSize) {
+  const CameraCase wide = cameraCases()[23];
+  const Camera<float> camera = makeCamera<float>(wide);
+  for (const float scale : {1.0F, 4.0F}) {
+    const Camera<float> target = pinhole(640 * scale, 480 * scale, 250 * scale);
+    const Job job(camera, target, turned(0.05F, 0.3F, 0), DepthRule::InFront, false);
+    expectVectorFormsAgree(job, static_cast<int>(640 * scale), static_cast<int>(480 * scale));
+  }
+}
+
+TEST(VectorMap, AgreesAtEverySizeUpTo67) {
+  constexpr int kMax = 67;
+  const Camera<float> camera = makeCamera<float>(cameraCases()[5]);
+  const Camera<float> target = pinhole(kMax, kMax, 20);
+  for (int height = 1; height <= kMax; ++height) {
+    for (int width = 1; width <= kMax; ++width) {
+      SCOPED_TRACE(::testing::Message() << width << " x " << height);
+      const Job job(camera, target, turned(0.4F, 0.6F, 0), DepthRule::InFront, width % 2 == 0);
+      ASSERT_NO_FATAL_FAILURE(expectVectorFormsAgree(job, width, height));
+    }
+  }
+}
+
+TEST(VectorMap, AgreesForHostileJobs) {
+  constexpr float kInf = std::numeric_limits<float>::infinity();
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  const Camera<float> camera = makeCamera<float>(cameraCases()[9]);
+  const Camera<float> target = pinhole(64, 48, 32);
+  const Mat3 I = Mat3::identity();
+  const Mat3 kSideways(0, 0, 1, 0, 1, 0, -1, 0, 0);  // depth 0 in the middle column
+  const Mat3 kRotations[] = {kSideways,
+                             I * -1.0F,
+                             I * 0.0F,
+                             I * kNaN,
+                             I * kInf,
+                             I * 1e30F,
+                             Mat3(1, 0, 0, 0, 1, 0, 0, 0, kNaN),
+                             Mat3(kInf, 0, 0, 0, 1, 0, 0, 0, 1)};
+  const Vec3 kOffsets[] = {{0, 0, 0}, {0.1F, -0.2F, -1}, {1e30F, 0, 0}, {0, kNaN, 0}};
+  for (const Mat3& R : kRotations) {
+    for (const Vec3& offset : kOffsets) {
+      for (const DepthRule rule : {DepthRule::InFront, DepthRule::NonZero}) {
+        Job job(camera, target, R, rule, true);
+        job.offset_s = offset;
+        SCOPED_TRACE(::testing::Message() << R(0, 0) << " " << R(2, 0) << " " << offset(0) << " "
+                                          << offset(2) << " " << (rule == DepthRule::InFront));
+        expectVectorFormsAgree(job, 64, 48);
+      }
+    }
+  }
+}
+
+TEST(VectorMap, ReasonsChangeNoBit) {
+  const Camera<float> camera = makeCamera<float>(cameraCases()[23]);
+  const Camera<float> target = pinhole(640, 480, 200);
+  const Job job(camera, target, turned(0.1F, 0.7F, 0), DepthRule::InFront, false);
+  testing::forEachInstructionSet([&] {
+    const MapKernel kernel(job);
+    std::vector<float> with(1280), without(1280);
+    std::vector<std::uint8_t> reasons(640);
+    for (int y = 0; y < 480; ++y) {
+      kernel.row(y, 640, with.data(), with.data() + 640, reasons.data());
+      kernel.row(y, 640, without.data(), without.data() + 640);
+      ASSERT_EQ(with, without) << y;
+    }
+  });
+}
+
+TEST(VectorMap, ATableHoldsUniformBinsOnly) {
+  using AR::CV::SplineTable;
+  AR::CV::HermiteSplineInterpolation<float> spline =
+      makeCamera<float>(cameraCases()[20]).getDistortionSpline();
+  ASSERT_GT(spline.coeffs.size(), 2U);
+  for (const auto layout : {SplineTable::Layout::Interleaved, SplineTable::Layout::Planar}) {
+    EXPECT_TRUE(SplineTable(spline, layout).isUsable());
+    auto shifted = spline;
+    shifted.coeffs[2].x0 = std::nextafter(shifted.coeffs[2].x0, 0.0F);
+    EXPECT_FALSE(SplineTable(shifted, layout).isUsable());
+    auto large = spline;
+    large.coeffs.resize(SplineTable::kMaxBins + 1);
+    EXPECT_FALSE(SplineTable(large, layout).isUsable());
+    EXPECT_FALSE(SplineTable({}, layout).isUsable());
+  }
+}
+
+}  // namespace
+}  // namespace rectiline::acceptance
