@@ -42,14 +42,14 @@ MapCase::MapCase(const Lens& lens, const Size& size)
       mTarget(initialized(VIO::pinholeModelOf(mSource, 1.0F))),
       mJob(jobOf(mSource, mTarget)) {}
 
-void fillRows(const MapJob<float>& job, int firstRow, int endRow, Planes& planes) {
+void fillRows(const AR::CV::MapKernel& kernel, int firstRow, int endRow, Planes& planes) {
   for (int y = firstRow; y < endRow; ++y) {
-    mapRowScalar(job, y, planes.X.cols, planes.X.ptr<float>(y), planes.Y.ptr<float>(y));
+    kernel.row(y, planes.X.cols, planes.X.ptr<float>(y), planes.Y.ptr<float>(y));
   }
 }
 
 void fillVector(const MapJob<float>& job, Planes& planes) {
-  fillRows(job, 0, planes.X.rows, planes);
+  fillRows(AR::CV::MapKernel(job), 0, planes.X.rows, planes);
 }
 
 void fillScalar(const MapJob<float>& job, Planes& planes) {

@@ -2,7 +2,7 @@
 
 #include <opencv2/core.hpp>
 
-#include "AR/CV/Image/MapRow.h"
+#include "AR/CV/Image/MapKernel.h"
 #include "BenchCameras.h"
 
 namespace rectiline::bench {
@@ -41,10 +41,10 @@ class MapCase {
 /// Throws std::runtime_error when no camera can be made of the record.
 [[nodiscard]] AR::CV::Camera<float> cameraOf(const IntrinsicCameraCalibrationZEL& record);
 
-/// Fills rows [firstRow, endRow) as the library does, on this thread.
-void fillRows(const AR::CV::MapJob<float>& job, int firstRow, int endRow, Planes& planes);
+/// Fills rows [firstRow, endRow) with the vector kernel, on this thread.
+void fillRows(const AR::CV::MapKernel& kernel, int firstRow, int endRow, Planes& planes);
 
-/// Fills all rows: as the library does, and in plain scalar code.
+/// Fills all rows on this thread: with a vector kernel made for it, and in plain scalar code.
 void fillVector(const AR::CV::MapJob<float>& job, Planes& planes);
 void fillScalar(const AR::CV::MapJob<float>& job, Planes& planes);
 

@@ -19,12 +19,12 @@ constexpr Size kBandSizes[] = {{160, 120},  {320, 240},   {640, 480},  {960, 720
 
 /// The map in four bands, one per worker.
 void fillInBands(const MapCase& c, Planes& planes) {
+  const AR::CV::MapKernel kernel(c.job());
   const auto firstRow = [&](unsigned band) {
     return static_cast<int>(band * static_cast<unsigned>(planes.X.rows) / kItems);
   };
   WorkerPools::dispatch(
-      [&](unsigned band) { fillRows(c.job(), firstRow(band), firstRow(band + 1), planes); },
-      kItems);
+      [&](unsigned band) { fillRows(kernel, firstRow(band), firstRow(band + 1), planes); }, kItems);
 }
 
 /// As the library does it.
