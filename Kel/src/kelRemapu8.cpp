@@ -58,7 +58,7 @@ extern "C" int kelRemapu8(const std::uint8_t* src, int srcWidth, int srcHeight, 
   const kel::SourceImage image{src, srcWidth, srcHeight, srcStride};
   for (int v = 0; v < dstHeight; ++v) {
     std::uint8_t* const dstRow = dst + static_cast<std::ptrdiff_t>(std::int64_t{v} * dstStride);
-    kel::remapRowScalar(image, rowOf(xs, v), rowOf(ys, v), dstRow, dstWidth);
+    kel::remapRow(image, rowOf(xs, v), rowOf(ys, v), dstRow, dstWidth);
   }
   return kSuccess;
 }

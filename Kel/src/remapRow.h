@@ -14,13 +14,18 @@ struct SourceImage {
 
 /// The source's value at (x, y) as a byte; 0 outside [0, width) x [0, height).
 ///
-/// Every step is one IEEE single-precision operation, in the order written, so that a vector twin
-/// with the same order gives the same bytes.
+/// Every step is one IEEE single-precision operation, in the order written, so that the vector twin
+/// gives the same bytes.
 std::uint8_t remapPixel(const SourceImage& src, float x, float y);
 
 /// Fills `count` bytes of one destination row. `mapX` and `mapY` point to the row's `count` native
 /// floats at any alignment.
 void remapRowScalar(const SourceImage& src, const std::uint8_t* mapX, const std::uint8_t* mapY,
                     std::uint8_t* dst, int count);
+
+/// The same bytes as `remapRowScalar`, with the best vector instructions of the machine. `dst` may
+/// not overlap source and maps.
+void remapRow(const SourceImage& src, const std::uint8_t* mapX, const std::uint8_t* mapY,
+              std::uint8_t* dst, int count);
 
 }  // namespace kel
