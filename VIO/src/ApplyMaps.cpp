@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "GainRow.h"
 #include "Kel/kelRemapu8.h"
 #include "Status.h"
 #include "VIO/StereoRectifyWrapper.h"
@@ -41,20 +42,6 @@ int checkGains(const Image& source, const VignettingMap& gains) {
   return sameSize ? VIO::kSuccess : VIO::kSizeMismatch;
 }
 
-/// One gain applied to one pixel: clamped to [0, 255], cut to whole grey levels; NaN gives 0.
-std::uint8_t corrected(std::uint8_t pixel, float gain) {
-  const float value = gain * static_cast<float>(pixel);
-  if (!(value > 0)) return 0;
-  return value < 255 ? static_cast<std::uint8_t>(value) : std::uint8_t{255};
-}
-
-void applyGains(const Image& source, const VignettingMap& gains) {
-  const std::size_t count = static_cast<std::size_t>(source.width) * source.height;
-  for (std::size_t i = 0; i < count; ++i) {
-    source.data[i] = corrected(source.data[i], gains.scaleFactors[i]);
-  }
-}
-
 int remap(const Image& source, const UndistortionMap& map, const Image& target) {
   constexpr int kBilinear = 1;
   const auto toInt = [](std::uint32_t size) { return static_cast<int>(size); };
@@ -71,7 +58,10 @@ int applyOne(const Image& source, const CalibrationMap& map, std::size_t i, bool
   if (status == VIO::kSuccess) status = checkSource(source);
   if (status == VIO::kSuccess && vignetting) status = checkGains(source, map.vignettingMaps[i]);
   if (status != VIO::kSuccess) return status;
-  if (vignetting) applyGains(source, map.vignettingMaps[i]);
+  if (vignetting) {
+    const std::size_t count = static_cast<std::size_t>(source.width) * source.height;
+    VIO::applyGains(source.data, map.vignettingMaps[i].scaleFactors, count);
+  }
   return remap(source, map.undistortion[i], target);
 }
 

@@ -4,8 +4,10 @@
 #include <limits>
 #include <vector>
 
+#include "GainRow.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "testing/GuardedBuffer.h"
+#include "testing/InstructionSets.h"
 
 namespace VIO {
 namespace {
@@ -88,6 +90,43 @@ TEST(ApplyMap, GainsAreClampedAndCutInTheSource) {
   ASSERT_EQ(call.run(false), 0);
   EXPECT_EQ(call.source[0][0], 201);
   EXPECT_EQ(call.target[0][kCount - 1], 201);
+}
+
+/// Every pixel value with every gain, in rows of every length up to four AVX-512 groups.
+TEST(ApplyMap, GainsAreThoseOfThePlainFormUnderEveryInstructionSet) {
+  using Limits = std::numeric_limits<float>;
+  const float gains[] = {0,
+                         -0.0F,
+                         1,
+                         1.0039216F,
+                         0.7475F,
+                         1.2749F,
+                         1e-40F,
+                         -1e-40F,
+                         1e38F,
+                         Limits::infinity(),
+                         -Limits::infinity(),
+                         -0.5F,
+                         255,
+                         Limits::quiet_NaN(),
+                         -Limits::quiet_NaN()};
+  rectiline::testing::forEachInstructionSet([&] {
+    for (std::size_t i = 0; i < 256 * std::size(gains); ++i) {
+      const std::size_t count = i % 65;
+      GuardedBuffer<std::uint8_t> plain(count), pixels(count, 0, i % 3);
+      GuardedBuffer<float> row(count, 0, 4);
+      for (std::size_t k = 0; k < count; ++k) {
+        plain.data()[k] = pixels.data()[k] = static_cast<std::uint8_t>(i + k);
+        row.data()[k] = gains[(i / 256 + k) % std::size(gains)];
+      }
+      applyGainsScalar(plain.data(), row.data(), count);
+      applyGains(pixels.data(), row.data(), count);
+      for (std::size_t k = 0; k < count; ++k) {
+        ASSERT_EQ(plain[k], pixels[k]) << int(i + k) % 256 << " * " << row[k];
+      }
+      ASSERT_TRUE(pixels.intact());
+    }
+  });
 }
 
 enum Functions { Both, WithGains };
