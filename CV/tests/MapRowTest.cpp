@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <vector>
 
 #include "AR/CV/Image/ImageOps.h"
+#include "AR/CV/Image/MapKernel.h"
 #include "AR/CV/Image/MapRow.h"
 #include "PinholeModel.h"
 #include "testing/LogCapture.h"
@@ -142,6 +145,28 @@ TEST(MapRow, ReportsWhatItsCallerAsksFor) {
     EXPECT_EQ(X[0], -1);
     EXPECT_EQ(X[32], 32);
   }
+}
+
+TEST(MapRow, ALargeMapIsThatOfItsRows) {
+  CamModel::CameraModel<float> narrow = pinholeModel<float>(1200, 700, 900, 600, 350);
+  narrow.limits.undistortionLimit = 0.25;
+  const Camera<float> source = square(), target = camera(narrow);
+  const MapJob<float> job(source, target, Mat3::identity(), DepthRule::InFront, true);
+  ImageFloat X, Y;
+  ASSERT_TRUE(X.allocPixels({1200, 700}, MEMORY_ALIGNMENT_16, true));
+  ASSERT_TRUE(Y.allocPixels({1200, 700}, MEMORY_ALIGNMENT_16, true));
+  LogCapture log;
+  fillMap(job, true, X, Y);
+  const MapKernel kernel(job);
+  std::vector<float> x(1200), y(1200);
+  int noInverse = 0;
+  for (int row = 0; row < 700; ++row) {
+    noInverse += kernel.row(row, 1200, x.data(), y.data()).noInverse;
+    ASSERT_TRUE(std::equal(x.begin(), x.end(), X.row(row))) << row;
+    ASSERT_TRUE(std::equal(y.begin(), y.end(), Y.row(row))) << row;
+  }
+  EXPECT_GT(noInverse, 0);
+  EXPECT_EQ(log.failedChecks(), noInverse);
 }
 
 TEST(MapRow, ACalibrationMappingHoldsZeroWithoutASource) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <initializer_list>
 
+#include "AR/Common/RowBands.h"
 #include "remapRow.h"
 
 namespace {
@@ -56,9 +57,11 @@ extern "C" int kelRemapu8(const std::uint8_t* src, int srcWidth, int srcHeight, 
   }
 
   const kel::SourceImage image{src, srcWidth, srcHeight, srcStride};
-  for (int v = 0; v < dstHeight; ++v) {
-    std::uint8_t* const dstRow = dst + static_cast<std::ptrdiff_t>(std::int64_t{v} * dstStride);
-    kel::remapRow(image, rowOf(xs, v), rowOf(ys, v), dstRow, dstWidth);
-  }
+  AR::Common::forEachRowBand(dstHeight, dstWidth, [&](int firstRow, int endRow) {
+    for (int v = firstRow; v < endRow; ++v) {
+      std::uint8_t* const dstRow = dst + static_cast<std::ptrdiff_t>(std::int64_t{v} * dstStride);
+      kel::remapRow(image, rowOf(xs, v), rowOf(ys, v), dstRow, dstWidth);
+    }
+  });
   return kSuccess;
 }

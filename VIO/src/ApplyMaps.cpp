@@ -1,7 +1,9 @@
 // Calibration maps applied to 8-bit images.
 
+#include <cstddef>
 #include <cstdint>
 
+#include "AR/Common/RowBands.h"
 #include "GainRow.h"
 #include "Kel/kelRemapu8.h"
 #include "Status.h"
@@ -42,9 +44,20 @@ int checkGains(const Image& source, const VignettingMap& gains) {
   return sameSize ? VIO::kSuccess : VIO::kSizeMismatch;
 }
 
+int toInt(std::uint32_t size) { return static_cast<int>(size); }
+
+/// Corrects the source in place.
+void correct(const Image& source, const VignettingMap& gains) {
+  const std::size_t width = source.width;
+  AR::Common::forEachRowBand(toInt(source.height), toInt(source.width), [&](int first, int end) {
+    const std::size_t start = width * static_cast<std::size_t>(first);
+    VIO::applyGains(source.data + start, gains.scaleFactors + start,
+                    width * static_cast<std::size_t>(end - first));
+  });
+}
+
 int remap(const Image& source, const UndistortionMap& map, const Image& target) {
   constexpr int kBilinear = 1;
-  const auto toInt = [](std::uint32_t size) { return static_cast<int>(size); };
   const int status =
       kelRemapu8(source.data, toInt(source.width), toInt(source.height), toInt(source.width),
                  target.data, toInt(target.width), toInt(target.height), toInt(target.width), map.X,
@@ -58,10 +71,7 @@ int applyOne(const Image& source, const CalibrationMap& map, std::size_t i, bool
   if (status == VIO::kSuccess) status = checkSource(source);
   if (status == VIO::kSuccess && vignetting) status = checkGains(source, map.vignettingMaps[i]);
   if (status != VIO::kSuccess) return status;
-  if (vignetting) {
-    const std::size_t count = static_cast<std::size_t>(source.width) * source.height;
-    VIO::applyGains(source.data, map.vignettingMaps[i].scaleFactors, count);
-  }
+  if (vignetting) correct(source, map.vignettingMaps[i]);
   return remap(source, map.undistortion[i], target);
 }
 

@@ -14,7 +14,8 @@
 ///   at most 0.5 (rounding to nearest) + 5e-5 (six roundings of half a float ulp below 256).
 ///
 /// All strides are in bytes; `mapStride` holds for both maps. Maps may start at any address and
-/// have any stride of at least 4 * dstWidth. The library never frees or keeps a pointer.
+/// have any stride of at least 4 * dstWidth. The library never frees or keeps a pointer. Large
+/// destinations are filled by the worker pool's threads; the caller waits.
 ///
 /// @param src source, srcHeight rows of srcWidth bytes, read only
 /// @param dst destination, dstHeight rows of dstWidth bytes; bytes between rows stay as they are

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <system_error>
 
 #include "AR/Common/WorkerPool.h"
 
@@ -11,18 +12,23 @@ namespace AR::Common {
 inline constexpr std::int64_t kMinPixelsForBands = 600'000;
 
 /// Calls f(firstRow, endRow) for bands of rows that make up [0, rows) together: one band on the
-/// caller's thread for a small image, otherwise several on the worker pool, while the caller waits.
-/// The bands depend on the size alone. `f` must only touch what belongs to its rows.
+/// caller's thread for a small image or where the system gives no threads, otherwise several on the
+/// worker pool, while the caller waits. `f` must only touch what belongs to its rows, and not
+/// throw.
 template <typename F>
 void forEachRowBand(int rows, int width, F&& f) {
   constexpr int kBands = 4 * WORKERPOOL_DEFAULT_WORKERS;
   if (static_cast<std::int64_t>(rows) * width < kMinPixelsForBands) return f(0, rows);
-  const int step = std::max(1, (rows + kBands - 1) / kBands);
+  const int step = (rows - 1) / kBands + 1;
   const auto band = [&f, rows, step](unsigned i) {
     const int first = static_cast<int>(i) * step;
-    f(first, std::min(first + step, rows));
+    f(first, first + std::min(step, rows - first));
   };
-  WorkerPools::dispatch(band, static_cast<unsigned>((rows + step - 1) / step));
+  try {
+    WorkerPools::dispatch(band, static_cast<unsigned>((rows - 1) / step + 1));
+  } catch (const std::system_error&) {
+    f(0, rows);
+  }
 }
 
 }  // namespace AR::Common
