@@ -133,7 +133,7 @@ HWY_INLINE V loadBlocks(const float* table, const std::int32_t* bins) {
 
 /// One load per lane, then each four of them transposed.
 HWY_INLINE Cubics cubicsAt(const SplineTable& table, const std::int32_t* bins) {
-  const hn::RepartitionToWide<D> dw;
+  const hn::RepartitionToWide<DU> dw;  // NEON of 32 bits has no doubles
   const V b0 = loadBlocks(table.data(), bins);
   const V b1 = loadBlocks(table.data(), bins + 1);
   const V b2 = loadBlocks(table.data(), bins + 2);
