@@ -78,8 +78,8 @@ bool isNear(float a, float b, float distance) { return std::fabs(a - b) <= dista
 bool isAtLimit(const Job& job, int x, int y) {
   AR::CV::MapRowReport ignored;
   Vec3 ray;
-  float u = 0;
-  float v = 0;
+  float u = std::numeric_limits<float>::quiet_NaN();
+  float v = u;
   if (rayOfPixel(job, x, y, ray, ignored) == PixelSource::NoInverse) return false;
   mapPixel(job, x, y, u, v, ignored);
   const float eps = tolerance(std::max(job.width, job.height));

@@ -324,7 +324,8 @@ class Rays {
     return hn::Add(hn::Add(ofPoint, mR[2][2]), mOffset[2]);
   }
   HWY_INLINE M isDepthAccepted(V z) const {
-    return mInFront ? hn::Ge(z, mMinDepth) : hn::Ne(z, hn::Zero(d));
+    // Not Ne(), which refuses NaN with some instruction sets only.
+    return mInFront ? hn::Ge(z, mMinDepth) : hn::Not(hn::Eq(z, hn::Zero(d)));
   }
   HWY_INLINE M isReportedDepth(V z) const {
     return mInFront ? hn::Lt(z, z) : hn::Eq(z, hn::Zero(d));
