@@ -194,7 +194,7 @@ class Spline {
   VI mLast;
 };
 
-/// Brown's tangential terms: what they add to the radially distorted point of p.
+/// Brown's tangential terms.
 class Tangential {
  public:
   Tangential(float p1, float p2)
@@ -203,15 +203,22 @@ class Tangential {
         m2P1(hn::Set(d, 2 * p1)),
         m2P2(hn::Set(d, 2 * p2)) {}
 
-  template <bool kPlain>
-  HWY_INLINE Point at(const Point& p) const {
+  /// What they add to the radially distorted point of p, in the plain form's operations.
+  HWY_INLINE Point plainlyAt(const Point& p) const {
     const V three = hn::Set(d, 3.0F);
-    const V xx = hn::Mul(p.x, p.x);
-    const V yy = hn::Mul(p.y, p.y);
-    const V fromX = mulAdd<kPlain>(hn::Mul(three, p.x), p.x, yy);
-    const V fromY = hn::Add(xx, hn::Mul(hn::Mul(three, p.y), p.y));
-    return {mulAdd<kPlain>(hn::Mul(m2P1, p.x), p.y, hn::Mul(mP2, fromX)),
-            mulAdd<kPlain>(hn::Mul(m2P2, p.x), p.y, hn::Mul(mP1, fromY))};
+    const V fromX = hn::Add(hn::Mul(hn::Mul(three, p.x), p.x), hn::Mul(p.y, p.y));
+    const V fromY = hn::Add(hn::Mul(p.x, p.x), hn::Mul(hn::Mul(three, p.y), p.y));
+    const V ofX = hn::Mul(hn::Mul(m2P1, p.x), p.y);
+    const V ofY = hn::Mul(hn::Mul(m2P2, p.x), p.y);
+    return {hn::Add(ofX, hn::Mul(mP2, fromX)), hn::Add(hn::Mul(mP1, fromY), ofY)};
+  }
+
+  /// The distorted point of p with the radial factor F: as a multiple of p, F + 2 (p1 y + p2 x),
+  /// and r2 (p2, p1).
+  HWY_INLINE Point distort(V F, const Point& p) const {
+    const V r2 = hn::MulAdd(p.x, p.x, hn::Mul(p.y, p.y));
+    const V factor = hn::MulAdd(m2P1, p.y, hn::MulAdd(m2P2, p.x, F));
+    return {hn::MulAdd(factor, p.x, hn::Mul(mP2, r2)), hn::MulAdd(factor, p.y, hn::Mul(mP1, r2))};
   }
 
  private:
@@ -291,7 +298,7 @@ class DistortedRow {
       settled = hn::Or(settled, isDone);
       open = hn::AndNot(isDone, open);
       u = next;
-      t = mTangential.at<true>(u);
+      t = mTangential.plainlyAt(u);
     }
     return settled;
   }
@@ -432,11 +439,8 @@ class Projection {
     for (int x = 0; x < count; x += kLanes) {
       const V F = mSpline.at<false>(piece.bin + x, hn::Load(d, piece.beyond + x));
       const Point ideal = {hn::Load(d, piece.x + x), hn::Load(d, piece.y + x)};
-      Point p = {hn::Mul(F, ideal.x), hn::Mul(F, ideal.y)};
-      if constexpr (kTangential) {
-        const Point t = mTangential.at<false>(ideal);
-        p = {hn::Add(p.x, t.x), hn::Add(p.y, t.y)};
-      }
+      const Point p = kTangential ? mTangential.distort(F, ideal)
+                                  : Point{hn::Mul(F, ideal.x), hn::Mul(F, ideal.y)};
       V u = hn::MulAdd(mFx, p.x, mCx);
       V v = hn::MulAdd(mFy, p.y, mCy);
       const M insideX = mX.snapInside(u);
