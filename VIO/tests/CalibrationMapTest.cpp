@@ -3,11 +3,8 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "PairCall.h"
-#include "TestModels.h"
 
 namespace VIO {
 namespace {
@@ -20,11 +17,10 @@ using Rig = AR::CV::FullStereoCameraCalibration<float>;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-/// The maps of two cameras both ways, their reasons and their gains, of one size, in guarded
-/// buffers.
+/// The maps of two cameras both ways, their reasons and their gains, in guarded buffers.
 struct Maps {
-  explicit Maps(std::uint32_t width = testing::kWidth, std::uint32_t height = testing::kHeight) {
-    const std::uint32_t n = width * height;
+  Maps() {
+    constexpr std::uint32_t width = testing::kWidth, height = testing::kHeight, n = width * height;
     for (int i = 0; i < 10; ++i) floats.emplace_back(n, -7.0F, 4);
     for (int i = 0; i < 4; ++i) planes.emplace_back(n);
     for (std::size_t i = 0; i < 2; ++i) {
@@ -111,12 +107,9 @@ TEST(CalibrationMap, GoesOnSafelyFromEveryBadInput) {
   expectSafe("no camera", 0, {}, "........gg", [](auto& c) { c.config.numCameras = 0; });
   expectSafe("nothing there", 0, {map[0], map[0], gains[0]}, none,
              [](auto& c) { c.config.numCameras = 0, c.map = {}; });
-  expectSafe("one gain map", 0, {}, all + "g.", [](auto& c) { c.map.numCameras = 1; });
   expectWrong("bad source", [](auto& c) { c.source.num_cameras = 7; });
   expectWrong("bad target", [](auto& c) { c.target.cameras[0].pose.orientation.w = 0; });
-  expectWrong("bad target, no map", [](auto& c) { c.target.num_cameras = -1, c.map = {}; });
   expectWrong("more than the target has", [](auto& c) { c.config.numCameras = 3; });
-  expectWrong("255 cameras", [](auto& c) { c.config.numCameras = 255; });
   expectWrong("X width", [](auto& c) { c.forward[1].X_width = 63; });
   expectWrong("X height", [](auto& c) { c.forward[0].X_height = 1; });
   expectWrong("Y width", [](auto& c) { c.forward[0].Y_width = 65; });
@@ -129,8 +122,6 @@ TEST(CalibrationMap, GoesOnSafelyFromEveryBadInput) {
              [](auto& c) { c.inverse[0].Y = nullptr; });
   expectSafe("inverse size", 0, size, "mm--mmmmgg",
              [](auto& c) { c.inverse[0].X_width = 32, c.inverse[0].X_height = 96; });
-  expectSafe("empty inverse", 0, size, "mmmmmm..gg",
-             [](auto& c) { c.inverse[1].X_height = c.inverse[1].Y_height = 0; });
   expectSafe("huge inverse", 0, size, "mm..mmmmgg", [](auto& c) {
     c.inverse[0] = {c.inverse[0].X, 65536, 65537, c.inverse[0].Y, UINT32_MAX, UINT32_MAX};
   });
@@ -145,26 +136,16 @@ TEST(CalibrationMap, GoesOnSafelyFromEveryBadInput) {
              [](auto& c) { c.vignetting[0].width = c.vignetting[0].height = UINT32_MAX; });
 }
 
-TEST(CalibrationMap, RigsThatLackACameraGetNone) {
-  const Rig one = testing::rigOf(device(1)), two = testing::rigOf(device());
+TEST(CalibrationMap, RigsWithoutIntrinsicsGetNone) {
   Rig empty = testing::emptyRig();
   empty.setupEmptyCalibrationWithDefaultIds(2);
-  const auto expect = [](const Rig& source, const Rig& target, const char* contents, int checks) {
-    Maps maps;
-    LogCapture log;
-    CreateUndistortMap(source, target, {0, true, nullptr, 2}, maps.forward);
-    CreateVignettingMap(source, target, false, maps.map);
-    EXPECT_EQ(maps.contents(), std::string(contents) + "..");
-    CreateVignettingMap(source, target, true, maps.map);
-    EXPECT_EQ(log.failedChecks(), checks) << log.text();
-    CreateUndistortMap(source, target, {0, true, nullptr, 2}, nullptr);
-    EXPECT_EQ(log.count("AR_ASSERT undistortionMap VIO/src/StereoRectifyWrapper("), 1);
-    EXPECT_TRUE(maps.intact());
-  };
-  expect(two, two, "mm..mm..", 0);
-  expect(one, two, "mm..--..", 2);
-  expect(two, one, "mm..--..", 2);
-  expect(empty, two, "--..--..", 4);
+  Maps maps;
+  const LogCapture log;
+  CreateUndistortMap(empty, testing::rigOf(device()), {0, true, nullptr, 2}, maps.forward);
+  CreateVignettingMap(empty, empty, true, maps.map);
+  EXPECT_EQ(maps.contents(), "--..--....");
+  EXPECT_EQ(log.count("AR_ASSERT isInitialized() VIO/src/StereoRectifyWrapper("), 6) << log.text();
+  EXPECT_EQ(log.failedChecks(), 6) << log.text();
 }
 
 TEST(CalibrationMap, RotationsTurnTheTargetFrameIntoTheSourceFrame) {
@@ -189,53 +170,6 @@ TEST(CalibrationMap, RotationsTurnTheTargetFrameIntoTheSourceFrame) {
   call.config.rotations = noRotations;
   EXPECT_EQ(call.run(false), 0);
   EXPECT_EQ(call.contents(), "--------gg");
-}
-
-/// A map of 320 x 240 between its pixels; false where one of the four has no source.
-bool tryLookUp(const Maps& maps, std::size_t first, float x, float y, double* result) {
-  const float x0 = std::floor(x), y0 = std::floor(y);
-  if (!(x0 >= 0 && x0 < 319 && y0 >= 0 && y0 < 239)) return false;
-  const std::size_t i = static_cast<std::size_t>(y0) * 320 + static_cast<std::size_t>(x0);
-  const double a = static_cast<double>(x - x0), b = static_cast<double>(y - y0);
-  for (std::size_t axis = 0; axis < 2; ++axis) {
-    const GuardedBuffer<float>& m = maps.floats[first + axis];
-    double corners[4];
-    const std::size_t at[] = {i, i + 1, i + 320, i + 321};
-    for (std::size_t k = 0; k < 4; ++k) {
-      if (m[at[k]] == -1) return false;
-      corners[k] = static_cast<double>(m[at[k]]);
-    }
-    result[axis] = (1 - b) * ((1 - a) * corners[0] + a * corners[1]) +
-                   b * ((1 - a) * corners[2] + a * corners[3]);
-  }
-  return true;
-}
-
-TEST(CalibrationMap, ThereAndBackWithTheOppositeRotationIsTheSamePixel) {
-  const float there[] = {0.05F, -0.1F, 0.2F};
-  const float back[] = {-0.05F, 0.1F, -0.2F};
-  DeviceCalibrationZEL linear = device(testing::kModels[0], 160);
-  for (const testing::ModelCase& c : testing::kModels) {
-    SCOPED_TRACE(c.name);
-    const Rig source = testing::rigOf(device(c)), target = testing::rigOf(linear);
-    Maps maps(320, 240);
-    CreateUndistortMap(source, target, {0, false, there, 1}, maps.forward);
-    CreateUndistortMap(target, source, {0, false, back, 1}, maps.inverse);
-    const double bound =
-        std::max(0.02, 2 * testing::tableError(source.at(0).getIntrinsics()) * 204);
-    int tested = 0;
-    double worst = 0;
-    for (std::size_t i = 0; i < 320 * 240; ++i) {
-      double pixel[2];
-      if (!tryLookUp(maps, 2, maps.floats[0][i], maps.floats[1][i], pixel)) continue;
-      worst = std::max({worst, std::fabs(pixel[0] - static_cast<double>(i % 320)),
-                        std::fabs(pixel[1] - static_cast<double>(i / 320))});
-      ++tested;
-    }
-    std::printf("%s: %.4f px there and back\n", c.name, worst);
-    EXPECT_LT(worst, bound);
-    EXPECT_GT(tested, 30000);
-  }
 }
 
 }  // namespace

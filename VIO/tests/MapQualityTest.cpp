@@ -49,7 +49,6 @@ TEST(MapReportTest, ScalesAndFolds) {
     std::uint64_t folded;
     double least, greatest;
   } rows[] = {
-      {"identity", linear(1, 0), linear(0, 1), 0, 1, 1},
       {"mirrored as a whole", linear(-1, 0, 20), linear(0, 1), 0, 1, 1},
       {"half as large along x", linear(2, 0), linear(0, 1), 0, 0.5, 1},
       // 5 columns turned back, and one between where the column does not change at all.
@@ -59,7 +58,6 @@ TEST(MapReportTest, ScalesAndFolds) {
       {"huge", [](int x, int) { return x % 2 == 0 ? 3e38F : -3e38F; }, linear(0, 1), 45,
        0.5 / 3e38F, 1},
       {"no number", linear(0, 0, std::nanf("")), linear(0, 1), 0, 0, 0},
-      {"infinite", linear(1, 0), linear(0, 0, kInfinity), 0, 0, 0},
   };
   for (const auto& c : rows) {
     SCOPED_TRACE(c.name);
@@ -160,24 +158,21 @@ TEST(FailedCheckQueries, KeepTheLatestSixteenAtLevelOff) {
 
 TEST(FailedCheckQueries, IncludeWhatTheThreadsOwnWorkersFound) {
   const LogCapture log;
-  std::array<std::thread, 6> threads;
-  const auto failInWorkers = [](int firstLine, unsigned count) {
-    ResetFailedChecks();
-    AR::Common::WorkerPools::dispatch([=](int i) { failCheck(firstLine + i); }, count);
-    EXPECT_EQ(GetFailedCheckCount(), count);
-    FailedCheck checks[16];
-    std::set<int> lines;
-    for (unsigned i = GetFailedChecks(checks, 16); i > 0; --i) lines.insert(checks[i - 1].line);
-    ASSERT_EQ(lines.size(), std::min(count, 16U));
-    EXPECT_GE(*lines.begin(), firstLine);
-    EXPECT_LT(*lines.rbegin(), firstLine + static_cast<int>(count));
+  const auto failInWorkers = [](int firstLine) {
+    for (const unsigned count : {6U, 50U}) {
+      ResetFailedChecks();
+      AR::Common::WorkerPools::dispatch([=](int i) { failCheck(firstLine + i); }, count);
+      EXPECT_EQ(GetFailedCheckCount(), count);
+      FailedCheck checks[16];
+      std::set<int> lines;
+      for (unsigned i = GetFailedChecks(checks, 16); i > 0; --i) lines.insert(checks[i - 1].line);
+      ASSERT_EQ(lines.size(), std::min(count, 16U));
+      EXPECT_GE(*lines.begin(), firstLine);
+      EXPECT_LT(*lines.rbegin(), firstLine + static_cast<int>(count));
+    }
   };
-  for (std::thread& thread : threads) {
-    const auto k = static_cast<int>(&thread - threads.data());
-    thread = std::thread([=] {
-      for (const unsigned count : {6U, 50U}) failInWorkers(1000 * k, count);
-    });
-  }
+  std::vector<std::thread> threads;
+  for (int k = 0; k < 6; ++k) threads.emplace_back(failInWorkers, 1000 * k);
   for (std::thread& thread : threads) thread.join();
 }
 
