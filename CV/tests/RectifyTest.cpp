@@ -73,9 +73,9 @@ struct Result {
 
 TEST(MidPoint, TriangulatesCrossingSkewAndParallelRays) {
   MidPoint::TriangulationDetails<double> details{};
-  Math::Vec<double, 3> point(7, 7, 7);
-  const Math::Vec<double, 3> origin, x(2, 0, 0), y(0, 3, 0), offset(5, -4, 1), zero;
-  ASSERT_TRUE(MidPoint::twoPoints(origin, x, offset, y, point, &details));
+  Math::Vec<double, 3> point;
+  const Math::Vec<double, 3> origin, x(2, 0, 0), offset(5, -4, 1);
+  ASSERT_TRUE(MidPoint::twoPoints(origin, x, offset, {0, 3, 0}, point, &details));
   EXPECT_TRUE(point == (Math::Vec<double, 3>(5, 0, 0.5)));
   EXPECT_TRUE(details.closest1 == (Math::Vec<double, 3>(5, 0, 0)));
   EXPECT_TRUE(details.closest2 == (Math::Vec<double, 3>(5, 0, 1)));
@@ -84,9 +84,8 @@ TEST(MidPoint, TriangulatesCrossingSkewAndParallelRays) {
   ASSERT_TRUE(MidPoint::twoPoints(origin, x, {5, -4, 0}, {1, 1, 0}, point, &details));
   EXPECT_EQ(details.distance, 0);
   EXPECT_NEAR(details.angle, std::acos(-1) / 4, 1e-12);
-  EXPECT_EQ(point(0), 9);
   EXPECT_FALSE(MidPoint::twoPoints(origin, x, offset, -x, point, &details));
-  EXPECT_FALSE(MidPoint::twoPoints(origin, x, offset, zero, point, &details));
+  EXPECT_FALSE(MidPoint::twoPoints(origin, x, offset, origin, point, &details));
   EXPECT_EQ(point(0), 9);
 }
 
@@ -99,21 +98,17 @@ TEST(Rectify, TheTargetSeesTheDepthRange) {
   EXPECT_NEAR(f(1), 300, 1e-3);
   EXPECT_FLOAT_EQ(f(0) * 0.1F, r.depth.constant);
   EXPECT_FLOAT_EQ(r.right().getPrincipalPoint()(0), 320 + 64 / 9.0F);
-  EXPECT_EQ(r.left().getPrincipalPoint()(0), 320);
-  const auto params = Internal::setupTargetIntrinsics(64U, kNaN, 10.0F, 30.0F);
-  EXPECT_EQ(params.scale, 1);
-  EXPECT_EQ(params.offsetX, 0);
+  EXPECT_EQ(Internal::setupTargetIntrinsics(64U, kNaN, 10.0F, 30.0F).scale, 1);
   const Result swapped(pairRig({}, {-0.1F, 0, 0}), {.minDepth = 5, .maxDepth = 0.5F});
   EXPECT_EQ(swapped.reports("minDepth <= maxDepth"), 1);
   EXPECT_FALSE(swapped.target.isInitialized()) << "its focal length is negative";
 }
 
 TEST(Rectify, TheTargetIsAsWideAsAskedFor) {
-  for (const std::uint32_t width : {0U, 320U, 640U, 641U}) {
+  for (const std::uint32_t width : {0U, 320U, 641U}) {
     const Result r(pairRig({}, {-0.1F, 0, 0}), {.width = width});
     EXPECT_EQ(r.left().getSize()(0), width == 0 ? 640.0F : float(width));
     EXPECT_EQ(r.left().getPrincipalPoint()(0), r.left().getSize()(0) / 2);
-    EXPECT_EQ(r.reports(), width > 640) << r.text;
     EXPECT_EQ(r.reports(kWidth), width > 640);
   }
 }
@@ -123,24 +118,19 @@ TEST(Rectify, PutsTheBaselineAlongAnImageAxis) {
   const struct {
     Vec3 rotation, t;
     std::size_t axis;
-    int checks;  // -1: any number
-  } kCases[] = {{{}, {-0.1F, 0, 0}, 0, 0},
-                {{0.02F, -0.07F, 0.05F}, {-0.1F, 0.02F, 0.01F}, 0, 0},
-                {{-0.05F, 0.03F, 0.06F}, {0.01F, -0.1F, -0.02F}, 1, 0},
-                {{}, {0, 0.1F, 0}, 1, -1},   // swapped: the views turn round
-                {{}, {-kTiny, 0, 0}, 0, 0},  // its square is 0 in single precision
-                {{0, 0.1F, 0}, {-kHuge, 0, kHuge / 4}, 0, -1}};  // and this one's infinite
+  } kCases[] = {{{0.02F, -0.07F, 0.05F}, {-0.1F, 0.02F, 0.01F}, 0},
+                {{-0.05F, 0.03F, 0.06F}, {0.01F, -0.1F, -0.02F}, 1},
+                {{}, {-kTiny, 0, 0}, 0},                     // its square is 0
+                {{0, 0.1F, 0}, {-kHuge, 0, kHuge / 4}, 0}};  // and this one's infinite
   for (const auto& c : kCases) {
     SCOPED_TRACE(Math::to_string(c.t));
     const Result r(pairRig(c.rotation, c.t));
-    EXPECT_TRUE(c.checks < 0 || c.checks == r.reports()) << r.text;
+    EXPECT_TRUE(r.reports() == 0 || norm(c.t) > 1) << r.text;
     ASSERT_TRUE(r.target.isInitialized());
     const Math::Vec<double, 3> t = c.t.cast<double>();
     const Math::Vec<double, 3> b_ol = SO3<float>::exp(c.rotation).inverse().cast<double>() * t;
     const Math::Vec<double, 3> b_tl = Math::unit(r.R_oltl.inverse().cast<double>() * b_ol);
-    Math::Vec<double, 3> axis;
-    axis(c.axis) = -1;
-    EXPECT_LT(Math::norm(b_tl - axis), 1e-5) << Math::to_string(b_tl);
+    EXPECT_NEAR(b_tl(c.axis), -1, 1e-9) << Math::to_string(b_tl);
     const Vec3 t_target = r.target.at(1).getCamReferenceToLocal().translation();
     EXPECT_NEAR(static_cast<double>(t_target(c.axis)) / Math::norm(t), -1, 1e-6);
     EXPECT_EQ(t_target(1 - c.axis), 0);
@@ -189,9 +179,7 @@ TEST(Rectify, LooksAlongTheDesiredDirectionAndStaysRectified) {
   const struct {
     SE3<float> T_ref;
     Vec3 desiredDir, dir_ol;
-  } kCases[] = {{{}, {0.1F, 0.4F, 1}, {0.1F, 0.4F, 1}},
-                {{}, {0, -1, 3}, {0, -1, 3}},
-                {kQuarterTurn, {-0.4F, 0.1F, 1}, {0.1F, 0.4F, 1}}};
+  } kCases[] = {{{}, {0, -1, 3}, {0, -1, 3}}, {kQuarterTurn, {-0.4F, 0.1F, 1}, {0.1F, 0.4F, 1}}};
   for (const auto& c : kCases) {
     const Result r(rig, {.minDepth = 0.5F, .T_ref = c.T_ref, .desiredDir = c.desiredDir});
     EXPECT_EQ(r.reports("angleFromTargetBefore > angleFromTargetAfter"), 0) << r.text;
@@ -229,43 +217,35 @@ TEST(Rectify, RefusesDesiredDirectionsTooFarOff) {
   }
 }
 
-TEST(Rectify, TheMappingCheckFindsAWrongConstant) {
-  for (const float minDepth : {0.0F, 0.5F}) {
-    const Result r(pairRig({}, {-0.1F, 0, 0}), {.minDepth = minDepth, .maxDepth = 5});
-    for (const float error : {0.0F, 0.001F}) {
-      LogCapture log;
-      const DepthParams<float> depth{r.depth.constant * (1 + error), r.depth.offsetX};
-      Internal::checkMappingFactor(r.left().getSize(), r.target, depth);
-      EXPECT_EQ(log.failedChecks(), error == 0 ? 0 : minDepth > 0 ? 128 : 127) << log.text();
-    }
-  }
-}
-
 TEST(Rectify, TheValidationFindsRowsApartAndWrongProjections) {
   const Rig source = pairRig({}, {-0.1F, 0, 0});
   Result good(source), low(source), aside(source);
   ASSERT_TRUE(
       low.target.at(1).initIntrinsics(testing::pinholeModel<float>(640, 480, 300, 320, 240.02F)));
   aside.target.at(0).setExtrinsics({SO3<float>(), {0.001F, 0, 0}});
-  const SO3<float> backwards = SO3<float>::exp({0, 3, 0});
   const struct {
     const Rig& target;
-    SO3<float> R_oltl;
+    Vec3 rotation;
     const char* check;  // null: none
   } kCases[] = {
-      {good.target, {}, nullptr},
-      {good.target, SO3<float>::exp({0.2F, 0.1F, 0}), nullptr},
+      {good.target, {0.2F, 0.1F, 0}, nullptr},
       {low.target, {}, "AR::Math::fabs(x_tl(1-baselineIdx) - x_tr(1-baselineIdx)) < 1e-2"},
       {aside.target, {}, "AR::Math::norm(x_ol_reproj - x_ol) < 1e-1"},
-      {good.target, backwards, "success"}};
+      {good.target, {0, 3, 0}, "success"}};
   for (const auto& c : kCases) {
-    LogCapture log;
+    const LogCapture log;
     Logger::getInstance().setLevel(Logger::INFO);
-    Internal::validateStereoRectify(source, c.target, c.R_oltl);
+    Internal::validateStereoRectify(source, c.target, SO3<float>::exp(c.rotation));
     Logger::getInstance().setLevel(Logger::DEBUG);
     EXPECT_EQ(log.count("x_tl=(") * log.count("x_tr=("), 1) << log.text();
     EXPECT_EQ(log.failedChecks() > 0, c.check != nullptr) << log.text();
     EXPECT_GT(log.count(c.check != nullptr ? c.check : "x_tl="), 0) << log.text();
+  }
+  for (const float error : {0.0F, 0.001F}) {
+    const LogCapture log;
+    const DepthParams<float> depth{good.depth.constant * (1 + error), good.depth.offsetX};
+    Internal::checkMappingFactor(good.left().getSize(), good.target, depth);
+    EXPECT_EQ(log.failedChecks(), error == 0 ? 0 : 127) << log.text();
   }
 }
 

@@ -108,26 +108,20 @@ TYPED_TEST(RigConfigTest, RefusesBadDocuments) {
   const std::pair<ConfigNode, std::string> kCases[] = {
       {device(""), "No cameras loaded from config under element 'DeviceConfiguration'"},
       {oneCamera(kIdentity), kNoDetails},
-      {oneCamera(R"(<Calibration size="nan 1" focal_length="1 1" principal_point="1 1"/>)"),
-       kNoDetails},
       {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails},
       {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails},
       {oneCalibration(R"(model="Linear" radial_distortion="0 0 0 0 0 0")"),
        "Radial distortion model Linear not supported (use UPPERCASE)."},
-      {oneCalibration(R"(model="LINEAR" radial_distortion="0 0")"), "Failed parsing Vec6"},
       {oneCalibration(kRadial + R"(distortion_limit="far")"), "Error parsing float"},
-      {oneCalibration(kRadial + R"(undistortion_limit="inf")"), "undistortion_limit is not finite"},
       {oneCalibration(R"(radial_distortion_8="0.1 0 0 0 0 0 0 nan")"), "_8 is not finite"},
       {oneCalibration(R"(radial_distortion_4="0.1 0 0 0" fish_eye="1")"), "parsing true/false"},
       {pose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"), kTwice},
       {pose(kMatrix), kIncomplete},
-      {pose(R"(stereoRig="0 0 0 0 0" stereo_rig="0 0 0 0 0 0")"), "Failed parsing Vec6"},
       {pose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite"},
       {pose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite"},
-      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 1.0001")"), kNoRotation},
       {pose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation},
       {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation},
-      {more(R"(<CaptureDetails cropL="1"/>)"),
+      {more("<CaptureDetails " + kSevenDetails + "/>"),
        "Failed to read CaptureDetails tag. All attributes are required."},
       {more("<TimeAlignment/>"), "Failed to read TimeAlignment tag."},
       {more(R"(<RollingShutter isRollingShutter="true"/>)"),
@@ -156,12 +150,10 @@ TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
     std::string message;
   } kCases[] = {
       {kEight + kRadial + kFour, RADIAL_2_PARAMETERS, 0.1, 0, 0, "RADIAL_2_PARAMETERS"},
-      {kFour + kEight + R"(model="LINEAR")", RADIAL_2_PARAMETERS, 0.3, 0, 0.003, kOld},
       {kEight + R"(radial_distortion="1 0 0 0 0 0")", RADIAL_2_PARAMETERS, 0.3, 0, 0.003, kOld},
       {kFour, RADIAL_2_PARAMETERS, 0.4, 0, 0.004, "radial_distortion_4"},
       {kFour + R"(fish_eye="True")", FISHEYE_4_PARAMETERS, 0.4, 0.004, 0, "fish_eye"},
       {R"(radial_distortion_4="0.9 0 0 0")", FISHEYE_1_PARAMETER, 0.9, 0, 0, "fish_eye"},
-      {R"(model="LINEAR")", LINEAR, 0, 0, 0, kNone},
       {"", LINEAR, 0, 0, 0, kNone},
   };
   for (const auto& c : kCases) {
@@ -173,7 +165,6 @@ TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
     EXPECT_EQ(model.radialDistortion(2), TypeParam(c.k2));
     EXPECT_EQ(model.tangentialDistortion(0), TypeParam(c.p1));
     EXPECT_GT(model.limits.distortionLimit, TypeParam(0.3));
-    EXPECT_GT(model.limits.undistortionLimit, TypeParam(0.3));
     this->expectLogged(c.message);
   }
 }
@@ -186,18 +177,14 @@ TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
     bool ok, okIfAllRequired;
     std::string message;
   } kCases[] = {
-      {"right left", "", "right 0 left 1 ", true, true, "ids not specified (camIds.size: 0).  Use"},
-      {"- b", "", "default_cam_0 0 b 1 ", true, true, "loaded camId.  camIds.size:0"},
       {"a a b", "", "a 0 b 2 ", true, true, "Camera a " + kTwice},
       {"bad -", "", "default_cam_0 1 ", false, false, "Cannot initialize camera"},
       {"default_cam_1 -", "", "default_cam_1 0 ", true, true, kTwice},
       {"a b c d e f g", "", "a 0 b 1 c 2 d 3 e 4 f 5 ", true, true, "new_size<=MAX_SIZE"},
       {"b c", "default_cam_0", "b 0 ", true, true, "ids not specified (camIds.size: 1).  Use"},
       {"right x left", "left right", "left 2 right 0 ", true, true, "camIds[1].name: right"},
-      {"right -", "left right", "left 1 right 0 ", true, true, "during track_6dof_init as id."},
       {"- - -", "left right", "left 0 right 1 ", true, true, "cam_name attribute not found."},
       {"left left", "left right", "left 0 right - ", true, false, "Camera left " + kTwice},
-      {"left x", "left right", "left 0 right - ", true, false, "loaded: 1  camIds size: 2"},
       {"left", "left right", "left 0 right - ", true, false,
        "Camera with id 1 not initialized (not loaded from in the config file)"},
       {"x", "left", "left - ", false, false, "No cameras loaded from config under element"},
@@ -228,39 +215,14 @@ TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
 TYPED_TEST(RigConfigTest, ReportsCamerasInOnePlaceAndARigOfOtherOrigin) {
   const std::string kNode = "<Camera>" + kIntrinsics + "</Camera>";
   EXPECT_TRUE(this->load(device(kNode + kNode)));
-  EXPECT_TRUE(this->rig.isInitialized());
   EXPECT_EQ(this->log.count("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)"), 2);
   this->expectLogged("2/2 cameras have no stereo extrinsic calibration (they're all at 0,0,0)");
-  EXPECT_TRUE(this->load(device(kNode)));
-  EXPECT_EQ(this->log.count("they're all at 0,0,0"), 0) << this->log.text();
-
   this->rig.setInfo(CalibrationInfo(CalibrationInfo::XR_CALIB, 0));
   EXPECT_FALSE(this->rig.loadOneCamera(parse(kNode), {}));
   EXPECT_TRUE(this->rig.loadCameraCalibFromDeviceConfig(device(kNode), {}, true));
   this->expectLogged("AR_ASSERT origin.getOrigin() == CalibrationInfo::UNKNOWN");
   this->rig.setupEmptyCalibrationWithDefaultIds(1);
   EXPECT_TRUE(this->rig.loadOneCamera(parse(kNode), {}));
-}
-
-TYPED_TEST(RigConfigTest, SectionsThatAreAbsentOrCutShortLeaveTheRest) {
-  using Loader = FullStereoCameraCalibration<TypeParam>;
-  const ConfigNode empty = parse("<Camera/>");
-  CaptureDetails details{.cropL = 9, .binningV = 9};
-  bool isRollingShutter = true;
-  TypeParam lineTime = 9;
-  double delta = 9;
-  EXPECT_TRUE(Loader::loadCaptureDetails(empty, details));
-  EXPECT_TRUE(Loader::loadRollingShutterConfig(empty, isRollingShutter, lineTime));
-  EXPECT_TRUE(Loader::loadTimeAlignment(empty, delta));
-  EXPECT_TRUE(details.cropL == 9 && isRollingShutter && lineTime == 9 && delta == 9);
-  const ConfigNode cut = parse(
-      "<Camera><RollingShutter isRollingShutter='no' linetime='1'/>"
-      "<CaptureDetails " +
-      kSevenDetails + "/></Camera>");
-  EXPECT_TRUE(Loader::loadRollingShutterConfig(cut, isRollingShutter, lineTime));
-  EXPECT_EQ(lineTime, 9);
-  EXPECT_FALSE(Loader::loadCaptureDetails(cut, details));
-  EXPECT_TRUE(details.nativeSensorWidth == 1 && details.binningH == 7 && details.binningV == 9);
 }
 
 }  // namespace
