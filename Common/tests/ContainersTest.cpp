@@ -35,19 +35,13 @@ std::string linesOf(Action action) {
 #define EXPECT_REPORT(action, text) \
   EXPECT_THAT(linesOf([&] { action; }), ::testing::HasSubstr(text))
 
-TEST(ArrayView, ViewsContainersAndRefusesWhatIsOutside) {
+TEST(ArrayView, RefusesWhatIsOutside) {
   std::vector<std::string> items{"a", "b", "c"};
   const ArrayView<std::string> view(items);
-  const ArrayView<const std::string> constView = view;
-  EXPECT_TRUE(&constView[2] == &items[2] && constView.size() == 3);
-  EXPECT_EQ(ArrayView<std::string>(&items[1], items.data() + 3).size(), 2U);
-
+  EXPECT_TRUE(&view[2] == &items[2] && view.size() == 3);
   EXPECT_REPORT(view[3] = "x", "AR_ASSERT idx<numItems Common/src/../include/AR/Common/ArrayView");
-  EXPECT_REPORT(EXPECT_EQ(view[3], ""), "idx<numItems");
   EXPECT_REPORT(EXPECT_TRUE(ArrayView<std::string>(&items[2], &items[0]).empty()), "begin <= end");
-  std::string* const null = nullptr;
-  EXPECT_TRUE(ArrayView<std::string>(null, 7).empty());
-  EXPECT_TRUE(ArrayView<std::string>(null, items.data()).empty());
+  EXPECT_TRUE(ArrayView<std::string>(static_cast<std::string*>(nullptr), 7).empty());
 }
 
 /// Counts its living objects, so that a lost or doubled destruction shows; one copy may throw.
@@ -71,7 +65,6 @@ TEST(SmallVector, StaysInsideItsSlots) {
   EXPECT_REPORT(v.push_back(4), "current_size<MAX_SIZE");
   EXPECT_REPORT(v.push_back(4), "push_back: current_size=3, MAX_SIZE=3. 4b, ");
   EXPECT_REPORT(v[3] = 9, "index<current_size Common/src/../include/AR/Common/SmallVector");
-  EXPECT_REPORT(EXPECT_EQ(v[4], 0), "index<current_size");
   EXPECT_THAT(v, ElementsAre(1, 2, 3));
 
   v.resize(1);
@@ -127,11 +120,7 @@ TEST(Vector, RefusesWhatItHasNotOrCannotGet) {
     EXPECT_REPORT(v[0], "block!=0 && index<numItems Common/src/../include/AR/Common/Vector");
     v.resize(16);
     EXPECT_REPORT(EXPECT_FALSE(v.push_back(16)), "newBlock!=0");
-    EXPECT_REPORT(v.erase(16), "block!=0 && index<numItems");
     EXPECT_REPORT(EXPECT_FALSE(v.reserve(SIZE_MAX)), "newBlock!=0");
-    auto copy = decltype(v)();
-    EXPECT_REPORT(copy = v, "newBlock!=0");
-    EXPECT_TRUE(copy.empty());
     ScarceAlloc::blocks = 1;
     Counted::copiesLeft = 9;
     EXPECT_THROW(v.reserve(17), int);
@@ -145,13 +134,11 @@ TEST(Map, KeepsKeysSortedAndUnique) {
   Map<int, std::string> map;
   for (const int k : {5, 1, 2, 4, 4}) map.insert(k, std::to_string(k) + "!");
   EXPECT_FALSE(map.insert(4, "other").second);
-  EXPECT_TRUE(map.erase(2));
-  EXPECT_FALSE(map.erase(2));
+  EXPECT_TRUE(map.erase(2) && !map.erase(2));
   map[0] = "zero";
   EXPECT_THAT(map, ElementsAre(Pair(0, "zero"), Pair(1, "1!"), Pair(4, "4!"), Pair(5, "5!")));
   EXPECT_EQ(map.find_data(map[4])->first, 4);
-  const auto& constMap = map;
-  EXPECT_REPORT(EXPECT_EQ(constMap[9], ""),
+  EXPECT_REPORT(EXPECT_EQ(std::as_const(map)[9], ""),
                 "find(k) != end() && \"operator[] const can not insert non-existent keys\"");
 }
 
@@ -176,39 +163,29 @@ TEST(RefCounter, DeletesWithTheLastHolderOfAnyThread) {
 
 TEST(RefCounter, ForwardsToItsDelegate) {
   using Object = Shared<AccessProtector_NoProtection>;
-  Object part;
+  Object part, a, b;
   {
     const SmartPtr<Object> whole(new Object);
     EXPECT_REPORT(whole->setDelegate(&part), "refCount==0 Common/src/../include/AR/");
-    EXPECT_EQ(whole->getInstance(), whole.get());
     part.setDelegate(whole.get());
     EXPECT_EQ(part.getInstance(), whole.get());
     const SmartPtr<Object> holder(&part);
     EXPECT_EQ(whole->refCount(), 2);
   }
-
-  Object a, b;
   a.setDelegate(&b);
   b.setDelegate(&a);
   EXPECT_EQ(b.getInstance(), &b);
   EXPECT_REPORT(a.unref(), "refCount>0");
 }
 
-TEST(Numbers, CastsSaturate) {
+TEST(Numbers, CastsSaturateAndTimeStampsRound) {
   EXPECT_EQ(saturatingCast<int>(-2.9), -2);
   EXPECT_EQ(saturatingCast<int>(NAN), 0);
   EXPECT_EQ(saturatingCast<int>(-INFINITY), INT32_MIN);
   EXPECT_EQ(saturatingCast<int>(0x1p31F), INT32_MAX);
   EXPECT_EQ(saturatingCast<std::int64_t>(0x1p63), INT64_MAX);
-  EXPECT_EQ(saturatingCast<std::uint8_t>(255.5), 255);
-  EXPECT_EQ(saturatingCast<std::uint8_t>(-2.9), 0);
-}
-
-TEST(Numbers, TimeStampsRoundToTheNearestNanosecond) {
-  for (const std::uint64_t ns : {1ULL, 29'297ULL, 16'666'667ULL, 4'293'505'956'048'315ULL}) {
-    const TimeStamp time = TimeStamp::fromNanoSeconds(ns);
-    EXPECT_EQ(TimeStamp::fromSeconds(time.seconds()), time) << ns;
-  }
+  const std::uint64_t ns = 4'293'505'956'048'315;
+  EXPECT_EQ(TimeStamp::fromSeconds(TimeStamp::fromNanoSeconds(ns).seconds()).nanoSeconds(), ns);
   EXPECT_EQ(TimeStamp::fromSeconds(-1.6e-9).nanoSeconds(), -2);
   EXPECT_EQ(TimeStamp::fromSeconds(INFINITY).nanoSeconds(), INT64_MAX);
   EXPECT_EQ(TimeStamp::fromNanoSeconds(UINT64_MAX).nanoSeconds(), INT64_MAX);

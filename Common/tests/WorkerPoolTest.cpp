@@ -29,13 +29,10 @@ TEST(WaitFreeLockFreeQ, KeepsOrderAcrossTheWrapAndRefusesWhatDoesNotFit) {
   }
   for (int& item : items) ASSERT_EQ(0, queue.enQueue(&item, ignore));
   EXPECT_EQ(-100, queue.enQueue(nullptr, ignore));
-  EXPECT_EQ(1, queue.freeCount());
   Work* const taken = queue.tryDeQueue();
   EXPECT_EQ(0, queue.enQueue(&items[0], ignore));
   EXPECT_EQ(-98, queue.enQueue(nullptr, ignore));
   queue.recycle(taken);
-  EXPECT_EQ(-100, queue.enQueue(nullptr, ignore));
-
   Work foreign{};
   ::testing::internal::CaptureStdout();
   queue.recycle(&foreign);
@@ -59,9 +56,6 @@ TEST(SpinWorkerPool, RunsWhatIsQueuedWhileItSpins) {
     pool.stopSpinWorkers();
     ASSERT_EQ(queued, calls);
   }
-  std::array<int, 4> seen{};
-  pool.submit([&seen](int index) { ++seen.at(static_cast<std::size_t>(index)); });
-  EXPECT_THAT(seen, Each(1));
   pool.startSpinWorkers();
   pool.close();
 }

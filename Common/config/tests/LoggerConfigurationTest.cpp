@@ -29,15 +29,10 @@ class LoggerConfiguration : public ::testing::Test {
 TEST_F(LoggerConfiguration, ChangesOnlyWhatIsThere) {
   configure("defaultLevel='verbose' timedate='True' filename='1'");
   EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
-  EXPECT_EQ(logger.getLogFilter().level(), 5);
   EXPECT_TRUE(logger.getFlag(0x01) && logger.getFlag(0x02) && !logger.getFlag(0x1C));
-
   configure("timedate='false' function='true' filename='true' console='false'");
   EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
   EXPECT_TRUE(logger.getFlag(0x04) && logger.getFlag(0x08) && !logger.getFlag(0x13));
-
-  logger.initializeLogSettingsFromConfiguration(tree("<R><Logging defaultLevel='off'/></R>"));
-  EXPECT_EQ(logger.getLevel(), Logger::VERBOSE);
   configure("defaultLevel='Error'");
   EXPECT_EQ(logger.getLevel(), Logger::OFF);
 }

