@@ -1,0 +1,137 @@
+// Rows of a target camera as vectors: from pixels to its ideal plane.
+// Highway compiles this file once for each instruction set, so its guard is open once for each.
+
+#if defined(AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
+#undef AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
+#else
+#define AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
+#endif
+
+#include "Image/MapRowSimd.h"
+#include "Image/SplineSimd-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace AR::CV::Internal {
+namespace HWY_NAMESPACE {
+
+/// Brown's tangential terms.
+class Tangential {
+ public:
+  Tangential(float p1, float p2)
+      : mP1(hn::Set(d, p1)),
+        mP2(hn::Set(d, p2)),
+        m2P1(hn::Set(d, 2 * p1)),
+        m2P2(hn::Set(d, 2 * p2)) {}
+
+  /// What they add to the radially distorted point of p, in the plain form's operations.
+  HWY_INLINE Point plainlyAt(const Point& p) const {
+    const V three = hn::Set(d, 3.0F);
+    const V fromX = hn::Add(hn::Mul(hn::Mul(three, p.x), p.x), hn::Mul(p.y, p.y));
+    const V fromY = hn::Add(hn::Mul(p.x, p.x), hn::Mul(hn::Mul(three, p.y), p.y));
+    const V ofX = hn::Mul(hn::Mul(m2P1, p.x), p.y);
+    const V ofY = hn::Mul(hn::Mul(m2P2, p.x), p.y);
+    return {hn::Add(ofX, hn::Mul(mP2, fromX)), hn::Add(hn::Mul(mP1, fromY), ofY)};
+  }
+
+  /// The distorted point of p with the radial factor F: as a multiple of p, F + 2 (p1 y + p2 x),
+  /// and r2 (p2, p1).
+  HWY_INLINE Point distort(V F, const Point& p) const {
+    const V r2 = hn::MulAdd(p.x, p.x, hn::Mul(p.y, p.y));
+    const V factor = hn::MulAdd(m2P1, p.y, hn::MulAdd(m2P2, p.x, F));
+    return {hn::MulAdd(factor, p.x, hn::Mul(mP2, r2)), hn::MulAdd(factor, p.y, hn::Mul(mP1, r2))};
+  }
+
+ private:
+  V mP1, mP2, m2P1, m2P2;
+};
+
+/// A row of a target camera: pixels to the distorted plane.
+class TargetRow {
+ public:
+  TargetRow(const TargetPlane<float>& plane, int y)
+      : mCx(hn::Set(d, plane.cx)),
+        mInvFx(hn::Set(d, plane.invFx)),
+        mY(hn::Set(d, plane.y(static_cast<float>(y)))) {}
+
+  HWY_INLINE Point distortedAt(V column) const {
+    return {hn::Mul(hn::Sub(column, mCx), mInvFx), mY};
+  }
+
+ private:
+  V mCx, mInvFx, mY;
+};
+
+/// A row of a target that has no distortion.
+class PinholeRow {
+ public:
+  PinholeRow(const MapInput& input, int y)
+      : mRow(input.job.targetPlane, y), mRangeMax(hn::Set(d, input.job.targetPlane.rangeMax)) {}
+
+  HWY_INLINE M tryIdealAt(V column, Point& ideal) const {
+    ideal = mRow.distortedAt(column);
+    return hn::Lt(normSquared(ideal), mRangeMax);
+  }
+
+ private:
+  TargetRow mRow;
+  V mRangeMax;
+};
+
+/// A row of a target whose pixels must be undistorted, as Camera::tryUndistort() does it.
+class DistortedRow {
+ public:
+  DistortedRow(const MapInput& input, int y)
+      : mRow(input.job.targetPlane, y),
+        mFactor(input.undistortion),
+        mTangential(input.job.target.getTangentialDistortionCoeffs()(0),
+                    input.job.target.getTangentialDistortionCoeffs()(1)),
+        mIsRadial(Math::isZero(input.job.target.getTangentialDistortionCoeffs())) {}
+
+  HWY_INLINE M tryIdealAt(V column, Point& ideal) const {
+    const Point distorted = mRow.distortedAt(column);
+    return mIsRadial ? tryRadial(distorted, ideal) : tryTangential(distorted, ideal);
+  }
+
+ private:
+  HWY_INLINE M tryRadial(const Point& distorted, Point& ideal) const {
+    alignas(64) std::int32_t bins[kLanes];
+    const V r2 = normSquared(distorted);
+    const V beyond = mFactor.locatePlainly(r2, bins);
+    const V G = mFactor.at<true>(bins, beyond);
+    ideal = {hn::Mul(G, distorted.x), hn::Mul(G, distorted.y)};
+    return mFactor.contains(r2);
+  }
+
+  M tryTangential(const Point& distorted, Point& ideal) const {
+    constexpr int kMaxIterations = 10;
+    Point u = {hn::Zero(d), hn::Zero(d)};
+    Point t = u;
+    ideal = u;
+    M open = hn::Eq(u.x, u.x);
+    M settled = hn::Not(open);
+    for (int i = 0; i < kMaxIterations && !hn::AllFalse(d, open); ++i) {
+      Point next;
+      open = hn::And(open, tryRadial({hn::Sub(distorted.x, t.x), hn::Sub(distorted.y, t.y)}, next));
+      const Point step = {hn::Sub(next.x, u.x), hn::Sub(next.y, u.y)};
+      const M isDone = hn::And(open, hn::Lt(normSquared(step), hn::Set(d, 1e-10F)));
+      ideal = {hn::IfThenElse(isDone, next.x, ideal.x), hn::IfThenElse(isDone, next.y, ideal.y)};
+      settled = hn::Or(settled, isDone);
+      open = hn::AndNot(isDone, open);
+      u = next;
+      t = mTangential.plainlyAt(u);
+    }
+    return settled;
+  }
+
+  TargetRow mRow;
+  Spline mFactor;
+  Tangential mTangential;
+  bool mIsRadial;
+};
+
+}  // namespace HWY_NAMESPACE
+}  // namespace AR::CV::Internal
+HWY_AFTER_NAMESPACE();
+
+#endif
