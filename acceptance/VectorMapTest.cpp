@@ -104,6 +104,32 @@ bool agrees(float u, float v, float uOther, float vOther, float size) {
   return same(u, uOther) && same(v, vOther);
 }
 
+/// Calls check(plain, vector) with the maps of `job` for every instruction set.
+template <typename Check>
+void forEachVectorForm(const Job& job, int width, int height, Check&& check) {
+  const Maps plain = plainMaps(job, width, height);
+  testing::forEachInstructionSet([&] {
+    const MapKernel kernel(job);
+    Maps maps(width, height);
+    maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
+      return kernel.row(y, width, X, Y, reasons);
+    });
+    check(plain, maps);
+  });
+}
+
+void expectVectorFormsEqual(const Job& job, int width, int height) {
+  forEachVectorForm(job, width, height, [](const Maps& plain, const Maps& maps) {
+    for (std::size_t i = 0; i < plain.count(); ++i) {
+      ASSERT_EQ(maps.reasons[i], plain.reasons[i]) << i;
+      ASSERT_EQ(maps.X[i], plain.X[i]) << i;
+      ASSERT_EQ(maps.Y[i], plain.Y[i]) << i;
+    }
+    ASSERT_EQ(maps.report.noInverse, plain.report.noInverse);
+    ASSERT_EQ(maps.report.zeroDepth, plain.report.zeroDepth);
+  });
+}
+
 /// Prints how far the vector forms of a test were from the plain one, in pixels.
 class VectorMap : public ::testing::Test {
  protected:
@@ -135,15 +161,8 @@ class VectorMap : public ::testing::Test {
   }
 
   void expectVectorFormsAgree(const Job& job, int width, int height) {
-    const Maps plain = plainMaps(job, width, height);
-    testing::forEachInstructionSet([&] {
-      const MapKernel kernel(job);
-      Maps maps(width, height);
-      maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
-        return kernel.row(y, width, X, Y, reasons);
-      });
-      expectAgreement(job, plain, maps);
-    });
+    forEachVectorForm(job, width, height,
+                      [&](const Maps& plain, Maps& maps) { expectAgreement(job, plain, maps); });
   }
 
  private:
@@ -158,7 +177,7 @@ TEST_F(VectorMap, AgreesForEveryModelInBothDirections) {
     for (const Mat3& R : {turned(0.01F, -0.02F, 0.03F), turned(0.2F, 1.1F, -0.4F)}) {
       expectVectorFormsAgree({camera, target, R, DepthRule::InFront, false}, 640, 40);
       expectVectorFormsAgree({camera, target, R, DepthRule::NonZero, true}, 640, 40);
-      expectVectorFormsAgree({target, camera, R, DepthRule::InFront, false}, 640, 40);
+      expectVectorFormsAgree({target, camera, R, DepthRule::InFront, false}, 633, 40);
     }
   }
 }
@@ -190,10 +209,42 @@ TEST_F(VectorMap, AgreesAtEverySizeUpTo67) {
   }
 }
 
+/// 64 x 48 pixels; with powers of two in every place positions come out exactly.
+Camera<float> exactPinhole(float shift, float range, float undistortionRange) {
+  CamModel::CameraModel<float> model =
+      AR::CV::pinholeModel<float>({64, 48}, {32 + shift, 24 + shift}, {64, 64});
+  model.limits = {range, undistortionRange};
+  Camera<float> camera;
+  EXPECT_TRUE(camera.init(model));
+  return camera;
+}
+
+TEST_F(VectorMap, IsThePlainMapWherePositionsAreExact) {
+  constexpr float kSnap = 0x1p-15F;                           // four units in the last place of 64
+  const Mat3 kSideways(0, 0, 1, 0, 1, 0, -1, 0, -3 / 64.0F);  // depth = (29 - x) / 64
+  for (const float shift : {0.0F, -kSnap / 4, -kSnap, -kSnap - 0x1p-19F, kSnap}) {
+    for (const float range : {0.0625F, 0.25F, 4.0F}) {  // 16, 32, 128 pixels
+      const Camera<float> target = exactPinhole(0, 4, range);
+      const Camera<float> source = exactPinhole(shift, range, 4);
+      for (const Mat3& R : {Mat3::identity(), kSideways}) {
+        for (const DepthRule rule : {DepthRule::InFront, DepthRule::NonZero}) {
+          Job job(source, target, R, rule, false);
+          job.minDepth = 0x1p-6F;
+          job.noSource = 0;
+          // 29: a depth of 0 right behind the row.
+          for (const int width : {29, 64, 70}) expectVectorFormsEqual(job, width, 52);
+        }
+      }
+    }
+  }
+}
+
 TEST_F(VectorMap, AgreesForHostileJobs) {
   constexpr float kInf = std::numeric_limits<float>::infinity();
   constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-  const Camera<float> camera = makeCamera<float>(cameraCases()[9]);
+  CameraCase lens = cameraCases()[9];
+  lens.exact.p1 = 0;
+  const Camera<float> camera = makeCamera<float>(lens);
   const Camera<float> target = pinhole(64, 48, 32);
   const Mat3 I = Mat3::identity();
   const Mat3 kSideways(0, 0, 1, 0, 1, 0, -1, 0, 0);  // depth 0 in the middle column
@@ -219,6 +270,15 @@ TEST_F(VectorMap, AgreesForHostileJobs) {
   }
 }
 
+TEST_F(VectorMap, AgreesWhereTangentialTermsAreHardToInvert) {
+  CameraCase lens = cameraCases()[9];
+  lens.exact.p1 = 0.3;
+  lens.exact.p2 = -0.2;
+  const Camera<float> target = makeCamera<float>(lens);
+  expectVectorFormsAgree(
+      {pinhole(640, 480, 330), target, Mat3::identity(), DepthRule::InFront, true}, 640, 480);
+}
+
 TEST_F(VectorMap, ReasonsChangeNoBit) {
   const Camera<float> camera = makeCamera<float>(cameraCases()[23]);
   const Camera<float> target = pinhole(640, 480, 200);
@@ -240,13 +300,22 @@ TEST_F(VectorMap, ATableHoldsUniformBinsOnly) {
   AR::CV::HermiteSplineInterpolation<float> spline =
       makeCamera<float>(cameraCases()[20]).getDistortionSpline();
   ASSERT_GT(spline.coeffs.size(), 2U);
+  for (const CameraCase& c : cameraCases()) {
+    const Camera<float> camera = makeCamera<float>(c);
+    EXPECT_TRUE(SplineTable(camera.getDistortionSpline(), SplineTable::Layout::Planar).isUsable());
+    EXPECT_TRUE(
+        SplineTable(camera.getUndistortionSpline(), SplineTable::Layout::Planar).isUsable());
+  }
   for (const auto layout : {SplineTable::Layout::Interleaved, SplineTable::Layout::Planar}) {
     EXPECT_TRUE(SplineTable(spline, layout).isUsable());
     auto shifted = spline;
     shifted.coeffs[2].x0 = std::nextafter(shifted.coeffs[2].x0, 0.0F);
     EXPECT_FALSE(SplineTable(shifted, layout).isUsable());
     auto large = spline;
-    large.coeffs.resize(SplineTable::kMaxBins + 1);
+    while (large.coeffs.size() <= SplineTable::kMaxBins) {
+      large.coeffs.push_back(large.coeffs[1]);
+      large.coeffs.back().x0 *= static_cast<float>(large.coeffs.size() - 1);
+    }
     EXPECT_FALSE(SplineTable(large, layout).isUsable());
     EXPECT_FALSE(SplineTable({}, layout).isUsable());
   }

@@ -156,14 +156,17 @@ TEST(MapRow, ALargeMapIsThatOfItsRows) {
   ASSERT_TRUE(X.allocPixels({1200, 700}, MEMORY_ALIGNMENT_16, true));
   ASSERT_TRUE(Y.allocPixels({1200, 700}, MEMORY_ALIGNMENT_16, true));
   LogCapture log;
-  fillMap(job, true, X, Y);
+  std::vector<std::uint8_t> reasons(1200 * 700), reasonsOfRow(1200);
+  fillMap(job, true, X, Y, reasons.data());
   const MapKernel kernel(job);
   std::vector<float> x(1200), y(1200);
   int noInverse = 0;
   for (int row = 0; row < 700; ++row) {
-    noInverse += kernel.row(row, 1200, x.data(), y.data()).noInverse;
+    noInverse += kernel.row(row, 1200, x.data(), y.data(), reasonsOfRow.data()).noInverse;
     ASSERT_TRUE(std::equal(x.begin(), x.end(), X.row(row))) << row;
     ASSERT_TRUE(std::equal(y.begin(), y.end(), Y.row(row))) << row;
+    ASSERT_TRUE(std::equal(reasonsOfRow.begin(), reasonsOfRow.end(), &reasons[row * 1200UL]))
+        << row;
   }
   EXPECT_GT(noInverse, 0);
   EXPECT_EQ(log.failedChecks(), noInverse);

@@ -12,8 +12,9 @@ namespace AR::CV {
 ///
 /// Positions agree with the plain form within four units in the last place of the larger side of
 /// the image, and so do the decisions: a pixel may get another one only where its position or
-/// radius lies that close to a limit. Without vector instructions, and for a spline whose bins are
-/// not at multiples of their width, the plain form runs.
+/// radius lies that close to a limit. Rays whose depth is a small difference of larger terms lose
+/// more digits in either form, and so agree less closely. Without vector instructions, and for a
+/// spline whose bins are not at multiples of their width, the plain form runs.
 class MapKernel {
  public:
   /// @param job  must outlive the kernel
