@@ -115,6 +115,7 @@ TYPED_TEST(HermiteTest, ReportsBadRequestsAndStaysEmpty) {
     P out;
     EXPECT_FALSE(this->mSpline.tryEvaluate(0, out));
     EXPECT_FALSE(this->mSpline.evaluate(0, out));
+    EXPECT_TRUE(std::isnan(this->mSpline.evaluateClamped(0)));
     EXPECT_EQ(log.count("HermiteSplineInterpolation::Evaluate() - not initialized"), 1);
     EXPECT_EQ(log.count("isInit()"), 1);
   }

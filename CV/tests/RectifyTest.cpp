@@ -135,6 +135,9 @@ TEST(Rectify, PutsTheBaselineAlongAnImageAxis) {
     EXPECT_NEAR(static_cast<double>(t_target(c.axis)) / Math::norm(t), -1, 1e-6);
     EXPECT_EQ(t_target(1 - c.axis), 0);
   }
+  const Result turned(pairRig({0.2F, 0, 0}, {-0.1F, 0, 0}));
+  const Vec3 half = SO3<float>::ln(turned.R_oltl);
+  EXPECT_LT(Math::norm(half - Vec3(-0.1F, 0, 0)), 1e-5) << "half way between the cameras";
 }
 
 TEST(Rectify, ReportsWhatCannotBeRectified) {
