@@ -1,6 +1,7 @@
 #include "MapRowSimd.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #undef HWY_TARGET_INCLUDE
@@ -24,7 +25,7 @@ namespace HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-SplineTable::Layout splineLayoutOfTarget() { return SplineTable::Layout::Interleaved; }
+SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Interleaved; }
 
 MapRowReport mapRow(const MapInput& input, bool /*allRaysValid*/, int y, int width, float* mapX,
                     float* mapY, std::uint8_t* reasons) {
@@ -240,9 +241,9 @@ MapRowReport makeRow(const MapInput& input, int y, const Output& out) {
   const Projection projection(input.job, spline);
   MapRowReport report;
   Piece piece;
-  for (int x = 0; x < out.width; x += kPiece) {
-    const int count = std::min(kPiece, out.width - x);
-    traceRays<kAllValid>(target, rays, spline, x, count, piece, report);
+  for (std::ptrdiff_t x = 0; x < out.width; x += kPiece) {
+    const int count = static_cast<int>(std::min<std::ptrdiff_t>(kPiece, out.width - x));
+    traceRays<kAllValid>(target, rays, spline, static_cast<int>(x), count, piece, report);
     projection.projectRays<kAllValid, kTangential, kReasons>(
         piece, count, out.mapX + x, out.mapY + x, kReasons ? out.reasons + x : nullptr);
   }
@@ -279,10 +280,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace AR::CV::Internal {
 
-HWY_EXPORT(splineLayoutOfTarget);
+HWY_EXPORT(layoutOfInstructionSet);
 HWY_EXPORT(mapRow);
 
-SplineTable::Layout splineLayout() { return HWY_DYNAMIC_DISPATCH(splineLayoutOfTarget)(); }
+SplineTable::Layout splineLayout() { return HWY_DYNAMIC_DISPATCH(layoutOfInstructionSet)(); }
 
 MapRowReport mapRowSimd(const MapInput& input, bool allRaysValid, int y, int width, float* mapX,
                         float* mapY, std::uint8_t* reasons) {

@@ -59,7 +59,7 @@ struct Cubics {
 
 #if HWY_TARGET <= HWY_AVX3
 
-SplineTable::Layout splineLayoutOfTarget() { return SplineTable::Layout::Planar; }
+SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Planar; }
 
 /// The values of `window`, SplineTable::kWindow of them, at the lanes of `i`.
 HWY_INLINE V lookUp(const float* window, VI i) {
@@ -92,7 +92,7 @@ HWY_INLINE Cubics cubicsAt(const SplineTable& table, const std::int32_t* bins) {
 
 #else
 
-SplineTable::Layout splineLayoutOfTarget() { return SplineTable::Layout::Interleaved; }
+SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Interleaved; }
 
 /// The coefficients of the bins of every fourth lane from the first on, a block each.
 HWY_INLINE V loadBlocks(const float* table, const std::int32_t* bins) {
