@@ -8,7 +8,8 @@
 
 namespace AR::Common {
 
-/// Work on fewer pixels than this stays on the caller's thread: waking the workers costs as much.
+/// Work on fewer pixels than this stays on the caller's thread. With vector kernels a 640 x 480 map
+/// takes about as long as waking the workers; 960 x 720 is where two processors begin to pay.
 inline constexpr std::int64_t kMinPixelsForBands = 600'000;
 
 /// Calls f(firstRow, endRow) for bands of rows that make up [0, rows) together: one band on the
