@@ -42,8 +42,8 @@ int main(int argc, char** argv) {
   if (argc != 4) return 2;
   const bool isVector = std::strcmp(argv[1], "vector") == 0;
   const CV::Camera<float> source = initialized(lens(argv[2]));
-  const CV::Camera<float> target = initialized(CV::pinholeModel<float>(
-      {kWidth, kHeight}, {320, 240}, source.getCorrectedFocalLengthVec()));
+  const CV::Camera<float> target = initialized(
+      CV::pinholeModel<float>({kWidth, kHeight}, {320, 240}, source.getCorrectedFocalLengthVec()));
   const auto R_st = Math::SO3<float>::exp({0.01F, 0.02F, -0.01F}).matrix();
   const CV::MapJob<float> job(source, target, R_st, CV::DepthRule::InFront, false);
   const CV::MapKernel kernel(job);
