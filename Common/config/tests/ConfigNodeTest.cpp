@@ -177,8 +177,10 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
 TEST_F(ConfigXml, ReportsFilesThatCannotBeLoaded) {
   ConfigNode node;
   LogCapture log;
-  EXPECT_FALSE(node.setFromXMLFile("/"));
-  EXPECT_EQ(log.count(": Failed loading XML from file '/'\n"), 1);
+  for (const std::string path : {"/no/such/file.xml", "/"}) {
+    EXPECT_FALSE(node.setFromXMLFile(path.c_str()));
+    EXPECT_EQ(log.count(": Failed loading XML from file '" + path + "'\n"), 1);
+  }
   EXPECT_FALSE(node.setFromXMLFile(file(std::string("<a/>\0", 5))));
   EXPECT_EQ(log.count("returned 13 (XML syntax error)"), 1);
   EXPECT_EQ(ConfigNode("/no/such/file.xml").getName(), "");
