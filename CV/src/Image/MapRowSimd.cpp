@@ -217,7 +217,7 @@ class Projection {
                           reasonVector(PixelSource::OutsideImage));
   }
 
-  const Spline& mSpline;
+  Spline mSpline;
   Tangential mTangential;
   V mFx, mFy, mCx, mCy;
   Side mX, mY;

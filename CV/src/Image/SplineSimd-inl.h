@@ -57,6 +57,14 @@ struct Cubics {
   }
 };
 
+/// A table's coefficients, held by value: nothing that is stored can change where they are.
+struct Coefficients {
+  explicit Coefficients(const SplineTable& table) : data(table.data()), stride(table.stride()) {}
+
+  const float* data;
+  std::int32_t stride;
+};
+
 #if HWY_TARGET <= HWY_AVX3
 
 SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Planar; }
@@ -68,25 +76,23 @@ HWY_INLINE V lookUp(const float* window, VI i) {
       _mm512_permutex2var_ps(hn::Load(d, window).raw, i.raw, hn::Load(d, window + kLanes).raw)};
 }
 
-HWY_INLINE Cubics gatherCubics(const SplineTable& table, VI i) {
-  const auto plane = [&](int k) {
-    return hn::GatherIndex(d, table.data() + k * table.stride(), i);
-  };
+HWY_INLINE Cubics gatherCubics(const Coefficients& c, VI i) {
+  const auto plane = [&](int k) { return hn::GatherIndex(d, c.data + k * c.stride, i); };
   return {plane(0), plane(1), plane(2), plane(3)};
 }
 
 /// Neighbouring pixels have neighbouring bins: mostly all lie in one window, two loads a plane.
-HWY_INLINE Cubics cubicsAt(const SplineTable& table, const std::int32_t* bins) {
+HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
   constexpr int kWindow = static_cast<int>(SplineTable::kWindow);
   const std::int32_t least = std::min(bins[0], bins[kLanes - 1]);
-  const std::int32_t start = std::min(least / kLanes * kLanes, table.stride() - kWindow);
+  const std::int32_t start = std::min(least & -kLanes, c.stride - kWindow);
   const VI i = hn::Load(di, bins);
   const VI inWindow = hn::Sub(i, hn::Set(di, start));
   if (!hn::AllTrue(du, hn::Lt(hn::BitCast(du, inWindow), hn::Set(du, kWindow)))) {
-    return gatherCubics(table, i);
+    return gatherCubics(c, i);
   }
-  const float* const window = table.data() + start;
-  const auto plane = [&](int k) { return lookUp(window + k * table.stride(), inWindow); };
+  const float* const window = c.data + start;
+  const auto plane = [&](int k) { return lookUp(window + k * c.stride, inWindow); };
   return {plane(0), plane(1), plane(2), plane(3)};
 }
 
@@ -105,12 +111,12 @@ HWY_INLINE V loadBlocks(const float* table, const std::int32_t* bins) {
 }
 
 /// One load per lane, then each four of them transposed.
-HWY_INLINE Cubics cubicsAt(const SplineTable& table, const std::int32_t* bins) {
+HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
   const hn::RepartitionToWide<DU> dw;  // NEON of 32 bits has no doubles
-  const V b0 = loadBlocks(table.data(), bins);
-  const V b1 = loadBlocks(table.data(), bins + 1);
-  const V b2 = loadBlocks(table.data(), bins + 2);
-  const V b3 = loadBlocks(table.data(), bins + 3);
+  const V b0 = loadBlocks(c.data, bins);
+  const V b1 = loadBlocks(c.data, bins + 1);
+  const V b2 = loadBlocks(c.data, bins + 2);
+  const V b3 = loadBlocks(c.data, bins + 3);
   const auto low01 = hn::BitCast(dw, hn::InterleaveLower(d, b0, b1));
   const auto high01 = hn::BitCast(dw, hn::InterleaveUpper(d, b0, b1));
   const auto low23 = hn::BitCast(dw, hn::InterleaveLower(d, b2, b3));
@@ -127,7 +133,7 @@ HWY_INLINE Cubics cubicsAt(const SplineTable& table, const std::int32_t* bins) {
 class Spline {
  public:
   explicit Spline(const SplineTable& table)
-      : mTable(table),
+      : mCoefficients(table),
         mInvBinWidth(hn::Set(d, table.invBinWidth())),
         mBinWidth(hn::Set(d, table.binWidth())),
         mRangeMax(hn::Set(d, table.rangeMax())),
@@ -156,13 +162,13 @@ class Spline {
 
   template <bool kPlain>
   HWY_INLINE V at(const std::int32_t* bins, V beyond) const {
-    return cubicsAt(mTable, bins).template at<kPlain>(beyond);
+    return cubicsAt(mCoefficients, bins).template at<kPlain>(beyond);
   }
 
  private:
   static constexpr float kOne0 = 8388608;  // 2^23
 
-  const SplineTable& mTable;
+  Coefficients mCoefficients;
   V mInvBinWidth, mBinWidth, mRangeMax;
   VI mLast;
 };
