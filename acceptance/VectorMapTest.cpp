@@ -46,7 +46,9 @@ float tolerance(float size) {
 struct Maps {
   Maps(int w, int h) : width(w), height(h), X(count()), Y(count()), reasons(count()) {}
 
-  [[nodiscard]] std::size_t count() const { return static_cast<std::size_t>(width * height); }
+  [[nodiscard]] std::size_t count() const {
+    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  }
 
   template <typename Row>
   void fill(Row&& row) {

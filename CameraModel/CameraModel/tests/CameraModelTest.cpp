@@ -200,7 +200,7 @@ std::string textPrinted(Function function) {
 template <typename P>
 std::string faultOf(const CameraModel<P>& camera) {
   bool isValid = false;
-  const std::string text = textPrinted([&] { isValid = camera.validateCoeffs(); });
+  std::string text = textPrinted([&] { isValid = camera.validateCoeffs(); });
   EXPECT_EQ(isValid, text.empty());
   return text;
 }
