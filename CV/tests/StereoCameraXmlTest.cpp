@@ -14,6 +14,7 @@
 #include "AR/Common/TinyXml.h"
 #include "TestCameras.h"
 #include "testing/LogCapture.h"
+#include "testing/TemporaryFile.h"
 
 namespace AR::CV {
 namespace {
@@ -269,7 +270,7 @@ TYPED_TEST(RigXmlTest, LoadsWhatItWrites) {
 }
 
 TYPED_TEST(RigXmlTest, SavesFiles) {
-  const std::string file = ::testing::TempDir() + "StereoCameraXmlTest.xml";
+  const std::string file = rectiline::testing::temporaryFile("rig.xml");
   const auto rig = this->rigOf(kModelCases[0], true);
   ASSERT_TRUE(rig.saveCalibration(file));
   EXPECT_EQ(this->log.count("Saving camera calibration to " + file), 1) << this->log.text();

@@ -6,6 +6,7 @@
 #include "AR/Common/TinyXml.h"
 #include "AR/Math/Matrix.h"
 #include "TestTree.h"
+#include "testing/TemporaryFile.h"
 
 namespace AR::Common {
 namespace {
@@ -105,9 +106,7 @@ class ConfigXml : public ::testing::Test {
     return mPath.c_str();
   }
 
-  const std::string mPath = ::testing::TempDir() + "ar_config_" +
-                            ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-                            ".xml";
+  const std::string mPath = rectiline::testing::temporaryFile("config.xml");
 };
 
 std::string times(int n, const std::string& text) {

@@ -3,6 +3,7 @@
 #include "AR/Common/LogFilter.h"
 #include "AR/Common/Path.h"
 #include "TestTree.h"
+#include "testing/TemporaryFile.h"
 
 namespace AR::Common {
 namespace {
@@ -49,7 +50,7 @@ TEST_F(LoggerConfiguration, FilterByMethodName) {
 }
 
 TEST_F(LoggerConfiguration, LogFileIsAppendedTo) {
-  const std::string path = ::testing::TempDir() + "ar_config_logger.log";
+  const std::string path = rectiline::testing::temporaryFile("logger.log");
   logger.setFile(Path(path), false, false);
   AR_LOG(Logger::ERR, "here", "first");
   configure("logfile='" + path + "'");
