@@ -190,18 +190,13 @@ class Projection {
       const M insideX = mX.snapInside(u);
       const M inside = hn::And(insideX, mY.snapInside(v));
       M hasSource = mKeepOutside ? hn::Or(inside, hn::Not(inside)) : inside;
+      VI reason = reasonOf(u, v, inside);
       if constexpr (!kAllValid) {
         const VI ray = hn::Load(di, piece.reason + x);
         hasSource = hn::And(hasSource, isInside(ray));
+        reason = hn::IfThenElse(hn::RebindMask(di, isInside(ray)), reason, ray);
       }
-      if constexpr (kReasons) {
-        VI reason = reasonOf(u, v, inside);
-        if constexpr (!kAllValid) {
-          const VI ray = hn::Load(di, piece.reason + x);
-          reason = hn::IfThenElse(hn::RebindMask(di, isInside(ray)), reason, ray);
-        }
-        storeReasons(reason, count - x, reasons + x);
-      }
+      if constexpr (kReasons) storeReasons(reason, count - x, reasons + x);
       storeLanes(hn::IfThenElse(hasSource, u, mNoSource), count - x, mapX + x);
       storeLanes(hn::IfThenElse(hasSource, v, mNoSource), count - x, mapY + x);
     }
