@@ -1,5 +1,6 @@
 #include "ExactCamera.h"
 
+#include "CameraModel/Tangential.h"
 #include "RecordChecks.h"
 
 namespace VIO {
@@ -23,14 +24,10 @@ std::optional<ExactCamera> ExactCamera::fromRecord(const IntrinsicCameraCalibrat
 }
 
 PixelPosition ExactCamera::pixel(double x, double y) const {
-  const double p1 = mModel.tangentialDistortion(0);
-  const double p2 = mModel.tangentialDistortion(1);
-  const double r2 = x * x + y * y;
-  const double F = mModel.distortionFactor(r2);
-  const double xd = F * x + 2 * p1 * x * y + p2 * (r2 + 2 * x * x);
-  const double yd = F * y + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y;
-  return {mModel.principalPoint(0) + mModel.focalLength(0) * xd,
-          mModel.principalPoint(1) + mModel.focalLength(1) * yd};
+  const AR::Math::Vec<double, 2> ideal(x, y);
+  const auto d = mModel.distortionFactor(AR::Math::normSquared(ideal)) * ideal +
+                 CamModel::tangentialTerm(mModel.tangentialDistortion, ideal);
+  return mModel.principalPoint + AR::Math::elementProduct(mModel.focalLength, d);
 }
 
 bool ExactCamera::tryProject(const AR::Math::Vec<double, 3>& P, PixelPosition& pixel) const {

@@ -134,7 +134,7 @@ bool Camera<P>::tryUndistortTangential(const Vec2& distorted, Vec2& ideal) const
       return true;
     }
     u = next;
-    t = tangentialTerm(u);
+    t = CamModel::tangentialTerm(mModel.tangentialDistortion, u);
   }
   return false;
 }

@@ -136,7 +136,6 @@ class AR_EXPORT Camera {
   void setupFocalLengths();
 
   [[nodiscard]] bool hasTangential() const;
-  [[nodiscard]] Vec2 tangentialTerm(const Vec2& p) const;
   [[nodiscard]] bool tryDifferentiateUndistort(const Vec2& distorted, const Vec2& ideal,
                                                Mat2& J) const;
 

@@ -2,21 +2,13 @@
 
 // The conversions that run once per pixel, in the header so that map loops can inline them.
 
+#include "CameraModel/Tangential.h"
+
 namespace AR::CV {
 
 template <typename P>
 inline bool Camera<P>::hasTangential() const {
-  return mModel.tangentialDistortion(0) != 0 || mModel.tangentialDistortion(1) != 0;
-}
-
-// T.x = 2 p1 x y + p2 (3 x^2 + y^2), T.y = p1 (x^2 + 3 y^2) + 2 p2 x y
-template <typename P>
-inline auto Camera<P>::tangentialTerm(const Vec2& p) const -> Vec2 {
-  const P p1 = mModel.tangentialDistortion(0);
-  const P p2 = mModel.tangentialDistortion(1);
-  const P x = p(0);
-  const P y = p(1);
-  return Vec2(2 * p1 * x * y + p2 * (3 * x * x + y * y), p1 * (x * x + 3 * y * y) + 2 * p2 * x * y);
+  return CamModel::hasTangentialTerm(mModel.tangentialDistortion);
 }
 
 template <typename P>
@@ -25,7 +17,9 @@ inline bool Camera<P>::tryDistort(const Vec2& ideal, Vec2& distorted) const {
   if (!mDistortionSpline.tryEvaluate(AR::Math::normSquared(ideal), F)) {
     return false;
   }
-  distorted = hasTangential() ? F * ideal + tangentialTerm(ideal) : F * ideal;
+  distorted = hasTangential()
+                  ? F * ideal + CamModel::tangentialTerm(mModel.tangentialDistortion, ideal)
+                  : F * ideal;
   return true;
 }
 
