@@ -19,7 +19,7 @@ bool tryReadFile(const char* filename, std::string& text) {
   std::ifstream file(filename, std::ios::binary);
   if (!file) return false;
   char chunk[4096];
-  while (text.size() <= kMaxXmlBytes) {
+  while (text.size() <= ConfigNode::kMaxBytes) {
     file.read(chunk, sizeof(chunk));
     text.append(chunk, static_cast<size_t>(file.gcount()));
     if (!file) break;
@@ -32,8 +32,6 @@ size_t numElements(const TiXmlNode& node) {
   for (auto* e = node.FirstChildElement(); e != nullptr; e = e->NextSiblingElement()) ++n;
   return n;
 }
-
-std::string indentation(size_t indent, size_t depth) { return std::string(indent * depth, ' '); }
 
 }  // namespace
 
@@ -71,14 +69,25 @@ bool ConfigNode::setFromXMLString(const char* xml) {
   return setFromXMLDocument(&document);
 }
 
-bool ConfigNode::setFromXMLDocument(const TiXmlDocument* document) {
-  if (!AR_CHECK(document, "document", kSource)) return false;
-  ConfigNode root;
-  const bool wasBuilt =
-      numElements(*document) == 1 && tryBuild(*document->FirstChildElement(), 1, root);
-  if (!AR_CHECK(wasBuilt, "wasBuilt && \"One root element, not nested too deep\"", kSource)) {
+bool ConfigNode::trySetFromXML(const std::string_view xml, std::string& why) {
+  TiXmlDocument document;
+  if (const auto error = parseXml(std::string(xml), document)) {
+    why = (error->description.empty() ? "no XML document" : error->description) + ", line " +
+          std::to_string(error->row) + ", column " + std::to_string(error->column);
     return false;
   }
+  return trySetFromDocument(document);
+}
+
+bool ConfigNode::setFromXMLDocument(const TiXmlDocument* document) {
+  if (!AR_CHECK(document, "document", kSource)) return false;
+  const bool wasBuilt = trySetFromDocument(*document);
+  return AR_CHECK(wasBuilt, "wasBuilt && \"One root element, not nested too deep\"", kSource);
+}
+
+bool ConfigNode::trySetFromDocument(const TiXmlDocument& document) {
+  ConfigNode root;
+  if (numElements(document) != 1 || !tryBuild(*document.FirstChildElement(), 1, root)) return false;
   *this = std::move(root);
   return true;
 }
@@ -126,32 +135,43 @@ void ConfigNode::mergeFrom(ConfigNode&& other) {
 }
 
 bool ConfigNode::writeToXML(const char* filenameXML, const int indent) const {
-  if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return false;
+  std::string text;
+  if (!AR_CHECK(filenameXML, "filenameXML", kSource) || !tryWrite(indent, text)) return false;
   std::ofstream file(filenameXML, std::ios::binary);
-  const bool wasWritten = writeToXML(file, indent);
+  file << text;
   file.close();
-  return wasWritten && file.good();
+  return file.good();
 }
 
 bool ConfigNode::writeToXML(std::ostream& stream, const int indent) const {
-  stream << "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";
-  if (mName.empty()) return false;
-  writeElement(stream, static_cast<size_t>(std::max(indent, 0)), 0);
-  return stream.good();
+  std::string text;
+  return tryWrite(indent, text) && (stream << text).good();
 }
 
-void ConfigNode::writeElement(std::ostream& stream, const size_t indent, const size_t depth) const {
-  stream << indentation(indent, depth) << '<' << mName;
-  for (const auto& [name, value] : mAttributes) {
-    stream << ' ' << name << "=\"" << escapeXml(value) << '"';
-  }
-  if (mChildren.empty()) {
-    stream << " />\n";
-    return;
-  }
-  stream << ">\n";
-  for (const auto& child : mChildren) child->writeElement(stream, indent, depth + 1);
-  stream << indentation(indent, depth) << "</" << mName << ">\n";
+bool ConfigNode::tryWrite(const int indent, std::string& text) const {
+  if (!isWritable(1)) return false;
+  text = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";
+  writeElement(static_cast<size_t>(std::max(indent, 0)), 0, text);
+  return text.size() <= kMaxBytes;
+}
+
+// Whether the names and the size of this element, the root being at depth 1, would load again.
+bool ConfigNode::isWritable(const int depth) const {
+  return depth <= kMaxDepth && mAttributes.size() <= kMaxAttributes && isXmlName(mName) &&
+         std::all_of(mAttributes.begin(), mAttributes.end(),
+                     [](const auto& attribute) { return isXmlName(attribute.first); }) &&
+         std::all_of(mChildren.begin(), mChildren.end(),
+                     [depth](const auto& child) { return child->isWritable(depth + 1); });
+}
+
+void ConfigNode::writeElement(const size_t indent, const size_t depth, std::string& text) const {
+  const std::string indentation(indent * depth, ' ');
+  text += indentation + '<' + mName;
+  for (const auto& [name, value] : mAttributes) text += ' ' + name + "=\"" + escapeXml(value) + '"';
+  text += mChildren.empty() ? " />\n" : ">\n";
+  if (mChildren.empty()) return;
+  for (const auto& child : mChildren) child->writeElement(indent, depth + 1, text);
+  text += indentation + "</" + mName + ">\n";
 }
 
 }  // namespace AR::Common

@@ -11,7 +11,6 @@ namespace AR::Common {
 
 namespace {
 
-constexpr int kMaxAttributes = 4096;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool isLetter(char c) {
@@ -40,6 +39,15 @@ size_t wholeCharacter(std::string_view text) {
                        std::all_of(rest.begin(), rest.end(),
                                    [](char c) { return (static_cast<uint8_t>(c) & 0xC0) == 0x80; });
   return isWhole ? length : 0;
+}
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const size_t length = wholeCharacter(text);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
 }
 
 /// Whether "&#" begins something else than a character reference. tinyxml looks for the end of one
@@ -79,18 +87,13 @@ class XmlScan {
   bool refuse(const char* description) { return refuse(TiXmlBase::TIXML_ERROR, description); }
 
   bool isReadable() {
-    if (mText.size() > kMaxXmlBytes) return refuse("larger than 16 MiB");
-    for (size_t length = 0; mAt < mText.size(); mAt += length) {
-      if (mText[mAt] == '\0') return refuse(TiXmlBase::TIXML_ERROR_EMBEDDED_NULL, "zero byte");
-      length = wholeCharacter(std::string_view(mText).substr(mAt));
-      // tinyxml would take the bytes behind a broken character, quotes and all, for a part of it.
-      if (length == 0) return refuse("not UTF-8");
-    }
-    return true;
+    if (mText.size() > ConfigNode::kMaxBytes) return refuse("larger than 16 MiB");
+    mAt = std::min(mText.find('\0'), mText.size());
+    return mAt == mText.size() || refuse(TiXmlBase::TIXML_ERROR_EMBEDDED_NULL, "zero byte");
   }
 
   bool scanMarkup() {
-    mAt = mText.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
+    mAt = 0;
     while (scanText()) {
       if (mAt == mText.size()) {
         return mNumRoots == 1 || refuse(TiXmlBase::TIXML_ERROR_DOCUMENT_EMPTY, "no root element");
@@ -157,7 +160,8 @@ class XmlScan {
     for (++mAt; mAt < mText.size(); ++mAt) {
       const char c = mText[mAt];
       if (c == '>') return endStartTag();
-      if (c == '=' && ++numAttributes > kMaxAttributes) return refuse("too many attributes");
+      if (c == '=' && ++numAttributes > ConfigNode::kMaxAttributes)
+        return refuse("too many attributes");
       if ((c == '"' || c == '\'') && !scanValue(c)) return false;
     }
     return refuse("unexpected end");
@@ -198,8 +202,12 @@ bool needsReference(char c) {
 }  // namespace
 
 std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document) {
+  // Read as UTF-8, tinyxml would take the bytes behind a broken character, quotes and all, for a
+  // part of it; its other encoding takes every byte for a character and leaves it as it is.
+  const TiXmlEncoding encoding = isUtf8(text) ? TIXML_ENCODING_UTF8 : TIXML_ENCODING_LEGACY;
+  if (text.starts_with(kByteOrderMark)) text.replace(0, kByteOrderMark.size(), 3, ' ');
   if (std::optional<XmlError> error = XmlScan(text).run()) return error;
-  document.Parse(text.c_str(), nullptr, TIXML_ENCODING_UTF8);
+  document.Parse(text.c_str(), nullptr, encoding);
   if (!document.Error()) return std::nullopt;
   return XmlError{document.ErrorId(), document.ErrorDesc(), document.ErrorRow(),
                   document.ErrorCol()};
@@ -207,16 +215,8 @@ std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document) {
 
 std::string escapeXml(std::string_view text) {
   std::string escaped;
-  while (!text.empty()) {
-    // A byte outside any character would keep the document from being loaded again.
-    const size_t length = wholeCharacter(text);
-    if (length == 0 || needsReference(text.front())) {
-      escaped += characterReference(text.front());
-    } else {
-      escaped += text.substr(0, length);
-    }
-    text.remove_prefix(std::max<size_t>(length, 1));
-  }
+  for (const char c : text)
+    escaped += needsReference(c) ? characterReference(c) : std::string(1, c);
   return escaped;
 }
 

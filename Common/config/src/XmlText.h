@@ -16,14 +16,11 @@ struct XmlError {
   int column = 0;
 };
 
-/// Parses `text`, which must be UTF-8, into `document`. Before the parser sees it, refuses what it
-/// cannot stand or does not notice; see ConfigNode's loading functions.
+/// Parses `text` into `document`, as UTF-8, or byte by byte when it is not UTF-8. Before the parser
+/// sees it, refuses what it cannot stand or does not notice; see ConfigNode's loading functions.
 [[nodiscard]] std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document);
 
-/// The largest text that parseXml takes, in bytes.
-inline constexpr size_t kMaxXmlBytes = size_t{16} << 20;
-
-/// `text` as the value of an attribute between double quotes.
+/// `text` as the value of an attribute between double quotes. Bytes beyond ASCII stay as they are.
 [[nodiscard]] std::string escapeXml(std::string_view text);
 
 /// Whether `name` can name an element or attribute. Every byte beyond ASCII counts as a letter.

@@ -132,9 +132,47 @@ TEST_F(ConfigXml, WritesWhatItLoads) {
   ASSERT_TRUE(node.writeToXML(mPath.c_str(), 4));
   const ConfigNode loaded(mPath.c_str());
   EXPECT_EQ(loaded.getAttributeAsString("text"), text);
-  EXPECT_EQ(loaded.getDescendentAttribute("A.B.latin"), "\xC3\xA4");
-  EXPECT_FALSE(ConfigNode().writeToXML(mPath.c_str(), 0));
+  EXPECT_EQ(loaded.getDescendentAttribute("A.B.latin"), "\xE4");
   EXPECT_FALSE(node.writeToXML("/no/such/folder/file.xml", 0));
+}
+
+TEST_F(ConfigXml, WritesNothingThatWouldNotLoad) {
+  const ConfigNode kept = tree("<kept/>");
+  ASSERT_TRUE(kept.writeToXML(mPath.c_str(), 0));
+  std::vector<ConfigNode> nodes(1);  // the first is nameless
+  for (const char* name : {"", "1a", "a b", "a='1' b", "<a>"}) {
+    if (*name != '\0')
+      nodes.emplace_back(tree("<R><A/></R>")).getChild("A")->addAttribute(name, "");
+  }
+  ConfigNode deep = tree(nested(64));
+  std::string innermost = "a";
+  for (int i = 2; i < 64; ++i) innermost += ".a";
+  deep.getDescendent(innermost)->setDescendentAttribute("a.b", "");
+  nodes.push_back(deep);
+  nodes.push_back(tree("<R/>"));
+  for (int i = 0; i <= ConfigNode::kMaxAttributes; ++i) {
+    nodes.back().addAttribute("a" + std::to_string(i), "");
+  }
+  nodes.push_back(tree("<R/>"));
+  nodes.back().addAttribute("a", std::string(ConfigNode::kMaxBytes, ' '));
+  for (const ConfigNode& node : nodes) {
+    std::ostringstream stream;
+    EXPECT_FALSE(node.writeToXML(stream, 0));
+    EXPECT_FALSE(node.writeToXML(mPath.c_str(), 0));
+    EXPECT_EQ(stream.str(), "");
+    EXPECT_EQ(ConfigNode(mPath.c_str()).getName(), "kept");
+  }
+}
+
+TEST_F(ConfigXml, ReadsBytesThatAreNoUtf8AsTheyAre) {
+  // Every one of these bytes would begin a longer character, and hide what is behind it.
+  for (const std::string bytes : {"\xC3", "\xF0", "\xFF", "\xE4\xB8", "\xC3\xA4\xE4"}) {
+    const ConfigNode node =
+        tree("\xEF\xBB\xBF<a v='" + bytes + "' w='&#x41;'>" + bytes + "<b/>" + bytes + "</a>");
+    EXPECT_EQ(node.getAttributeAsString("v"), bytes);
+    EXPECT_EQ(node.getAttributeAsString("w"), "A");
+    EXPECT_EQ(node.getNumChildren(), 1U);
+  }
 }
 
 TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
@@ -152,7 +190,7 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
       {"<a b='1' b='2'/>", ", line "},
       {nested(65), "nested too deep, line 1, col 193"},
       {nested(100000), "nested too deep"},
-      {"<a>\xF0</a><a>\xF0</a>", "not UTF-8, line 1, col 4"},
+      {"<a>\xF0</a><a>\xF0</a>", "more than one root element, line 1, col 9"},
       {"<a" + times(4097, " a=''") + "/>", "too many attributes"},
       {std::string(size_t{16} << 20, ' ') + "<a/>", "larger than 16 MiB"},
   };
@@ -166,6 +204,10 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
     EXPECT_EQ(node.getName(), "kept");
 
     log.clear();
+    std::string why;
+    EXPECT_FALSE(node.trySetFromXML(xml, why));
+    EXPECT_NE(why, "");
+    EXPECT_TRUE(log.lines().empty()) << log.text();
     EXPECT_FALSE(node.setFromXMLFile(file(xml)));
     EXPECT_EQ(log.count(": Parsing XML from file " + mPath + " returned "), 1);
     EXPECT_EQ(log.count(" (XML syntax error)\n"), 1);

@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "AR/Common/Macros.h"
@@ -27,8 +28,8 @@ enum class ParseResult : int {
 ///
 /// A node holds its tag name, its attributes sorted by name, and its children in document order,
 /// several of which may share a tag. A node owns its children: pointers to a node are valid until
-/// the tree above it is replaced or destroyed. Text is UTF-8. Comments, character data and
-/// processing instructions of a document are not kept.
+/// the tree above it is replaced or destroyed. Text is UTF-8; that of a document which is not is
+/// kept byte for byte. Comments, character data and processing instructions are not kept.
 ///
 /// A dotted path addresses a descendant by the tags on the way to it ("Orvo.Logging"), or an
 /// attribute with its name as the last component ("Orvo.Logging.level"); an attribute path without
@@ -38,8 +39,10 @@ enum class ParseResult : int {
 /// Nothing here throws on bad input or depends on the process locale. One thread at a time.
 class AR_EXPORT ConfigNode {
  public:
-  /// A document that is deeper, root element included, is refused, as it would be by recursion.
-  static constexpr int kMaxDepth = 64;
+  // The limits on documents, whatever they come from. A document beyond any of them is refused.
+  static constexpr size_t kMaxBytes = size_t{16} << 20;
+  static constexpr int kMaxDepth = 64;         ///< Elements in each other, the root included.
+  static constexpr int kMaxAttributes = 4096;  ///< On one element.
 
   /// A node without name, attributes and children.
   ConfigNode() = default;
@@ -56,15 +59,17 @@ class AR_EXPORT ConfigNode {
   ~ConfigNode() = default;
 
   // Loading. Each replaces the tree and returns true, or leaves the tree as it was and returns
-  // false. Refused, besides a syntax error: more than 16 MiB, text with zero bytes or not in UTF-8,
-  // elements nested deeper than kMaxDepth, more than 4096 attributes on one element, and anything
-  // but exactly one root element.
+  // false. Refused, besides a syntax error: what is beyond the limits above, text with zero bytes,
+  // and anything but exactly one root element.
 
   /// Loads an XML file. Reports an unreadable file and a syntax error at ERROR.
   bool setFromXMLFile(const char* filenameXML);
 
   /// Loads a zero-terminated XML text. Reports a syntax error with its place at ERROR.
   bool setFromXMLString(const char* xml);
+
+  /// Loads an XML text. Logs nothing: `why` says what is wrong with one that is refused, and where.
+  [[nodiscard]] bool trySetFromXML(std::string_view xml, std::string& why);
 
   /// Takes over an already parsed document, which stays the caller's.
   bool setFromXMLDocument(const TiXmlDocument* document);
@@ -76,8 +81,8 @@ class AR_EXPORT ConfigNode {
   bool updateFromXMLFile(const char* filenameXML);
 
   /// Writes the declaration line and then the tree, `indent` spaces deeper per level, so that
-  /// loading it gives an equal tree. Returns whether everything could be written; a nameless root
-  /// cannot.
+  /// loading it gives an equal tree. Returns whether everything could be written. A tree that would
+  /// not load, for a name that is no XML name or a limit above, is not, and no file is touched.
   bool writeToXML(const char* filenameXML, int indent) const;
   bool writeToXML(std::ostream& stream, int indent) const;
 
@@ -171,9 +176,12 @@ class AR_EXPORT ConfigNode {
   ConfigNode* getOrCreateChild(const std::string& name);
   ConfigNode& appendChild(ConfigNode child);
 
+  bool trySetFromDocument(const TiXmlDocument& document);
   static bool tryBuild(const TiXmlElement& element, int depth, ConfigNode& node);
   void mergeFrom(ConfigNode&& other);
-  void writeElement(std::ostream& stream, size_t indent, size_t depth) const;
+  [[nodiscard]] bool tryWrite(int indent, std::string& text) const;
+  [[nodiscard]] bool isWritable(int depth) const;
+  void writeElement(size_t indent, size_t depth, std::string& text) const;
 
   std::string mName;
   Map<std::string, std::string> mAttributes;
