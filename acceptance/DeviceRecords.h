@@ -20,7 +20,7 @@ struct Point3 {
 };
 
 /// A rigid transform as a record holds it: q (p) + t.
-inline Point3 rotate(const XrPosedZEL_t::Quaternion& q, const Point3& p) {
+inline Point3 rotate(const QuaternionZEL& q, const Point3& p) {
   const Point3 c{q.y * p.z - q.z * p.y + q.w * p.x, q.z * p.x - q.x * p.z + q.w * p.y,
                  q.x * p.y - q.y * p.x + q.w * p.z};
   return {p.x + 2 * (q.y * c.z - q.z * c.y), p.y + 2 * (q.z * c.x - q.x * c.z),

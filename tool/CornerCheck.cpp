@@ -19,7 +19,7 @@ struct Position {
 };
 
 /// R^T p for the rotation R of a unit quaternion.
-Vec3d rotateBack(const XrPosedZEL_t::Quaternion& q, const Vec3d& p) {
+Vec3d rotateBack(const QuaternionZEL& q, const Vec3d& p) {
   const Vec3d v{-q.x, -q.y, -q.z};
   const Vec3d c = cross(v, p) + p * q.w;
   return p + cross(v, c) * 2;

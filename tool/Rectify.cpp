@@ -48,7 +48,7 @@ GreyImage sideBySide(const RectifiedImages& pair) {
 /// The rectified pair as a rig whose reference frame is the source left camera.
 void saveRectifiedRig(const std::string& file, const RectifiedImages& pair) {
   CameraCalibrationZEL left = pair.camera;
-  XrPosedZEL_t::Quaternion& q = left.pose.orientation;  // R_oltl, made R_tlol
+  QuaternionZEL& q = left.pose.orientation;  // R_oltl, made R_tlol
   q = {-q.x, -q.y, -q.z, q.w};
   std::snprintf(left.name, sizeof left.name, "left");
   CameraCalibrationZEL right = left;

@@ -71,7 +71,7 @@ ImuCalibrationZEL toRecord(const IMUCalibration<float>& imu) {
 }
 
 bool areConvertible(const DeviceCalibrationZEL& record) {
-  if (!(record.num_cameras >= 0 && record.num_cameras <= DeviceCalibrationZEL::kMaxCameras)) {
+  if (!(record.num_cameras >= 0 && record.num_cameras <= RECTILINE_MAX_CAMERAS)) {
     return false;
   }
   return std::all_of(record.cameras, record.cameras + record.num_cameras,

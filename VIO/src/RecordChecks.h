@@ -20,7 +20,7 @@ inline bool areFiniteFloats(const double* first, std::size_t count) {
   return std::all_of(first, first + count, isFiniteFloat);
 }
 
-inline bool isUnitQuaternion(const XrPosedZEL_t::Quaternion& q) {
+inline bool isUnitQuaternion(const QuaternionZEL& q) {
   return std::fabs(q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w - 1) < 0.001;
 }
 

@@ -57,7 +57,7 @@ struct Claim {
 };
 
 std::optional<Cameras> camerasOf(const DeviceCalibrationZEL& device) {
-  if (!(device.num_cameras >= 2 && device.num_cameras <= DeviceCalibrationZEL::kMaxCameras)) {
+  if (!(device.num_cameras >= 2 && device.num_cameras <= RECTILINE_MAX_CAMERAS)) {
     return std::nullopt;
   }
   const XrPosedZEL_t& poseL = device.cameras[0].pose;

@@ -44,7 +44,7 @@ bool rectify(const DeviceCalibrationZEL& device, Rectification& pair) {
   return pair.target.isInitialized();
 }
 
-XrPosedZEL_t::Quaternion toQuaternion(const SO3<float>& R) {
+QuaternionZEL toQuaternion(const SO3<float>& R) {
   Vec<float, 3> axis;
   float angle;
   AR::Math::matrix2AxisAngle(R.matrix(), axis, angle);

@@ -165,7 +165,7 @@ bool loadCameraConfig(const ConfigNode& cameraNode, const CamImageId& id, FullCa
   using Rig = FullStereoCameraCalibration<P>;
   CamModel::CameraModel<P> model;
   Math::SE3<P> T_local_ref;
-  CaptureDetails captureDetails;
+  CaptureDetails captureDetails{};
   bool isRollingShutter = false;
   P lineTime = 0;
   double delta = 0;

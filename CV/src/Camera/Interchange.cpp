@@ -11,8 +11,6 @@
 namespace AR::CV {
 namespace {
 
-using Quaternion = XrPosedZEL_t::Quaternion;
-
 template <typename P>
 Math::Mat<P, 3, 3> rotationOfUnit(const P x, const P y, const P z, const P w) {
   return {1 - 2 * (y * y + z * z), 2 * (x * y - z * w),     2 * (x * z + y * w),
@@ -21,7 +19,7 @@ Math::Mat<P, 3, 3> rotationOfUnit(const P x, const P y, const P z, const P w) {
 }
 
 template <typename P>
-Math::SO3<P> toRotation(const Quaternion& orientation) {
+Math::SO3<P> toRotation(const QuaternionZEL& orientation) {
   Math::Vec<double, 4> q(orientation.x, orientation.y, orientation.z, orientation.w);
   Math::normalize(q);
   Math::Mat<P, 3, 3> R = rotationOfUnit<P>(static_cast<P>(q[0]), static_cast<P>(q[1]),
@@ -32,13 +30,13 @@ Math::SO3<P> toRotation(const Quaternion& orientation) {
 
 // The rows of 4 q q^T, written with the entries of R, are multiples of q; the one with the largest
 // diagonal entry is at least 1 long, so it alone never suffers from cancellation.
-Quaternion toQuaternion(const Math::Mat<double, 3, 3>& R) {
+QuaternionZEL toQuaternion(const Math::Mat<double, 3, 3>& R) {
   const double xy = R(1, 0) + R(0, 1), xz = R(0, 2) + R(2, 0), yz = R(2, 1) + R(1, 2);
   const double xw = R(2, 1) - R(1, 2), yw = R(0, 2) - R(2, 0), zw = R(1, 0) - R(0, 1);
-  const std::array<Quaternion, 4> rows = {{{1 + R(0, 0) - R(1, 1) - R(2, 2), xy, xz, xw},
-                                           {xy, 1 - R(0, 0) + R(1, 1) - R(2, 2), yz, yw},
-                                           {xz, yz, 1 - R(0, 0) - R(1, 1) + R(2, 2), zw},
-                                           {xw, yw, zw, 1 + R(0, 0) + R(1, 1) + R(2, 2)}}};
+  const std::array<QuaternionZEL, 4> rows = {{{1 + R(0, 0) - R(1, 1) - R(2, 2), xy, xz, xw},
+                                              {xy, 1 - R(0, 0) + R(1, 1) - R(2, 2), yz, yw},
+                                              {xz, yz, 1 - R(0, 0) - R(1, 1) + R(2, 2), zw},
+                                              {xw, yw, zw, 1 + R(0, 0) + R(1, 1) + R(2, 2)}}};
   const double diagonal[] = {rows[0].x, rows[1].y, rows[2].z, rows[3].w};
   const auto largest = std::max_element(std::begin(diagonal), std::end(diagonal));
   const auto& [x, y, z, w] = rows[static_cast<std::size_t>(largest - std::begin(diagonal))];

@@ -140,7 +140,7 @@ class AR_EXPORT FullCamera {
   RollingShutterCorrector<P> mRSCorrector;
   Math::SE3<P> mCamReferenceToLocal;
   CamImageId mCamId;
-  CaptureDetails mCaptureDetails;
+  CaptureDetails mCaptureDetails{};
   double mDelta = 0;
 };
 

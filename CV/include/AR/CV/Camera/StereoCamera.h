@@ -32,7 +32,7 @@ namespace AR::CV {
 template <typename P>
 class AR_EXPORT FullStereoCameraCalibration {
  public:
-  static constexpr std::size_t kMaxCameras = 6;
+  static constexpr std::size_t kMaxCameras = RECTILINE_MAX_CAMERAS;
 
   /// A rig without cameras.
   explicit FullStereoCameraCalibration(const CalibrationInfo& info);
