@@ -18,21 +18,6 @@ using Common::assertSuccess;
 using Common::Logger;
 using Internal::kRectifySource;
 
-/// f = h / |ideal(bottom) - ideal(top)| of the source left camera's centre column: the target sees
-/// exactly the vertical extent that the source sees there. In double: the rounding of f in single
-/// precision alone would scale every row. Returns 0 when an end of the column has no ideal point.
-template <typename F>
-double centreColumnFocalLength(const Camera<F>& sourceLeft) {
-  const Math::Vec<F, 2>& size = sourceLeft.getSize();
-  Math::Vec<F, 2> top;
-  Math::Vec<F, 2> bottom;
-  const bool found = sourceLeft.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, F(0)), top) &&
-                     sourceLeft.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, size(1)), bottom);
-  if (!AR_CHECK(found, "0", kRectifySource)) return 0;
-  return static_cast<double>(size(1)) /
-         Math::norm(bottom.template cast<double>() - top.template cast<double>());
-}
-
 template <typename F>
 F targetWidth(std::uint32_t targetImageWidth, const Math::Vec<F, 2>& size) {
   if (targetImageWidth == 0) return size(0);
@@ -67,40 +52,6 @@ Math::SO3<F> halfRotation(const Math::SO3<F>& R_orol) {
   Math::matrix2AxisAngle(R_orol.matrix(), axis, angle);
   const Math::Vec<F, 3> rotation = angle != 0 ? axis * angle : axis;
   return Math::SO3<F>::exp(rotation * F(0.5));
-}
-
-/// The rotation that turns direction `from` into direction `to` about their common normal.
-/// Lengths and angle in double: acos in single precision costs up to 0.2 pixels of row error, and
-/// squares of very short or long baselines leave its range.
-template <typename F>
-Math::SO3<F> alignment(const Math::Vec<double, 3>& from, const Math::Vec<double, 3>& to) {
-  const Math::Vec<double, 3> u = Math::unit(from);
-  const Math::Vec<double, 3> v = Math::unit(to);
-  Math::Vec<double, 3> axis = Math::cross(u, v);
-  const double sinAngle = Math::norm(axis);
-  const double angle = std::atan2(sinAngle, Math::dot(u, v));
-  axis = sinAngle == 0 ? Math::Vec<double, 3>(-u(1), u(0), u(2)) : axis / sinAngle;
-  return Math::SO3<F>::exp((axis * angle).template cast<F>());
-}
-
-/// R_oltl of a pair with pose `T_orol` whose baseline is to lie along the unit vector
-/// `baselineDir_t`.
-template <typename F>
-Math::SO3<F> rectifyingRotation(const Math::SE3<F>& T_orol, const Math::Vec<F, 3>& baselineDir_t) {
-  const Math::SO3<F> R_half = halfRotation(T_orol.rotation());
-  const Math::SE3<double> T = T_orol.template cast<double>();
-  const Math::Vec<double, 3> baselineVec_ol = T.rotation().inverse() * T.translation();
-  const Math::Vec<double, 3> baselineVec_half = R_half.template cast<double>() * baselineVec_ol;
-  const Math::Vec<double, 3> dir_t = baselineDir_t.template cast<double>();
-  Internal::logVector("", baselineVec_half, Logger::DEBUG);
-  const Math::SO3<F> R_tlol = alignment<F>(baselineVec_half, dir_t) * R_half;
-  const Math::Vec<double, 3> baselineVec_tl = R_tlol.template cast<double>() * baselineVec_ol;
-  Internal::logVector("", baselineVec_tl, Logger::DEBUG);
-  AR_CHECK(std::fabs(Math::dot(Math::unit(baselineVec_tl), dir_t) - 1) < 0.0001,
-           "(Math::fabs(Math::dot(Math::unit(R_oltl.inverse()*baselineVec_ol), "
-           "baselineDir_target_t) - 1)) < 0.0001",
-           kRectifySource);
-  return R_tlol.inverse();
 }
 
 template <typename F>
@@ -167,6 +118,54 @@ void repoint(const Math::SE3<F>& T_ref, const Math::Vec<F, 3>& desiredDir,
 }  // namespace
 
 template <typename F>
+double Internal::centreColumnExtent(const Camera<F>& camera) {
+  const Math::Vec<F, 2>& size = camera.getSize();
+  Math::Vec<F, 2> top;
+  Math::Vec<F, 2> bottom;
+  const bool found = camera.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, F(0)), top) &&
+                     camera.tryPixel2ideal(Math::Vec<F, 2>(size(0) / 2, size(1)), bottom);
+  return found ? Math::norm(bottom.template cast<double>() - top.template cast<double>()) : 0;
+}
+
+template <typename F>
+std::size_t Internal::baselineAxis(const Math::Vec<F, 3>& t) {
+  const F x = std::fabs(t(0));
+  const F y = std::fabs(t(1));
+  if (std::max(x, y) < std::fabs(t(2))) return 2;
+  return x < y ? 1 : 0;
+}
+
+template <typename F>
+Math::SO3<F> Internal::alignment(const Math::Vec<double, 3>& from, const Math::Vec<double, 3>& to) {
+  const Math::Vec<double, 3> u = Math::unit(from);
+  const Math::Vec<double, 3> v = Math::unit(to);
+  Math::Vec<double, 3> axis = Math::cross(u, v);
+  const double sinAngle = Math::norm(axis);
+  const double angle = std::atan2(sinAngle, Math::dot(u, v));
+  axis = sinAngle == 0 ? Math::Vec<double, 3>(-u(1), u(0), u(2)) : axis / sinAngle;
+  return Math::SO3<F>::exp((axis * angle).template cast<F>());
+}
+
+template <typename F>
+Math::SO3<F> Internal::rectifyingRotation(const Math::SE3<F>& T_orol,
+                                          const Math::Vec<F, 3>& baselineDir_t) {
+  const Math::SO3<F> R_half = halfRotation(T_orol.rotation());
+  const Math::SE3<double> T = T_orol.template cast<double>();
+  const Math::Vec<double, 3> baselineVec_ol = T.rotation().inverse() * T.translation();
+  const Math::Vec<double, 3> baselineVec_half = R_half.template cast<double>() * baselineVec_ol;
+  const Math::Vec<double, 3> dir_t = baselineDir_t.template cast<double>();
+  Internal::logVector("", baselineVec_half, Logger::DEBUG);
+  const Math::SO3<F> R_tlol = alignment<F>(baselineVec_half, dir_t) * R_half;
+  const Math::Vec<double, 3> baselineVec_tl = R_tlol.template cast<double>() * baselineVec_ol;
+  Internal::logVector("", baselineVec_tl, Logger::DEBUG);
+  AR_CHECK(std::fabs(Math::dot(Math::unit(baselineVec_tl), dir_t) - 1) < 0.0001,
+           "(Math::fabs(Math::dot(Math::unit(R_oltl.inverse()*baselineVec_ol), "
+           "baselineDir_target_t) - 1)) < 0.0001",
+           kRectifySource);
+  return R_tlol.inverse();
+}
+
+template <typename F>
 TargetIntrinsicsParams<F> Internal::setupTargetIntrinsics(std::uint32_t numDisparities, F minDepth,
                                                           F maxDepth, F focalTimesBaseline) {
   AR_CHECK(minDepth <= maxDepth, "minDepth <= maxDepth", kRectifySource);
@@ -177,11 +176,7 @@ TargetIntrinsicsParams<F> Internal::setupTargetIntrinsics(std::uint32_t numDispa
 
 template <typename F>
 std::size_t Internal::getBaselineIdx(const FullStereoCameraCalibration<F>& calib) {
-  const Math::Vec<F, 3> t = calib.at(1).getCamReferenceToLocal().translation();
-  const F x = std::fabs(t(0));
-  const F y = std::fabs(t(1));
-  std::size_t baselineIdx = x < y ? 1 : 0;
-  if (std::max(x, y) < std::fabs(t(2))) baselineIdx = 2;
+  const std::size_t baselineIdx = baselineAxis(calib.at(1).getCamReferenceToLocal().translation());
   AR_CHECK(baselineIdx <= 1, "baselineIdx <= 1", kRectifySource);
   return baselineIdx;
 }
@@ -198,11 +193,12 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   if (calib.size() < 2) return;  // reported by the lookup
   const Math::SE3<F> T_orol = right.getCamReferenceToLocal();
   const double length = Math::norm(T_orol.translation().template cast<double>());
-  const F f = static_cast<F>(centreColumnFocalLength(left.getIntrinsics()));
-  if (f == 0) return;
+  const double extent = Internal::centreColumnExtent(left.getIntrinsics());
+  if (!AR_CHECK(extent > 0, "0", kRectifySource)) return;
   if (!assertSuccess(length <= static_cast<double>(std::numeric_limits<F>::max()))) return;
   const F B = static_cast<F>(length);
   const Math::Vec<F, 2> sourceSize = left.getIntrinsics().getSize();
+  const F f = static_cast<F>(static_cast<double>(sourceSize(1)) / extent);
   const TargetIntrinsicsParams<F> params =
       Internal::setupTargetIntrinsics(numDisparities, minDepth, maxDepth, f * B);
   const Math::Vec<F, 2> size(targetWidth(targetImageWidth, sourceSize), sourceSize(1));
@@ -220,7 +216,7 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   if (!target.isInitialized()) return;
 
   checkLeftCameraAtOrigin(left.getCamReferenceToLocal());
-  R_oltl = rectifyingRotation(T_orol, baselineDir_t);
+  R_oltl = Internal::rectifyingRotation(T_orol, baselineDir_t);
   if (!Math::isZero(desiredDir)) {
     repoint(T_ref, desiredDir, baselineDir_t, target, R_oltl);
     if (!target.isInitialized()) return;
@@ -238,6 +234,14 @@ template void makeTargetCalibration(const FullStereoCameraCalibration<float>&, s
 
 template TargetIntrinsicsParams<float> Internal::setupTargetIntrinsics(std::uint32_t, float, float,
                                                                        float);
+template double Internal::centreColumnExtent(const Camera<float>&);
+template std::size_t Internal::baselineAxis(const Math::Vec<float, 3>&);
+template Math::SO3<float> Internal::alignment(const Math::Vec<double, 3>&,
+                                              const Math::Vec<double, 3>&);
+template Math::SO3<double> Internal::alignment(const Math::Vec<double, 3>&,
+                                               const Math::Vec<double, 3>&);
+template Math::SO3<float> Internal::rectifyingRotation(const Math::SE3<float>&,
+                                                       const Math::Vec<float, 3>&);
 template std::size_t Internal::getBaselineIdx(const FullStereoCameraCalibration<float>&);
 
 }  // namespace AR::CV

@@ -67,6 +67,30 @@ TargetIntrinsicsParams<FloatType> setupTargetIntrinsics(std::uint32_t numDispari
                                                         FloatType minDepth, FloatType maxDepth,
                                                         FloatType focalTimesBaseline);
 
+/// How far apart the two ends of the camera's centre column lie in its ideal plane; 0 when an end
+/// has no ideal point. A pinhole of h rows and a focal length of h / extent sees exactly that
+/// column over its height. In double: the rounding of that focal length in single precision alone
+/// would scale every row.
+template <typename FloatType>
+double centreColumnExtent(const Camera<FloatType>& camera);
+
+/// The axis (0, 1 or 2) along which `t` mostly lies.
+template <typename FloatType>
+std::size_t baselineAxis(const Math::Vec<FloatType, 3>& t);
+
+/// The rotation that turns direction `from` into direction `to` about their common normal.
+/// Lengths and angle in double: acos in single precision costs up to 0.2 pixels of row error, and
+/// squares of very short or long baselines leave its range. A length of 0 is fatal ("length>0").
+template <typename FloatType>
+Math::SO3<FloatType> alignment(const Math::Vec<double, 3>& from, const Math::Vec<double, 3>& to);
+
+/// R_oltl of a pair with pose `T_orol`: each camera is turned half-way towards the other, and then
+/// so that the vector from the right camera to the left one lies along the unit vector
+/// `baselineDir_t`.
+template <typename FloatType>
+Math::SO3<FloatType> rectifyingRotation(const Math::SE3<FloatType>& T_orol,
+                                        const Math::Vec<FloatType, 3>& baselineDir_t);
+
 /// The axis of camera 1's frame (0, 1 or 2) along which the baseline mostly lies.
 /// Reports "baselineIdx <= 1" for a baseline along the optical axis.
 template <typename FloatType>
@@ -98,6 +122,14 @@ extern template void makeTargetCalibration(const FullStereoCameraCalibration<flo
 namespace Internal {
 extern template TargetIntrinsicsParams<float> setupTargetIntrinsics(std::uint32_t, float, float,
                                                                     float);
+extern template double centreColumnExtent(const Camera<float>&);
+extern template std::size_t baselineAxis(const Math::Vec<float, 3>&);
+extern template Math::SO3<float> alignment(const Math::Vec<double, 3>&,
+                                           const Math::Vec<double, 3>&);
+extern template Math::SO3<double> alignment(const Math::Vec<double, 3>&,
+                                            const Math::Vec<double, 3>&);
+extern template Math::SO3<float> rectifyingRotation(const Math::SE3<float>&,
+                                                    const Math::Vec<float, 3>&);
 extern template std::size_t getBaselineIdx(const FullStereoCameraCalibration<float>&);
 extern template void checkMappingFactor(const Math::Vec<float, 2>&,
                                         const FullStereoCameraCalibration<float>&,
