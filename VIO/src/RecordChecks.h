@@ -31,9 +31,8 @@ inline bool isConvertible(const XrPosedZEL_t& pose) {
 }
 
 inline bool isConvertible(const IntrinsicCameraCalibrationZEL& record) {
-  const bool knownModel = record.distortion_model >= CamModel::LINEAR &&
-                          record.distortion_model <= CamModel::FISHEYE_RATIONAL;
-  return knownModel && isFiniteFloat(record.principal_point_x) &&
+  const auto model = static_cast<CamModel::DistortionModel>(record.distortion_model);
+  return CamModel::isKnownModel(model) && isFiniteFloat(record.principal_point_x) &&
          isFiniteFloat(record.principal_point_y) && isFiniteFloat(record.focal_length_x) &&
          isFiniteFloat(record.focal_length_y) &&
          areFiniteFloats(record.distortion, std::size(record.distortion)) &&

@@ -57,9 +57,10 @@ DistortionModel modelOfOldVec(const Math::Vec<P, 8>& o) {
 }  // namespace
 
 bool radialDistortionModelStringToEnum(const std::string& name, DistortionModel& model) {
-  for (const auto& traits : CamModel::allTraits<double>()) {
-    if (name != traits.name) continue;
-    model = traits.model;
+  for (std::int32_t number = 0; number < CamModel::kNumDistortionModels; ++number) {
+    const auto candidate = static_cast<DistortionModel>(number);
+    if (name != CamModel::modelName(candidate)) continue;
+    model = candidate;
     return true;
   }
   AR_LOGF(Logger::ERR, kSource, "Radial distortion model %s not supported (use UPPERCASE).",

@@ -15,10 +15,6 @@ namespace {
 
 constexpr char kSource[] = "CV/src/../include/AR/CV/CameraCalibration/UndistortionDerivatives";
 
-// Below this squared radius the derivative loses its digits: it divides small differences by y.
-template <typename P>
-constexpr P kMinSquaredRadius = P(0.0001);
-
 // G = r / s with s = sqrt(y), the distorted radius, and r the ideal one:
 // dG/dy = 1 / (2 y D) - r / (2 y s), D = ds/dr = F + 2 x dF/dx at x = r^2.
 template <typename P>
@@ -60,9 +56,9 @@ void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, st
   std::vector<P> yOfSlope(y.begin(), y.end());
   std::vector<P> GOfSlope(G.begin(), G.end());
   for (std::size_t i = 0; i < y.size(); ++i) {
-    if (y[i] >= kMinSquaredRadius<P>) continue;
-    yOfSlope[i] = kMinSquaredRadius<P>;
-    GOfSlope[i] = iterativeUndistFromSpline(camera, kMinSquaredRadius<P>);
+    if (y[i] >= CamModel::kSmallSquaredRadius<P>) continue;
+    yOfSlope[i] = CamModel::kSmallSquaredRadius<P>;
+    GOfSlope[i] = iterativeUndistFromSpline(camera, CamModel::kSmallSquaredRadius<P>);
   }
   derivativesOfFactor<P>(camera, yOfSlope, GOfSlope, dGdy);
   for (const P slope : dGdy) {

@@ -4,12 +4,10 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
-#include <numbers>
 #include <span>
 
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/InvertFactors.h"
-#include "CameraModel/models/FisheyeSpline.h"
 
 namespace CamModel {
 namespace {
@@ -42,22 +40,6 @@ void undistortEach(const DistortionTraits<P>& traits, const RDVec<P>& k, std::sp
 }
 
 }  // namespace
-
-bool isKnownModel(const DistortionModel model) noexcept {
-  return findTraits<double>(model) != nullptr;
-}
-
-const char* modelName(const DistortionModel model) {
-  const auto* const traits = findTraits<double>(model);
-  AR_REQUIRE(traits != nullptr, "0 && \"Unhandled distortion model\"", kSource);
-  return traits->name;
-}
-
-int maxNumRadialDistortionCoeffs(const DistortionModel model) {
-  const auto* const traits = findTraits<double>(model);
-  AR_REQUIRE(traits != nullptr, "0 && \"Unhandled distortion model\"", kSource);
-  return traits->maxCoeffs;
-}
 
 template <typename P>
 CameraModel<P>::CameraModel(const IntrinsicCameraCalibrationZEL& record)
@@ -106,12 +88,11 @@ bool CameraModel<P>::validateRadialCoeffs() const {
                 modelName(model), maxCoeffs);
     return false;
   }
-  const double omega = radialDistortion[0];
-  if (!findTraits<P>(model)->checkOmega || (omega > 0 && omega < std::numbers::pi)) return true;
-  std::printf(
-      "Omega parameter of 1-param fisheye model and rational fisheye model (%f) must be in the "
-      "range (0, Pi)\n",
-      omega);
+  const DistortionTraits<P>& traits = *findTraits<P>(model);
+  if (traits.accepts == nullptr || traits.accepts(radialDistortion)) return true;
+  // Arguments that a format has no place for are ignored.
+  const auto k = radialDistortion.template cast<double>();
+  std::printf(traits.refusal, k[0], k[1], k[2], k[3], k[4], k[5]);
   return false;
 }
 
@@ -151,8 +132,8 @@ void CameraModel<P>::undistortionFactors(std::span<const P> y, std::span<P> G) c
 template <typename P>
 template <int N, std::floating_point T>
 T CameraModel<P>::distort_FisheyeSpline(const T x) const {
-  static_assert(N == kFisheyeSplineSegments);
-  return fisheyeSplineFactor(radialDistortion.template cast<T>(), x);
+  static_assert(N == 3, "the one number of segments that there is");
+  return findTraits<T>(FISHEYE_SPLINE_3)->factor(radialDistortion.template cast<T>(), x);
 }
 
 template class CameraModel<float>;

@@ -9,8 +9,6 @@
 #include "CameraModel/CameraModel.h"
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/InvertFactors.h"
-#include "CameraModel/models/FisheyeRational.h"
-#include "CameraModel/models/RadialPolynomial.h"
 
 namespace CamModel {
 namespace {
@@ -117,9 +115,7 @@ void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, const bool v
 template <typename P>
 void CameraModel<P>::findDistortionLimits() {
   const auto* const traits = findTraits<P>(model);
-  if (traits != nullptr && traits->limitToPole != nullptr) {
-    traits->limitToPole(radialDistortion, limits);
-  }
+  if (traits != nullptr) limitToPole(*traits);
   if (limits.distortionLimit >= P(0.0004) && !marchToDistortionLimit()) return;
   const P F = distortionFactor(limits.distortionLimit);
   limits.undistortionLimit = F * F * limits.distortionLimit;
@@ -153,13 +149,22 @@ bool CameraModel<P>::marchToDistortionLimit() {
 }
 
 template <typename P>
+void CameraModel<P>::limitToPole(const DistortionTraits<P>& traits) {
+  const auto pole = traits.findPole ? traits.findPole(radialDistortion) : std::nullopt;
+  if (!pole) return;
+  limits.distortionLimit = std::min(limits.distortionLimit, pole->limit);
+  std::printf(traits.poleText, static_cast<double>(pole->root),
+              std::sqrt(static_cast<double>(limits.distortionLimit)));
+}
+
+template <typename P>
 void CameraModel<P>::setMaxDistortionLimits_6paramRadial() {
-  limitToRadialPole(radialDistortion, limits);
+  limitToPole(*findTraits<P>(RADIAL_6_PARAMETERS));
 }
 
 template <typename P>
 void CameraModel<P>::setMaxDistortionLimits_fisheyeRational() {
-  limitToFisheyePole(radialDistortion, limits);
+  limitToPole(*findTraits<P>(FISHEYE_RATIONAL));
 }
 
 #define INSTANTIATE_LIMITS(P)                                                                   \
@@ -167,6 +172,7 @@ void CameraModel<P>::setMaxDistortionLimits_fisheyeRational() {
   template void CameraModel<P>::setupValidDistortionRange(const FOVLimit& fov, bool verbose);   \
   template void CameraModel<P>::findDistortionLimits();                                         \
   template bool CameraModel<P>::marchToDistortionLimit();                                       \
+  template void CameraModel<P>::limitToPole(const DistortionTraits<P>& traits);                 \
   template void CameraModel<P>::setMaxDistortionLimits_6paramRadial();                          \
   template void CameraModel<P>::setMaxDistortionLimits_fisheyeRational();
 INSTANTIATE_LIMITS(float)

@@ -119,7 +119,7 @@ TYPED_TEST(CameraModelTest, RadiiSideBySideAreThoseOfThePlainIteration) {
   for (const Lens& lens : kLenses) {
     const auto& traits = *findTraits<P>(lens.model);
     if (traits.inverse != nullptr) continue;
-    SCOPED_TRACE(traits.name);
+    SCOPED_TRACE(modelName(lens.model));
     const auto camera = makeCamera<P>(lens.model, lens.k);
     std::vector<P> y(3 * kRadiiAtOnce + 5), G(y.size());
     for (std::size_t i = 0; i < y.size(); ++i) y[i] = P(i * i) / 500;
@@ -144,7 +144,7 @@ TEST(Derivatives, AgreeWithDifferences) {
     const auto& traits = *findTraits<double>(lens.model);
     const RDVec<double> k = makeCamera<double>(lens.model, lens.k).radialDistortion;
     for (const double x : {5e-6, 5e-5, 2e-4, 0.04, 0.64, 3.24}) {
-      SCOPED_TRACE(std::string(traits.name) + " at " + std::to_string(x));
+      SCOPED_TRACE(std::string(modelName(lens.model)) + " at " + std::to_string(x));
       const bool small = x < 0.0001;
       RDVec<double> J;
       double dFdx;

@@ -12,6 +12,9 @@
 
 namespace CamModel {
 
+template <typename P>
+struct DistortionTraits;
+
 /// Intrinsics of one camera: a plain record, without invariants of its own (see validateCoeffs).
 ///
 /// A pixel (u, v) maps to the normalised (ideal) focal plane by x = (u - cx) / fx,
@@ -92,6 +95,7 @@ class AR_EXPORT CameraModel {
  private:
   [[nodiscard]] bool validateRadialCoeffs() const;
   [[nodiscard]] bool marchToDistortionLimit();
+  void limitToPole(const DistortionTraits<P>& traits);
 };
 
 extern template class CameraModel<float>;

@@ -1,9 +1,9 @@
 #pragma once
 
 // Everything the library knows of a distortion model: all other code reads these rows and none
-// branches on the model. A further model is one file in CameraModel/models/, one enumerator and one
-// row in DistortionTraits.cpp.
+// branches on the model. A row is made of the model's own file in src/models/.
 
+#include <optional>
 #include <span>
 
 #include "CameraModel/DistortionModel.h"
@@ -42,34 +42,40 @@ struct DerivativeFunction {
   }
 };
 
-/// One row of the table.
+/// Where a formula's denominator comes near 0.
+template <typename P>
+struct Pole {
+  P root;   ///< where it does, in the denominator's own variable
+  P limit;  ///< the largest squared ideal radius that stays short of it
+};
+
+/// What one model's file says, for precision P.
 template <typename P>
 struct DistortionTraits {
-  const char* name = nullptr;  ///< text form, upper case
-  DistortionModel model = LINEAR;
   int maxCoeffs = 0;  ///< leading radial coefficients that may be nonzero
 
   /// x: squared ideal radius; the distorted radius is sqrt(x) * factor.
   FactorFunction<P> factor;
-  /// y: squared distorted radius; the ideal radius is sqrt(y) * inverse. Null: no closed form.
-  P (*inverse)(const RDVec<P>& k, P y) = nullptr;
   /// The factor with its derivatives.
   DerivativeFunction<P> derivative;
+  /// y: squared distorted radius; the ideal radius is sqrt(y) * inverse. Null: no closed form.
+  P (*inverse)(const RDVec<P>& k, P y) = nullptr;
 
-  bool checkOmega = false;  ///< validation asks for 0 < k0 < pi
+  /// Whether the coefficients are ones that the formula takes. Null: any are. The refusal is a
+  /// printf format for the leading coefficients.
+  bool (*accepts)(const RDVec<P>& k) = nullptr;
+  const char* refusal = "";
 
   // The range of valid radii: none to be found, in closed form, or (where neither is set) by a
-  // march outwards in radius, short of a pole if the model can have one.
+  // march outwards in radius, short of a pole if the model can have one. The pole's text is a
+  // printf format for the root and the ideal radius that remains.
   bool validEverywhere = false;
   void (*closedFormRange)(const RDVec<P>& k, RadiusLimits<P>& limits) = nullptr;
-  void (*limitToPole)(const RDVec<P>& k, RadiusLimits<P>& limits) = nullptr;
+  std::optional<Pole<P>> (*findPole)(const RDVec<P>& k) = nullptr;
+  const char* poleText = "";
 
   LegacyForm legacy = {};
 };
-
-/// The rows of all models, in the order of the enumeration.
-template <typename P>
-[[nodiscard]] std::span<const DistortionTraits<P>> allTraits() noexcept;
 
 /// The row of `model`, or null when the model is unknown.
 template <typename P>
