@@ -12,16 +12,16 @@
  *   DeviceCalibrationZEL device;
  *   rectiline_rig_from_file("rig.xml", &device);
  *
- *   rectiline_options options = {sizeof options};                (zero: everything automatic)
- *   rectiline_rectification result = {sizeof result};
+ *   rectiline_options options = {.struct_size = sizeof options};  (zero: everything automatic)
+ *   rectiline_rectification result = {.struct_size = sizeof result};
  *   rectiline_rectify(&device, &options, NULL, NULL, &result);   (learn the size)
  *
- *   rectiline_map left = {sizeof left}, right = {sizeof right};
+ *   rectiline_map left = {.struct_size = sizeof left}, right = {.struct_size = sizeof right};
  *   left.width = right.width = result.left.width;
  *   left.height = right.height = result.left.height;
  *   left.x = malloc(...); ...                                    (width * height floats each)
  *   if (rectiline_rectify(&device, &options, &left, &right, &result) != RECTILINE_OK) {
- *     rectiline_error error = {sizeof error};
+ *     rectiline_error error = {.struct_size = sizeof error};
  *     rectiline_last_error(&error);
  *     puts(error.text);
  *   }
@@ -39,11 +39,11 @@
  *     first: R_camera_view turns directions of the view's frame into the camera's frame.
  *  3. Units. Lengths in metres, image quantities in pixels, angles in radians, times in seconds
  *     (nanoseconds in records). Matrices are row-major.
- *  4. Structs. The first member of a struct is its own size, set by the caller: {sizeof s} sets it
- *     and zeroes the rest, and zero always means "automatic" or "not asked for". Later versions
- *     only append members. A size smaller than the struct's first version is a bad argument; so are
- *     members beyond this version's that are not zero. Structs inside structs grow into their
- *     reserved members, which must be zero.
+ *  4. Structs. The first member of a struct is its own size, set by the caller, as by
+ *     {.struct_size = sizeof s}, which zeroes the rest; zero always means "automatic" or "not asked
+ *     for". Later versions only append members. A size smaller than the struct's first version is a
+ *     bad argument; so are members beyond this version's that are not zero. Structs inside structs
+ *     grow into their reserved members, which must be zero.
  *  5. Memory. Every buffer is the caller's and must hold what the struct says; strides are in bytes
  *     from row to row, 0 means that rows follow each other without a gap. Nothing outside the rows
  *     is written. Buffers that are written may not overlap others of the same call.
