@@ -1,34 +1,15 @@
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
+#include "bilinear.h"
 #include "remapRow.h"
 
 namespace kel {
 namespace {
 
-/// Two neighbouring positions along one axis and the weight of the second: i0 <= p < i0 + 1.
-struct Neighbours {
-  int i0;
-  int i1;
-  float weight1;
-};
-
-/// In double every int and every float is exact. False for NaN.
-bool isInside(float p, int size) {
-  return p >= 0.0F && static_cast<double>(p) < static_cast<double>(size);
-}
-
-Neighbours neighboursOf(float p, int size) {
-  const int i0 = static_cast<int>(p);
-  return {i0, std::min(i0 + 1, size - 1), p - static_cast<float>(i0)};
-}
-
 const std::uint8_t* rowOf(const SourceImage& src, int y) {
   return src.pixels + static_cast<std::ptrdiff_t>(std::int64_t{y} * src.stride);
 }
-
-float interpolate(float a, float b, float weightB) { return a + weightB * (b - a); }
 
 float interpolateRow(const std::uint8_t* row, const Neighbours& nx) {
   return interpolate(row[nx.i0], row[nx.i1], nx.weight1);
