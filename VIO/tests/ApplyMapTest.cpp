@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
-#include "GainRow.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "maps/GainRow.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/InstructionSets.h"
 

@@ -37,7 +37,7 @@ inline AR::CV::FullStereoCameraCalibration<float> emptyRig() {
 inline AR::CV::FullStereoCameraCalibration<float> rigOf(const DeviceCalibrationZEL& record) {
   AR::CV::FullStereoCameraCalibration<float> rig = emptyRig();
   IMUCalibration<float> imu;
-  return tryDeviceFromIdl(record, rig, imu) ? rig : emptyRig();
+  return deviceFromIdl(record, rig, imu) ? rig : emptyRig();
 }
 
 }  // namespace VIO::testing

@@ -4,10 +4,10 @@
 #include <atomic>
 #include <cstddef>
 
+#include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Image/MapKernel.h"
 #include "AR/Common/Macros.h"
 #include "AR/Common/RowBands.h"
-#include "AR/Common/SaturatingCast.h"
 
 namespace AR::CV {
 namespace {
@@ -91,8 +91,7 @@ void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P
 template <typename P>
 void ImageOps::generateCalibrationMapping(const Camera<P>& source, const Camera<P>& target,
                                           Image<P>& mapX, Image<P>& mapY) {
-  const Math::Vec<int, 2> size(Common::saturatingCast<int>(target.getSize()(0)),
-                               Common::saturatingCast<int>(target.getSize()(1)));
+  const Math::Vec<int, 2> size = pixelSize(target);
   const bool allocatedX = mapX.allocPixels(size, MEMORY_ALIGNMENT_16, false);
   const bool allocatedY = mapY.allocPixels(size, MEMORY_ALIGNMENT_16, false);
   if (!Common::assertSuccess(allocatedX && allocatedY)) {
@@ -109,7 +108,7 @@ void ImageOps::generateCalibrationMapping(const Camera<P>& source, const Camera<
 template <typename P>
 Math::Vec<P, 2> ImageOps::estimateUndistortedFocalLength(const Camera<P>& distorted,
                                                          const Camera<P>& linear) {
-  const int centre = Common::saturatingCast<int>(distorted.getSize()(0)) / 2;
+  const int centre = pixelSize(distorted)(0) / 2;
   const P h = distorted.getSize()(1);
   const P cy = linear.getPrincipalPoint()(1);
   const P top = mappedRow(linear, distorted, Math::Vec<P, 2>(static_cast<P>(centre), P(0)));

@@ -54,14 +54,6 @@ Math::SO3<F> halfRotation(const Math::SO3<F>& R_orol) {
   return Math::SO3<F>::exp(rotation * F(0.5));
 }
 
-template <typename F>
-F angleBetween(const Math::Vec<F, 3>& a, const Math::Vec<F, 3>& b) {
-  const F cosine = Math::dot(a, b) / (Math::norm(a) * Math::norm(b));
-  if (cosine < -1) return F(AR_PI);
-  if (cosine > 1) return F(0);
-  return std::acos(cosine);
-}
-
 /// Turns the target pair about its baseline so that its axis comes as close to `dir_ol` as it can:
 /// the rectification stays, the view moves.
 template <typename F>
@@ -69,8 +61,8 @@ void turnTowards(const Math::Vec<F, 3>& dir_ol, const Math::Vec<F, 3>& baselineD
                  Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> newDir_tl(F(0), F(0), F(1));
   const Math::Vec<F, 3> currentDir_tl = Math::unit(R_oltl.inverse() * dir_ol);
-  const F angleFromTargetBefore = angleBetween(currentDir_tl, newDir_tl);
-  AR_CHECK(angleFromTargetBefore < F(AR_PI / 4), "angleFromTargetBefore < FloatType(AR_PI/4)",
+  const double angleFromTargetBefore = Math::angleBetween(currentDir_tl, newDir_tl);
+  AR_CHECK(angleFromTargetBefore < AR_PI / 4, "angleFromTargetBefore < FloatType(AR_PI/4)",
            kRectifySource);
   AR_CHECK(Math::dot(currentDir_tl, newDir_tl) > 0, "Math::dot(currentDir_tl, newDir_tl) > 0",
            kRectifySource);
@@ -79,12 +71,12 @@ void turnTowards(const Math::Vec<F, 3>& dir_ol, const Math::Vec<F, 3>& baselineD
   AR_CHECK(Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0,
            "Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0", kRectifySource);
   R_oltl = R_oltl * Math::SO3<F>::exp(Math::makeso3FromTo(nearNewDir_tl, nearCurrentDir_tl));
-  const F angleFromTargetAfter = angleBetween(R_oltl.inverse() * dir_ol, newDir_tl);
+  const double angleFromTargetAfter = Math::angleBetween(R_oltl.inverse() * dir_ol, newDir_tl);
   AR_CHECK(angleFromTargetBefore > angleFromTargetAfter,
            "angleFromTargetBefore > angleFromTargetAfter", kRectifySource);
   AR_LOGF(Logger::DEBUG, kRectifySource,
           "Target calibration angle from desired direction %frads; was %frads.",
-          static_cast<double>(angleFromTargetAfter), static_cast<double>(angleFromTargetBefore));
+          angleFromTargetAfter, angleFromTargetBefore);
 }
 
 /// Gives both target cameras the principal point `pixel`. The right camera's disparity offset is

@@ -25,8 +25,8 @@ struct IMUCalibration {
 /// finite in single precision, a camera pose whose squared quaternion norm differs from 1 by 0.001
 /// or more, and intrinsics that no camera can be made of (those are logged by the camera).
 /// @return false, with `rig` and `imu` in an unspecified but valid state, when refused
-bool tryDeviceFromIdl(const DeviceCalibrationZEL& record,
-                      AR::CV::FullStereoCameraCalibration<float>& rig, IMUCalibration<float>& imu);
+bool deviceFromIdl(const DeviceCalibrationZEL& record,
+                   AR::CV::FullStereoCameraCalibration<float>& rig, IMUCalibration<float>& imu);
 
 /// Writes a rig of at most six cameras into a device record: header zeroed but for the device UID
 /// (127 characters), the inertial unit if there is one, and then the cameras. Camera records beyond

@@ -15,7 +15,15 @@
 
 #include "AR/Common/Macros.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "VIO/quality/CameraCertificate.h"
+#include "VIO/quality/MapReport.h"
+#include "VIO/quality/RectificationCertificate.h"
 #include "rectiline/CalibrationRecords.h"
+
+using VIO::CameraCertificate;
+using VIO::CertificatePlace;
+using VIO::MapReport;
+using VIO::RectificationCertificate;
 
 // ---- failed checks ------------------------------------------------------------------------------
 
@@ -41,24 +49,6 @@ AR_EXPORT std::uint32_t GetFailedChecks(FailedCheck* checks, std::uint32_t capac
 AR_EXPORT void ResetFailedChecks();
 
 // ---- report of a map ----------------------------------------------------------------------------
-
-/// What a map pair covers and how it scales. Magnification is of the image that the map makes: in
-/// target pixels per source pixel, from the singular values of the map's local derivative, which is
-/// the difference to the right and to the lower neighbour. A pixel is folded when its derivative's
-/// determinant is 0 or has the sign that is rarer in this map; so a map that mirrors the whole
-/// image is not folded.
-struct MapReport {
-  std::uint64_t pixels;            // width * height
-  std::uint64_t pixelsWithSource;  // positions that are finite and not -1 in both maps
-  double shareWithSource;          // 0 to 1
-  std::uint64_t measuredPixels;    // pixels whose right and lower neighbours have a source as well
-  std::uint64_t foldedPixels;      // measured pixels where the map turns back on itself
-  double leastMagnification;       // over all measured pixels and directions; 0 when there is none
-  double greatestMagnification;    // infinite where a derivative vanishes
-  // The largest rectangle of pixels that all have a source; of equal ones the topmost, then
-  // leftmost, then widest. Width and height 0 when there is none.
-  std::int32_t rectX, rectY, rectWidth, rectHeight;
-};
 
 /// Reports on any map pair of width x height pixels.
 /// @return false, with `report` untouched, for a null pointer, a size of 0 or above 2^31 - 1, or
@@ -130,29 +120,6 @@ AR_EXPORT int CreateCalibrationMapWithReasons(const DeviceCalibrationZEL& source
 
 // ---- certificate of a rectification -------------------------------------------------------------
 
-/// Where something was worst: the target pixel, and for a point its depth in metres (else 0).
-struct CertificatePlace {
-  float x;
-  float y;
-  float depth;
-};
-
-/// How far a claimed rectification is from the exact one. Errors in pixels; one that has no finite
-/// value (an infinite map value, a disparity of 0, a depth constant that is not a number) counts as
-/// infinite.
-struct RectificationCertificate {
-  std::uint32_t points;  // grid points and depths that were found in both rectified images
-  double maxRowError;    // of the rectified images, across the baseline
-  double rmsRowError;
-  CertificatePlace worstRow;
-  double maxDepthError;  // share of the true depth
-  CertificatePlace worstDepth;
-  double maxMapErrorLeft;  // source pixels between map and exact projection of the claimed ray
-  CertificatePlace worstMapLeft;
-  double maxMapErrorRight;
-  CertificatePlace worstMapRight;
-};
-
 /// Measures maps that claim to belong to a device, together with the depth constant and the
 /// rectified camera that claim to belong to them. Nothing that made them is trusted: rays of the
 /// claimed camera go through the exact formulas of the record's cameras, in double.
@@ -178,20 +145,6 @@ AR_EXPORT bool CertifyRectification(const DeviceCalibrationZEL* device, const fl
                                     RectificationCertificate* certificate);
 
 // ---- certificate of a camera --------------------------------------------------------------------
-
-/// How well the tables of one camera agree with its exact model. Errors in pixels, over the whole
-/// disc in which the tables are valid. Radii in the ideal (undistorted, normalised) plane.
-struct CameraCertificate {
-  double maxDistortionError;       // ray to pixel
-  double distortionErrorRadius;    // where
-  double maxUndistortionError;     // pixel to ray, judged by the exact pixel of the ray
-  double undistortionErrorRadius;  // where, as the ideal radius of the ray
-  double validRadius;              // largest ideal radius of the distortion table
-  double validRadiusPixels;        // pixels this far from the principal point still have a ray
-  double fieldOfView;              // radians, full angle at validRadius
-  std::uint32_t distortionBins;
-  std::uint32_t undistortionBins;
-};
 
 /// Measures one camera as the entry points would set it up (single precision). Its pose is not
 /// read.

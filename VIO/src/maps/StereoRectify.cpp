@@ -5,10 +5,10 @@
 #include <limits>
 
 #include "AR/CV/Camera/PinholeModel.h"
+#include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Image/ImageOps.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
-#include "AR/Common/SaturatingCast.h"
 
 namespace VIO {
 namespace {
@@ -19,6 +19,7 @@ using AR::Common::Logger;
 using AR::CV::Camera;
 using AR::CV::DepthRule;
 using AR::CV::FullCamera;
+using AR::CV::pixelSize;
 using AR::Math::SE3;
 using AR::Math::SO3;
 using AR::Math::Vec;
@@ -26,11 +27,6 @@ using ImageF = AR::CV::Image<float>;
 using MapJob = AR::CV::MapJob<float>;
 
 constexpr char kSource[] = "VIO/src/StereoRectify";
-
-Vec<int, 2> pixelSize(const Camera<float>& camera) {
-  return {AR::Common::saturatingCast<int>(camera.getSize()(0)),
-          AR::Common::saturatingCast<int>(camera.getSize()(1))};
-}
 
 bool isPairOfSize(const ArrayView<ImageF>& mapXY, const Vec<int, 2>& size, const char* textX,
                   const char* textY) {

@@ -1,17 +1,17 @@
+#include "VIO/quality/CameraCertificate.h"
+
 #include <cmath>
 #include <optional>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/Math/Constants.h"
-#include "ExactCamera.h"
-#include "VIO/MapQuality.h"
-#include "WorstError.h"
+#include "VIO/quality/ExactCamera.h"
+#include "quality/WorstError.h"
 
+namespace VIO {
 namespace {
 
-using VIO::ExactCamera;
-using VIO::PixelPosition;
-using Worst = VIO::WorstError<double>;  // by radius
+using Worst = WorstError<double>;  // by radius
 using Camera = AR::CV::Camera<float>;
 using Vec2 = AR::Math::Vec<float, 2>;
 
@@ -73,11 +73,12 @@ CameraCertificate certify(const Camera& camera, const ExactCamera& exact) {
 
 }  // namespace
 
-bool CertifyCamera(const CameraCalibrationZEL* camera, CameraCertificate* certificate) {
-  if (camera == nullptr || certificate == nullptr) return false;
-  const std::optional<ExactCamera> exact = ExactCamera::fromRecord(camera->intrinsics);
+bool certifyCamera(const IntrinsicCameraCalibrationZEL& camera, CameraCertificate& certificate) {
+  const std::optional<ExactCamera> exact = ExactCamera::fromRecord(camera);
   Camera tables;
-  if (!exact || !tables.init(CamModel::CameraModel<float>(camera->intrinsics))) return false;
-  *certificate = certify(tables, *exact);
+  if (!exact || !tables.init(CamModel::CameraModel<float>(camera))) return false;
+  certificate = certify(tables, *exact);
   return true;
 }
+
+}  // namespace VIO

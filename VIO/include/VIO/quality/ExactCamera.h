@@ -2,14 +2,11 @@
 
 #include <optional>
 
-#include "AR/Math/Vector.h"
 #include "CameraModel/CameraModel.h"
+#include "VIO/quality/MapView.h"
 #include "rectiline/CalibrationRecords.h"
 
 namespace VIO {
-
-/// A position in an image, pixels; integer coordinates are pixel positions.
-using PixelPosition = AR::Math::Vec<double, 2>;
 
 /// A record's camera by its formulas, in double: what the tables and maps are measured against.
 class ExactCamera {

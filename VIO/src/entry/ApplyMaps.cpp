@@ -4,10 +4,10 @@
 #include <cstdint>
 
 #include "AR/Common/RowBands.h"
-#include "GainRow.h"
 #include "Kel/kelRemapu8.h"
-#include "Status.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/Status.h"
+#include "maps/GainRow.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include "AR/CV/Stereo/Rectify.h"
 #include "AR/Common/Macros.h"
 #include "AR/Common/SaturatingCast.h"
-#include "CallerMaps.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
+#include "entry/CallerMaps.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ bool rectify(const DeviceCalibrationZEL& device, Rectification& pair) {
   constexpr float kMaxDepth = 10;
   constexpr std::uint32_t kSourceWidth = 0;
   VIO::IMUCalibration<float> imu;
-  const bool ret = VIO::tryDeviceFromIdl(device, pair.source, imu);
+  const bool ret = VIO::deviceFromIdl(device, pair.source, imu);
   if (!AR_CHECK(ret, "ret", kWrapperSource) || pair.source.size() < 2) return false;
   AR::CV::makeTargetCalibration(pair.source, kNumDisparities, kMinDepth, kMaxDepth, kSourceWidth,
                                 AR::Math::SE3<float>(), Vec<float, 3>(), pair.target, pair.R_oltl,

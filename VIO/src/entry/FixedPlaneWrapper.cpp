@@ -2,10 +2,10 @@
 
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
-#include "CallerMaps.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "AR/Common/Macros.h"
-#include "CallerMaps.h"
-#include "Status.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
+#include "entry/Status.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ SO3<float> rotationOf(const CalibrationMapConfig& config, std::size_t i) {
 }
 
 /// The intrinsics of camera i, or null after a report.
-const Camera<float>* findCamera(const Rig& rig, std::size_t i) {
+const Camera<float>* intrinsicsOf(const Rig& rig, std::size_t i) {
   const FullCamera<float>& camera = rig[i];
   if (i >= rig.size()) return nullptr;  // reported by the lookup
   const bool ok = AR_CHECK(camera.isInitialized(), "isInitialized()", kWrapperSource);
@@ -56,8 +56,8 @@ void createOneMap(const Rig& source, const Rig& target, const CalibrationMapConf
   const bool x = AR_CHECK(map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
   const bool y = AR_CHECK(map.Y != nullptr, "undistortionMap[cameraIdx].Y", kWrapperSource);
   const VIO::CallerMapPair maps = callerPair(map, reasons);
-  const Camera<float>* const from = findCamera(source, cameraIdx);
-  const Camera<float>* const to = findCamera(target, cameraIdx);
+  const Camera<float>* const from = intrinsicsOf(source, cameraIdx);
+  const Camera<float>* const to = intrinsicsOf(target, cameraIdx);
   if (!x || !y || from == nullptr || to == nullptr) {
     maps.fillNotMade();
     return;
@@ -108,8 +108,8 @@ void createOneVignettingMap(const Rig& source, const Rig& target, std::size_t ca
   const bool there =
       AR_CHECK(map.scaleFactors != nullptr, "calibrationMap.vignettingMaps[cameraIdx].scaleFactors",
                kWrapperSource);
-  const Camera<float>* const from = findCamera(source, cameraIdx);
-  const Camera<float>* const to = findCamera(target, cameraIdx);
+  const Camera<float>* const from = intrinsicsOf(source, cameraIdx);
+  const Camera<float>* const to = intrinsicsOf(target, cameraIdx);
   if (!there || from == nullptr || to == nullptr) return;
   const Vec<int, 2> size = VIO::pixelSize(*from);
   if (!AR_CHECK(isOfSize(map.width, map.height, size),

@@ -1,7 +1,7 @@
-#include "ExactCamera.h"
+#include "VIO/quality/ExactCamera.h"
 
 #include "CameraModel/Tangential.h"
-#include "RecordChecks.h"
+#include "records/RecordChecks.h"
 
 namespace VIO {
 namespace {

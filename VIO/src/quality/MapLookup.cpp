@@ -1,6 +1,8 @@
-#include "MapLookup.h"
+#include "quality/MapLookup.h"
 
 #include <array>
+#include <cmath>
+#include <cstddef>
 
 namespace VIO {
 namespace {
@@ -33,7 +35,7 @@ bool trySolve(const AR::Math::Mat<double, 2, 2>& J, const PixelPosition& error,
 bool MapLookup::tryInterpolate(const PixelPosition& target, Local& local) const {
   const double x = target(0);
   const double y = target(1);
-  if (!(x >= 1 && x < mWidth - 2 && y >= 1 && y < mHeight - 2)) return false;
+  if (!(x >= 1 && x < mMap.width - 2 && y >= 1 && y < mMap.height - 2)) return false;
   const int x0 = static_cast<int>(x);
   const int y0 = static_cast<int>(y);
   const CubicWeights wx(x - x0);
@@ -41,10 +43,10 @@ bool MapLookup::tryInterpolate(const PixelPosition& target, Local& local) const 
   local = {};
   for (std::size_t j = 0; j < 4; ++j) {
     for (std::size_t i = 0; i < 4; ++i) {
-      PixelPosition source;
-      if (!trySource(x0 - 1 + static_cast<int>(i), y0 - 1 + static_cast<int>(j), source)) {
-        return false;
-      }
+      const int column = x0 - 1 + static_cast<int>(i);
+      const int row = y0 - 1 + static_cast<int>(j);
+      if (!mMap.hasSource(column, row)) return false;
+      const PixelPosition source = mMap.source(column, row);
       for (std::size_t k = 0; k < 2; ++k) {
         local.source(k) += wx.value[i] * wy.value[j] * source(k);
         local.J(k, 0) += wx.slope[i] * wy.value[j] * source(k);

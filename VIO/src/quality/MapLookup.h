@@ -1,10 +1,7 @@
 #pragma once
 
-#include <cmath>
-#include <cstddef>
-
 #include "AR/Math/Matrix.h"
-#include "ExactCamera.h"
+#include "VIO/quality/MapView.h"
 
 namespace VIO {
 
@@ -14,19 +11,8 @@ namespace VIO {
 /// each axis): straight lines would be off by more than the maps are.
 class MapLookup {
  public:
-  /// @param X, Y  width x height floats each, row-major; the caller keeps them alive
-  MapLookup(const float* X, const float* Y, int width, int height)
-      : mX(X), mY(Y), mWidth(width), mHeight(height) {}
-
-  /// The source position at a pixel of the map. False when the pixel has no source: -1 in both
-  /// maps, or not a number.
-  [[nodiscard]] bool trySource(int x, int y, PixelPosition& source) const {
-    const std::size_t i = static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) +
-                          static_cast<std::size_t>(x);
-    if ((mX[i] == -1 && mY[i] == -1) || std::isnan(mX[i]) || std::isnan(mY[i])) return false;
-    source = {static_cast<double>(mX[i]), static_cast<double>(mY[i])};
-    return true;
-  }
+  /// @param map  its memory must outlive the lookup
+  explicit MapLookup(const MapView& map) : mMap(map) {}
 
   /// Searches the target position whose source position is `source` by Newton's method, from
   /// `target` on. False, with `target` untouched, when the search leaves the pixels that have a
@@ -42,10 +28,7 @@ class MapLookup {
 
   [[nodiscard]] bool tryInterpolate(const PixelPosition& target, Local& local) const;
 
-  const float* mX;
-  const float* mY;
-  int mWidth;
-  int mHeight;
+  MapView mMap;
 };
 
 }  // namespace VIO

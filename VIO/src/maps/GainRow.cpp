@@ -1,7 +1,7 @@
-#include "GainRow.h"
+#include "maps/GainRow.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "GainRow.cpp"
+#define HWY_TARGET_INCLUDE "maps/GainRow.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 

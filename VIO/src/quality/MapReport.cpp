@@ -1,31 +1,14 @@
 // What a map pair covers, where it folds, and how it scales.
 
+#include "VIO/quality/MapReport.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
 
-#include "MapPosition.h"
-#include "VIO/MapQuality.h"
-
+namespace VIO {
 namespace {
-
-/// A map pair with its size.
-struct MapPair {
-  const float* X;
-  const float* Y;
-  std::int32_t width;
-  std::int32_t height;
-
-  [[nodiscard]] std::size_t index(std::int32_t x, std::int32_t y) const {
-    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-           static_cast<std::size_t>(x);
-  }
-  [[nodiscard]] bool hasSource(std::int32_t x, std::int32_t y) const {
-    const std::size_t i = index(x, y);
-    return VIO::hasSource(X[i], Y[i]);
-  }
-};
 
 /// The map's derivative at one pixel by forward differences: source pixels per target pixel.
 struct Derivative {
@@ -35,15 +18,11 @@ struct Derivative {
   [[nodiscard]] double determinant() const { return ux * vy - uy * vx; }
 };
 
-Derivative derivativeAt(const MapPair& map, std::int32_t x, std::int32_t y) {
-  const auto difference = [&](const float* plane, std::size_t there, std::size_t here) {
-    return static_cast<double>(plane[there]) - static_cast<double>(plane[here]);
-  };
-  const std::size_t here = map.index(x, y);
-  const std::size_t right = map.index(x + 1, y);
-  const std::size_t below = map.index(x, y + 1);
-  return {difference(map.X, right, here), difference(map.X, below, here),
-          difference(map.Y, right, here), difference(map.Y, below, here)};
+Derivative derivativeAt(const MapView& map, int x, int y) {
+  const PixelPosition here = map.source(x, y);
+  const PixelPosition toRight = map.source(x + 1, y) - here;
+  const PixelPosition toBelow = map.source(x, y + 1) - here;
+  return {toRight(0), toBelow(0), toRight(1), toBelow(1)};
 }
 
 /// Gathers the derivatives of all measured pixels.
@@ -139,12 +118,14 @@ class LargestRectangle {
   std::int32_t mX = 0, mY = 0, mWidth = 0, mHeight = 0;
 };
 
-MapReport reportOf(const MapPair& map) {
+}  // namespace
+
+MapReport reportOn(const MapView& map) {
   MapReport report{};
   ScaleStatistics scales;
   LargestRectangle rectangle(map.width);
-  for (std::int32_t y = 0; y < map.height; ++y) {
-    for (std::int32_t x = 0; x < map.width; ++x) {
+  for (int y = 0; y < map.height; ++y) {
+    for (int x = 0; x < map.width; ++x) {
       const bool hasSource = map.hasSource(x, y);
       rectangle.addPixel(x, hasSource);
       if (!hasSource) continue;
@@ -164,17 +145,4 @@ MapReport reportOf(const MapPair& map) {
   return report;
 }
 
-}  // namespace
-
-bool CreateMapReport(const float* mapX, std::uint32_t mapX_size, const float* mapY,
-                     std::uint32_t mapY_size, std::uint32_t width, std::uint32_t height,
-                     MapReport* report) {
-  constexpr std::uint32_t kMaxSize = std::numeric_limits<std::int32_t>::max();
-  if (mapX == nullptr || mapY == nullptr || report == nullptr) return false;
-  if (width == 0 || height == 0 || width > kMaxSize || height > kMaxSize) return false;
-  const std::uint64_t count = static_cast<std::uint64_t>(width) * height;
-  if (mapX_size < count || mapY_size < count) return false;
-  *report =
-      reportOf({mapX, mapY, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height)});
-  return true;
-}
+}  // namespace VIO

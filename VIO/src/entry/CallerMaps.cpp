@@ -1,4 +1,4 @@
-#include "CallerMaps.h"
+#include "entry/CallerMaps.h"
 
 #include "AR/CV/Image/MapRow.h"
 #include "AR/Common/Macros.h"

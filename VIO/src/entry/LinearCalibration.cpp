@@ -72,7 +72,7 @@ void getLinearCalibration(const DeviceCalibrationZEL* source, bool largest,
   const CalibrationInfo info(CalibrationInfo::UNKNOWN, 0);
   Rig sourceRig(info);
   VIO::IMUCalibration<float> scratch;
-  if (!VIO::tryDeviceFromIdl(*source, sourceRig, scratch)) return;
+  if (!VIO::deviceFromIdl(*source, sourceRig, scratch)) return;
   Rig linearRig(info);
   linearRig.setupEmptyCalibrationWithDefaultIds(sourceRig.size());
   for (std::size_t i = 0; i < sourceRig.size(); ++i) {

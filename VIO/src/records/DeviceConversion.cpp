@@ -8,9 +8,9 @@
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Common/TimeStamp.h"
 #include "AR/Common/WorkerPool.h"
-#include "RecordChecks.h"
-#include "Status.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/Status.h"
+#include "records/RecordChecks.h"
 
 namespace VIO {
 namespace {
@@ -82,8 +82,8 @@ bool areConvertible(const DeviceCalibrationZEL& record) {
 
 }  // namespace
 
-bool tryDeviceFromIdl(const DeviceCalibrationZEL& record, FullStereoCameraCalibration<float>& rig,
-                      IMUCalibration<float>& imu) {
+bool deviceFromIdl(const DeviceCalibrationZEL& record, FullStereoCameraCalibration<float>& rig,
+                   IMUCalibration<float>& imu) {
   if (!areConvertible(record)) return false;
   if (record.num_imus >= 1) imu = convertImu(record.imus[0]);
   const auto count = static_cast<unsigned>(record.num_cameras);
@@ -118,7 +118,7 @@ std::int32_t copySourceAndTargetCalibration(const DeviceCalibrationZEL& source,
                                             AR::CV::FullStereoCameraCalibration<float>& sourceCal,
                                             AR::CV::FullStereoCameraCalibration<float>& targetCal) {
   VIO::IMUCalibration<float> scratch;
-  const bool converted = VIO::tryDeviceFromIdl(source, sourceCal, scratch) &&
-                         VIO::tryDeviceFromIdl(target, targetCal, scratch);
+  const bool converted = VIO::deviceFromIdl(source, sourceCal, scratch) &&
+                         VIO::deviceFromIdl(target, targetCal, scratch);
   return converted ? VIO::kSuccess : VIO::kSizeMismatch;
 }

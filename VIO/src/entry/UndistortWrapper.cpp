@@ -2,10 +2,10 @@
 
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
-#include "CallerMaps.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
 
 namespace {
 
@@ -54,7 +54,7 @@ bool createUndistortMap(const DeviceCalibrationZEL* deviceCalibration, bool keep
   }
   Rig source(CalibrationInfo(CalibrationInfo::API, 0));
   VIO::IMUCalibration<float> scratch;
-  const bool ret = usable && VIO::tryDeviceFromIdl(*deviceCalibration, source, scratch);
+  const bool ret = usable && VIO::deviceFromIdl(*deviceCalibration, source, scratch);
   if (usable) AR_CHECK(ret, "ret", kWrapperSource);
   if (!ret) {
     maps.fillNotMade();

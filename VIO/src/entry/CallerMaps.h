@@ -5,13 +5,15 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/CV/Image/Image.h"
 #include "AR/Common/ArrayView.h"
-#include "AR/Common/SaturatingCast.h"
 #include "VIO/MapQuality.h"
 
 namespace VIO {
+
+using AR::CV::pixelSize;
 
 inline constexpr char kWrapperSource[] = "VIO/src/StereoRectifyWrapper";
 inline constexpr float kNoSource = -1.0F;
@@ -99,11 +101,5 @@ bool checkDevice(const DeviceCalibrationZEL* device, const char* text);
 
 inline constexpr char kDeviceText[] =
     "deviceCalibration != nullptr && deviceCalibration->num_cameras == 2";
-
-/// A camera's image size, pixels.
-inline AR::Math::Vec<int, 2> pixelSize(const AR::CV::Camera<float>& camera) {
-  return {AR::Common::saturatingCast<int>(camera.getSize()(0)),
-          AR::Common::saturatingCast<int>(camera.getSize()(1))};
-}
 
 }  // namespace VIO
