@@ -66,7 +66,8 @@ class Allocations : public ::testing::TestWithParam<int> {
 };
 
 TEST_P(Allocations, AMapTakesOneTable) {
-  const AR::CV::Camera<float> source = makeCamera<float>(cameraCases().back());
+  const AR::CV::Camera<float> source =
+      makeCamera<float>(testing::intrinsicsOf(lensNamed("fisheye_rational strong")));
   const auto size = [this](float scale) {
     return AR::Math::Vec<float, 2>(static_cast<float>(mWidth), static_cast<float>(mHeight)) * scale;
   };

@@ -14,20 +14,10 @@ namespace {
 
 using AR::CV::Camera;
 using AR::Math::Vec;
+using testing::intrinsicsOf;
 
 constexpr int kRadii = 400;
 constexpr int kAngles = 12;
-
-/// The case with its figures rounded to precision P, as the camera holds them.
-template <typename P>
-ExactModel rounded(const ExactModel& exact) {
-  ExactModel r = exact;
-  for (double& k : r.k) k = static_cast<double>(static_cast<P>(k));
-  for (double* v : {&r.p1, &r.p2, &r.fx, &r.fy, &r.cx, &r.cy}) {
-    *v = static_cast<double>(static_cast<P>(*v));
-  }
-  return r;
-}
 
 /// Calls f(x, y) over the disc of radius r.
 template <typename F>
@@ -62,7 +52,8 @@ template <typename P>
 Measured measureInverse(const Camera<P>& camera, const ExactModel& exact) {
   Measured m;
   overDisc(validRadius(camera.getUndistortionSpline()), [&](double xd, double yd) {
-    const Vec<P, 2> pixel(exact.cx + exact.fx * xd, exact.cy + exact.fy * yd);
+    const Vec<P, 2> pixel(exact.in.principal_point_x + exact.in.focal_length_x * xd,
+                          exact.in.principal_point_y + exact.in.focal_length_y * yd);
     Vec<P, 2> ideal;
     if (!camera.tryPixel2ideal(pixel, ideal)) return;
     m.add(exact.distance(ideal(0), ideal(1), pixel(0), pixel(1)));
@@ -71,18 +62,18 @@ Measured measureInverse(const Camera<P>& camera, const ExactModel& exact) {
 }
 
 template <typename P>
-void checkCase(const CameraCase& c, const char* precision) {
-  SCOPED_TRACE(c.name);
-  const Camera<P> camera = makeCamera<P>(c);
-  const ExactModel exact = rounded<P>(c.exact);
-  const double fitError = distortionFitError(camera);
-  const double limit = errorBound(fitError, exact.fx);
+void checkLens(const Lens& lens, const char* precision) {
+  SCOPED_TRACE(lens.name);
+  const Camera<P> camera = makeCamera<P>(intrinsicsOf(lens));
+  const ExactModel exact(camera.toIDL());  // its figures rounded as the camera holds them
+  const double fitError = testing::distortionTableError(camera);
+  const double limit = errorBound(fitError, exact.in.focal_length_x);
   const Measured forward = measureProjection(camera, exact);
   const Measured inverse = measureInverse(camera, exact);
   std::printf(
-      "%-18s %-6s bins %4zu fit %.1e radius %5.2f | to pixel %.5f px | to ideal %.5f px | bound "
+      "%-22s %-6s bins %4zu fit %.1e radius %5.2f | to pixel %.5f px | to ideal %.5f px | bound "
       "%.5f\n",
-      c.name, precision, camera.getDistortionSpline().coeffs.size(), fitError,
+      lens.name, precision, camera.getDistortionSpline().coeffs.size(), fitError,
       validRadius(camera.getDistortionSpline()), forward.worst, inverse.worst, limit);
   EXPECT_LE(forward.worst, limit);
   EXPECT_LE(inverse.worst, limit);
@@ -91,9 +82,9 @@ void checkCase(const CameraCase& c, const char* precision) {
 }
 
 TEST(CameraAccuracy, EveryModelAgainstItsFormula) {
-  for (const CameraCase& c : cameraCases()) {
-    checkCase<double>(c, "double");
-    checkCase<float>(c, "float");
+  for (const Lens& lens : kLenses) {
+    checkLens<double>(lens, "double");
+    checkLens<float>(lens, "float");
   }
 }
 
@@ -115,27 +106,30 @@ Measured compareInverses(const Camera<float>& single, const Camera<double>& twic
                          const ExactModel& exact) {
   Measured m;
   overDisc(validRadius(twice.getUndistortionSpline()), [&](double xd, double yd) {
-    const Vec<double, 2> pixel(exact.cx + exact.fx * xd, exact.cy + exact.fy * yd);
+    const Vec<double, 2> pixel(exact.in.principal_point_x + exact.in.focal_length_x * xd,
+                               exact.in.principal_point_y + exact.in.focal_length_y * yd);
     Vec<float, 2> u;
     Vec<double, 2> v;
     if (!single.tryPixel2ideal(pixel.cast<float>(), u) || !twice.tryPixel2ideal(pixel, v)) return;
-    const Point2 p = exact.pixel(v(0), v(1));
+    const testing::Point2 p = exact.pixel(v(0), v(1));
     m.add(exact.distance(u(0), u(1), p.x, p.y));
   });
   return m;
 }
 
 TEST(CameraAccuracy, FloatAndDoubleAgreeWithinTheBounds) {
-  for (const CameraCase& c : cameraCases()) {
-    SCOPED_TRACE(c.name);
-    const Camera<float> single = makeCamera<float>(c);
-    const Camera<double> twice = makeCamera<double>(c);
-    const double fitError = std::max(distortionFitError(single), distortionFitError(twice));
-    const double limit = errorBound(fitError, c.exact.fx);
+  for (const Lens& lens : kLenses) {
+    SCOPED_TRACE(lens.name);
+    const ExactModel exact(intrinsicsOf(lens));
+    const Camera<float> single = makeCamera<float>(exact.in);
+    const Camera<double> twice = makeCamera<double>(exact.in);
+    const double fitError =
+        std::max(testing::distortionTableError(single), testing::distortionTableError(twice));
+    const double limit = errorBound(fitError, exact.in.focal_length_x);
     const Measured forward = compareProjections(single, twice);
-    const Measured inverse = compareInverses(single, twice, c.exact);
-    std::printf("%-18s float - double | to pixel %.5f px | to ideal %.5f px | bound %.5f\n", c.name,
-                forward.worst, inverse.worst, limit);
+    const Measured inverse = compareInverses(single, twice, exact);
+    std::printf("%-22s float - double | to pixel %.5f px | to ideal %.5f px | bound %.5f\n",
+                lens.name, forward.worst, inverse.worst, limit);
     EXPECT_LE(forward.worst, limit);
     EXPECT_LE(inverse.worst, limit);
     EXPECT_GT(forward.tested, kRadii * kAngles * 9 / 10);

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <vector>
 
-#include "ExactModel.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "rectiline/CalibrationRecords.h"
 #include "testing/GuardedBuffer.h"
@@ -38,37 +37,14 @@ inline XrPosedZEL_t pose(double rx, double ry, double rz, double tx, double ty, 
   return {{rx * s, ry * s, rz * s, std::cos(angle / 2)}, {tx, ty, tz}};
 }
 
-inline CameraCalibrationZEL cameraRecord(const char* name, int width, int height,
-                                         const ExactModel& exact, const XrPosedZEL_t& T_cam_ref) {
+inline CameraCalibrationZEL cameraRecord(const char* name,
+                                         const IntrinsicCameraCalibrationZEL& intrinsics,
+                                         const XrPosedZEL_t& T_cam_ref) {
   CameraCalibrationZEL record{};
   std::snprintf(record.name, sizeof record.name, "%s", name);
-  IntrinsicCameraCalibrationZEL& in = record.intrinsics;
-  in.width = width;
-  in.height = height;
-  in.principal_point_x = exact.cx;
-  in.principal_point_y = exact.cy;
-  in.focal_length_x = exact.fx;
-  in.focal_length_y = exact.fy;
-  std::copy(exact.k.begin(), exact.k.end(), in.distortion);
-  in.distortion[6] = exact.p1;
-  in.distortion[7] = exact.p2;
-  in.distortion_model = exact.model;
+  record.intrinsics = intrinsics;
   record.pose = T_cam_ref;
   return record;
-}
-
-/// The formula of a record's camera.
-inline ExactModel exactModel(const CameraCalibrationZEL& record) {
-  const IntrinsicCameraCalibrationZEL& in = record.intrinsics;
-  ExactModel exact{static_cast<CamModel::DistortionModel>(in.distortion_model)};
-  std::copy(in.distortion, in.distortion + 6, exact.k.begin());
-  exact.p1 = in.distortion[6];
-  exact.p2 = in.distortion[7];
-  exact.fx = in.focal_length_x;
-  exact.fy = in.focal_length_y;
-  exact.cx = in.principal_point_x;
-  exact.cy = in.principal_point_y;
-  return exact;
 }
 
 inline DeviceCalibrationZEL pairRecord(const CameraCalibrationZEL& left,

@@ -18,13 +18,14 @@ struct Size {
 };
 
 DeviceCalibrationZEL idealPair(const Size& size, double f, double B) {
-  ExactModel pinhole{CamModel::LINEAR};
-  pinhole.fx = pinhole.fy = f;
-  pinhole.cx = size.width / 2.0;
-  pinhole.cy = size.height / 2.0;
-  return pairRecord(
-      cameraRecord("left", size.width, size.height, pinhole, pose(0, 0, 0, 0, 0, 0)),
-      cameraRecord("right", size.width, size.height, pinhole, pose(0, 0, 0, -B, 0, 0)));
+  IntrinsicCameraCalibrationZEL pinhole{};
+  pinhole.width = size.width;
+  pinhole.height = size.height;
+  pinhole.principal_point_x = size.width / 2.0;
+  pinhole.principal_point_y = size.height / 2.0;
+  pinhole.focal_length_x = pinhole.focal_length_y = f;
+  return pairRecord(cameraRecord("left", pinhole, pose(0, 0, 0, 0, 0, 0)),
+                    cameraRecord("right", pinhole, pose(0, 0, 0, -B, 0, 0)));
 }
 
 struct MapDeviation {

@@ -4,36 +4,27 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 
 #include "AR/CV/Camera/Camera.h"
-#include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
-#include "ExactModel.h"
+#include "testing/ExactModel.h"
+#include "testing/Lenses.h"
+#include "testing/TableErrors.h"
 
 // The library's cameras beside their formulas, and what error a camera may have.
 
 namespace rectiline::acceptance {
 
-/// The library's camera with the figures of `exact`, its limits computed.
-template <typename P>
-AR::CV::Camera<P> makeCamera(const CameraCase& c) {
-  const ExactModel& exact = c.exact;
-  CamModel::RDVec<P> k;
-  for (std::size_t i = 0; i < exact.k.size(); ++i) k(i) = static_cast<P>(exact.k[i]);
-  AR::CV::Camera<P> camera;
-  const bool ok = camera.init({c.width, c.height}, {exact.cx, exact.cy}, {exact.fx, exact.fy}, k,
-                              {exact.p1, exact.p2}, exact.model, {0, 0});
-  EXPECT_TRUE(ok) << c.name;
-  return camera;
-}
+using testing::ExactModel;
+using testing::kLenses;
+using testing::Lens;
+using testing::lensNamed;
 
-/// The largest error in the radius that the camera's distortion table has between its knots.
+/// The library's camera of a record.
 template <typename P>
-double distortionFitError(const AR::CV::Camera<P>& camera) {
-  const auto& spline = camera.getDistortionSpline();
-  return static_cast<double>(
-      spline.testAccuracy(AR::CV::CameraCalibration::DistortFn<P>(camera.getCamModel()), true, 0,
-                          spline.coeffs.size()));
+AR::CV::Camera<P> makeCamera(const IntrinsicCameraCalibrationZEL& record) {
+  AR::CV::Camera<P> camera;
+  EXPECT_TRUE(camera.init(CamModel::CameraModel<P>(record)));
+  return camera;
 }
 
 /// The bound in pixels that a camera whose table has the radius error `fitError` must keep.

@@ -15,10 +15,13 @@
 #include "AR/Common/ConfigNode.h"
 #include "DeviceRecords.h"
 #include "VIO/MapQuality.h"
+#include "testing/ExactModel.h"
+#include "testing/Lenses.h"
 
 namespace rectiline::acceptance {
 namespace {
 
+using testing::Point2;
 using Buffer = testing::GuardedBuffer<float>;
 
 /// One camera's map pair as a function of real positions, and its inverse.
@@ -94,8 +97,8 @@ Alignment measure(const DeviceCalibrationZEL& device) {
   EXPECT_TRUE(pair.intact());
   const InvertibleMap left(pair.leftX, pair.leftY, pair.width, pair.height);
   const InvertibleMap right(pair.rightX, pair.rightY, pair.width, pair.height);
-  const ExactModel exactL = exactModel(device.cameras[0]);
-  const ExactModel exactR = exactModel(device.cameras[1]);
+  const testing::ExactModel exactL(device.cameras[0].intrinsics);
+  const testing::ExactModel exactR(device.cameras[1].intrinsics);
   const IntrinsicCameraCalibrationZEL& in = pair.camera.intrinsics;
   const auto& t = device.cameras[1].pose.position;
   const bool vertical = std::fabs(t.x) < std::fabs(t.y);
@@ -178,37 +181,37 @@ TEST(RowAlignment, ShippedRigs) {
 }
 
 /// A second camera turned by up to `spread` radians about each axis, next to or above the first.
-DeviceCalibrationZEL randomPair(std::mt19937& random, const ExactModel& lens, bool vertical) {
+DeviceCalibrationZEL randomPair(std::mt19937& random, const testing::Lens& lens, bool vertical) {
   constexpr double kSpread = 0.08;
   std::uniform_real_distribution<double> turn(-kSpread, kSpread);
   std::uniform_real_distribution<double> baseline(0.05, 0.17);
   std::uniform_real_distribution<double> sideways(-0.01, 0.01);
-  ExactModel right = lens;
-  right.cx += 3.7;
-  right.cy -= 2.4;
-  right.fx *= 1.004;
-  right.fy *= 1.003;
+  const IntrinsicCameraCalibrationZEL left = intrinsicsOf(lens);
+  IntrinsicCameraCalibrationZEL right = left;
+  right.principal_point_x += 3.7;
+  right.principal_point_y -= 2.4;
+  right.focal_length_x *= 1.004;
+  right.focal_length_y *= 1.003;
   const double B = baseline(random);
   const double tx = vertical ? sideways(random) : -B;
   const double ty = vertical ? -B : sideways(random);
   const double rx = turn(random);
   const double ry = turn(random);
   const double rz = turn(random);
-  return pairRecord(
-      cameraRecord("left", 640, 480, lens, pose(0, 0, 0, 0, 0, 0)),
-      cameraRecord("right", 640, 480, right, pose(rx, ry, rz, tx, ty, sideways(random))));
+  return pairRecord(cameraRecord("left", left, pose(0, 0, 0, 0, 0, 0)),
+                    cameraRecord("right", right, pose(rx, ry, rz, tx, ty, sideways(random))));
 }
 
 TEST(RowAlignment, RandomPairsOfEveryModel) {
   std::mt19937 random(20261121);
-  for (const CameraCase& c : cameraCases()) {
+  for (const testing::Lens& lens : testing::kLenses) {
     // Their uniform bins are coarse near the centre; what they reach is measured per camera.
-    const bool coarse = c.exact.model == CamModel::FISHEYE_1_PARAMETER ||
-                        c.exact.model == CamModel::FISHEYE_RATIONAL;
+    const bool coarse =
+        lens.model == CamModel::FISHEYE_1_PARAMETER || lens.model == CamModel::FISHEYE_RATIONAL;
     if (coarse) continue;
     for (const bool vertical : {false, true}) {
-      const std::string name = std::string(c.name) + (vertical ? " vertical" : "");
-      expectAligned(name.c_str(), randomPair(random, c.exact, vertical));
+      const std::string name = std::string(lens.name) + (vertical ? " vertical" : "");
+      expectAligned(name.c_str(), randomPair(random, lens, vertical));
     }
   }
 }

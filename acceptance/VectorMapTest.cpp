@@ -172,9 +172,9 @@ class VectorMap : public ::testing::Test {
 };
 
 TEST_F(VectorMap, AgreesForEveryModelInBothDirections) {
-  for (const CameraCase& c : cameraCases()) {
-    SCOPED_TRACE(c.name);
-    const Camera<float> camera = makeCamera<float>(c);
+  for (const Lens& lens : kLenses) {
+    SCOPED_TRACE(lens.name);
+    const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
     const Camera<float> target = pinhole(640, 480, 330);
     for (const Mat3& R : {turned(0.01F, -0.02F, 0.03F), turned(0.2F, 1.1F, -0.4F)}) {
       expectVectorFormsAgree({camera, target, R, DepthRule::InFront, false}, 640, 40);
@@ -186,10 +186,13 @@ TEST_F(VectorMap, AgreesForEveryModelInBothDirections) {
 
 TEST_F(VectorMap, AgreesAtFullSize) {
   for (const int scale : {1, 4}) {
-    CameraCase wide = cameraCases()[23];
+    IntrinsicCameraCalibrationZEL wide = intrinsicsOf(lensNamed("fisheye4 wide"));
     wide.width *= scale;
     wide.height *= scale;
-    for (double* v : {&wide.exact.fx, &wide.exact.fy, &wide.exact.cx, &wide.exact.cy}) *v *= scale;
+    for (double* v : {&wide.focal_length_x, &wide.focal_length_y, &wide.principal_point_x,
+                      &wide.principal_point_y}) {
+      *v *= scale;
+    }
     const Camera<float> camera = makeCamera<float>(wide);
     const auto f = static_cast<float>(scale);
     const Camera<float> target = pinhole(640 * f, 480 * f, 250 * f);
@@ -200,7 +203,7 @@ TEST_F(VectorMap, AgreesAtFullSize) {
 
 TEST_F(VectorMap, AgreesAtEverySizeUpTo67) {
   constexpr int kMax = 67;
-  const Camera<float> camera = makeCamera<float>(cameraCases()[5]);
+  const Camera<float> camera = makeCamera<float>(intrinsicsOf(lensNamed("radial2+tangential")));
   const Camera<float> target = pinhole(kMax, kMax, 20);
   for (int height = 1; height <= kMax; ++height) {
     for (int width = 1; width <= kMax; ++width) {
@@ -244,9 +247,9 @@ TEST_F(VectorMap, IsThePlainMapWherePositionsAreExact) {
 TEST_F(VectorMap, AgreesForHostileJobs) {
   constexpr float kInf = std::numeric_limits<float>::infinity();
   constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-  CameraCase lens = cameraCases()[9];
-  lens.exact.p1 = 0;
-  const Camera<float> camera = makeCamera<float>(lens);
+  Lens lens = lensNamed("radial3");
+  lens.p2 = -2.5e-4;
+  const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
   const Camera<float> target = pinhole(64, 48, 32);
   const Mat3 I = Mat3::identity();
   const Mat3 kSideways(0, 0, 1, 0, 1, 0, -1, 0, 0);  // depth 0 in the middle column
@@ -273,16 +276,16 @@ TEST_F(VectorMap, AgreesForHostileJobs) {
 }
 
 TEST_F(VectorMap, AgreesWhereTangentialTermsAreHardToInvert) {
-  CameraCase lens = cameraCases()[9];
-  lens.exact.p1 = 0.3;
-  lens.exact.p2 = -0.2;
-  const Camera<float> target = makeCamera<float>(lens);
+  Lens lens = lensNamed("radial3");
+  lens.p1 = 0.3;
+  lens.p2 = -0.2;
+  const Camera<float> target = makeCamera<float>(intrinsicsOf(lens));
   expectVectorFormsAgree(
       {pinhole(640, 480, 330), target, Mat3::identity(), DepthRule::InFront, true}, 640, 480);
 }
 
 TEST_F(VectorMap, ReasonsChangeNoBit) {
-  const Camera<float> camera = makeCamera<float>(cameraCases()[23]);
+  const Camera<float> camera = makeCamera<float>(intrinsicsOf(lensNamed("fisheye4 wide")));
   const Camera<float> target = pinhole(640, 480, 200);
   const Job job(camera, target, turned(0.1F, 0.7F, 0), DepthRule::InFront, false);
   testing::forEachInstructionSet([&] {
@@ -300,10 +303,10 @@ TEST_F(VectorMap, ReasonsChangeNoBit) {
 TEST_F(VectorMap, ATableHoldsUniformBinsOnly) {
   using AR::CV::SplineTable;
   AR::CV::HermiteSplineInterpolation<float> spline =
-      makeCamera<float>(cameraCases()[20]).getDistortionSpline();
+      makeCamera<float>(intrinsicsOf(lensNamed("fisheye4"))).getDistortionSpline();
   ASSERT_GT(spline.coeffs.size(), 2U);
-  for (const CameraCase& c : cameraCases()) {
-    const Camera<float> camera = makeCamera<float>(c);
+  for (const Lens& lens : kLenses) {
+    const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
     EXPECT_TRUE(SplineTable(camera.getDistortionSpline(), SplineTable::Layout::Planar).isUsable());
     EXPECT_TRUE(
         SplineTable(camera.getUndistortionSpline(), SplineTable::Layout::Planar).isUsable());

@@ -1,47 +1,34 @@
 #include "BenchCameras.h"
 
-#include <algorithm>
 #include <cmath>
-#include <iterator>
+#include <cstring>
+#include <vector>
 
 namespace rectiline::bench {
 namespace {
 
-using namespace CamModel;
+/// OpenCV has the radial polynomials with tangential terms, and the four-parameter fisheye.
+PeerModel peerOf(CamModel::DistortionModel model) {
+  if (model <= CamModel::RADIAL_6_PARAMETERS) return PeerModel::Pinhole;
+  return model == CamModel::FISHEYE_4_PARAMETERS ? PeerModel::Fisheye : PeerModel::None;
+}
 
-constexpr Lens kLenses[] = {
-    {"linear", LINEAR, PeerModel::Pinhole, 320, {}},
-    {"radial2", RADIAL_2_PARAMETERS, PeerModel::Pinhole, 458, {-0.2834, 0.0740}},
-    {"radial2+tangential",
-     RADIAL_2_PARAMETERS,
-     PeerModel::Pinhole,
-     458,
-     {-0.2834, 0.0740},
-     1.9e-4,
-     -1.8e-4},
-    {"radial3", RADIAL_3_PARAMETERS, PeerModel::Pinhole, 500, {-0.3691, 0.1968, -0.0568}},
-    {"radial6", RADIAL_6_PARAMETERS, PeerModel::Pinhole, 430, {5.2, 3.4, 0.18, 5.55, 5.1, 0.96}},
-    {"fisheye1", FISHEYE_1_PARAMETER, PeerModel::None, 300, {0.93}},
-    {"fisheye4", FISHEYE_4_PARAMETERS, PeerModel::Fisheye, 380, {-0.01, 0.02, -0.01, 0.002}},
-    {"chebyshev4", CHEBYSHEV_4_PARAMETERS, PeerModel::None, 380, {-0.02, 0.004, 0.001, 0}},
-    {"spline3", FISHEYE_SPLINE_3, PeerModel::None, 380, {-0.01, -0.02, -0.03, -0.03, -0.05, -0.02}},
-    {"fisheye_rational",
-     FISHEYE_RATIONAL,
-     PeerModel::None,
-     330,
-     {0.7, 0.02, 0.01, 0.03, 0.01, 0.005}},
-};
+Lens benchLens(const testing::Lens& lens) { return {lens, peerOf(lens.model)}; }
 
-constexpr Lens kWideFisheye = {"fisheye4_beyond_180",
-                               FISHEYE_4_PARAMETERS,
-                               PeerModel::Fisheye,
-                               191,
-                               {0.0035, 0.0007, -0.0021, 0.0002}};
+/// The ordinary lens of each model.
+std::vector<Lens> ordinaryLenses() {
+  std::vector<Lens> lenses;
+  for (const testing::Lens& lens : testing::kLenses) {
+    if (std::strchr(lens.name, ' ') == nullptr) lenses.push_back(benchLens(lens));
+  }
+  return lenses;
+}
 
-const Lens& lensOf(DistortionModel model, bool tangential) {
-  return *std::find_if(std::begin(kLenses), std::end(kLenses), [&](const Lens& lens) {
-    return lens.model == model && (lens.p1 != 0) == tangential;
-  });
+Lens wideFisheye() {
+  Lens lens = benchLens(testing::lensNamed("fisheye4 wide"));
+  lens.name = "fisheye4_beyond_180";
+  lens.p1 = lens.p2 = 0;  // OpenCV's fisheye has no tangential terms
+  return lens;
 }
 
 /// A camera turned by `toeIn` radians about its y axis, `baseline` metres to the right.
@@ -59,24 +46,35 @@ std::string text(const Size& size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
-std::span<const Lens> lenses() { return kLenses; }
-const Lens& plainLens() { return lensOf(RADIAL_2_PARAMETERS, true); }
-const Lens& fisheyeLens() { return lensOf(FISHEYE_4_PARAMETERS, false); }
-const Lens& wideFisheyeLens() { return kWideFisheye; }
+std::span<const Lens> lenses() {
+  static const std::vector<Lens> kLenses = ordinaryLenses();
+  return kLenses;
+}
+
+const Lens& plainLens() {
+  static const Lens kLens = benchLens(testing::lensNamed("radial2+tangential"));
+  return kLens;
+}
+
+const Lens& fisheyeLens() {
+  static const Lens kLens = benchLens(testing::lensNamed("fisheye4"));
+  return kLens;
+}
+
+const Lens& wideFisheyeLens() {
+  static const Lens kLens = wideFisheye();
+  return kLens;
+}
 
 IntrinsicCameraCalibrationZEL intrinsicsOf(const Lens& lens, const Size& size) {
+  IntrinsicCameraCalibrationZEL in = testing::intrinsicsOf(lens);
   const double scale = size.width / 640.0;
-  IntrinsicCameraCalibrationZEL in{};
   in.width = size.width;
   in.height = size.height;
-  in.principal_point_x = scale * 321.3;
-  in.principal_point_y = scale * 238.6;
-  in.focal_length_x = scale * lens.focal;
-  in.focal_length_y = scale * lens.focal * 0.998;
-  std::copy(lens.k.begin(), lens.k.end(), in.distortion);
-  in.distortion[6] = lens.p1;
-  in.distortion[7] = lens.p2;
-  in.distortion_model = lens.model;
+  for (double* v :
+       {&in.principal_point_x, &in.principal_point_y, &in.focal_length_x, &in.focal_length_y}) {
+    *v *= scale;
+  }
   return in;
 }
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <array>
 #include <span>
 #include <string>
 
-#include "CameraModel/DistortionModel.h"
 #include "rectiline/CalibrationRecords.h"
+#include "testing/Lenses.h"
 
 // The cameras that everything is measured with.
 
@@ -26,14 +25,8 @@ inline constexpr Size kSizes[] = {{640, 480}, {1280, 960}, {2560, 1920}};
 enum class PeerModel { None, Pinhole, Fisheye };
 
 /// One lens; the same field of view at every size.
-struct Lens {
-  const char* name;
-  CamModel::DistortionModel model;
+struct Lens : testing::Lens {
   PeerModel peer;
-  double focal;  // pixels, of an image 640 wide
-  std::array<double, 6> k;
-  double p1 = 0;
-  double p2 = 0;
 };
 
 /// Lenses of about 90 to 120 degrees: one of each model, and one with tangential terms.

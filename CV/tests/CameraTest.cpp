@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
 
@@ -8,6 +7,7 @@
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
 #include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
 #include "AR/Common/Fnv1.h"
+#include "testing/Lenses.h"
 #include "testing/LogCapture.h"
 
 namespace AR::CV {
@@ -15,24 +15,13 @@ namespace {
 
 using rectiline::testing::LogCapture;
 
-struct CameraCase {
-  const char* name;
-  CamModel::DistortionModel model;
-  std::array<double, 6> k;
-  std::array<double, 2> p;
-};
+using rectiline::testing::kLenses;
+using rectiline::testing::Lens;
+using rectiline::testing::lensNamed;
 
-// clang-format off
-constexpr CameraCase kCameras[] = {
-    {"linear", CamModel::LINEAR, {}, {}},
-    {"radial 2", CamModel::RADIAL_2_PARAMETERS, {-0.28, 0.07}, {}},
-    {"radial 3", CamModel::RADIAL_3_PARAMETERS, {0.1, -0.05, 0.01}, {0, 5e-4}},
-    {"fisheye 4", CamModel::FISHEYE_4_PARAMETERS, {-0.01, 0.02, -0.015, 0.003}, {}},
-    {"rational", CamModel::FISHEYE_RATIONAL, {0.9, 0.01, 0.02, -0.01, 0.003, 0.001}, {-1e-3, 0}},
-};
-// clang-format on
-constexpr const CameraCase &kLinear = kCameras[0], &kRadial = kCameras[1],
-                           &kTangential = kCameras[2], &kRational = kCameras[4];
+const Lens &kLinear = lensNamed("linear"), &kRadial = lensNamed("radial2"),
+           &kTangential = lensNamed("radial3 pincushion"),
+           &kRational = lensNamed("fisheye_rational");
 
 template <typename P>
 using Vec2 = AR::Math::Vec<P, 2>;
@@ -48,14 +37,14 @@ struct CameraTest : ::testing::Test {
   static constexpr P kNan = std::numeric_limits<P>::quiet_NaN();
   static constexpr bool kIsDouble = sizeof(P) == sizeof(double);
 
-  static bool init(Camera<P>& camera, const CameraCase& c, Limits limits = {0, 0}) {
+  static bool init(Camera<P>& camera, const Lens& c, Limits limits = {0, 0}) {
     CamModel::RDVec<P> k;
     for (std::size_t i = 0; i < 6; ++i) k(i) = static_cast<P>(c.k[i]);
     return camera.init({P(640), P(480)}, {P(330), P(239.5)}, {P(400), P(600)}, k,
-                       {static_cast<P>(c.p[0]), static_cast<P>(c.p[1])}, c.model, limits);
+                       {static_cast<P>(c.p1), static_cast<P>(c.p2)}, c.model, limits);
   }
 
-  static Camera<P> make(const CameraCase& c) {
+  static Camera<P> make(const Lens& c) {
     Camera<P> camera;
     EXPECT_TRUE(init(camera, c)) << c.name;
     return camera;
@@ -79,7 +68,7 @@ TYPED_TEST(CameraTest, UnprojectsToTheDepthAskedFor) {
 TYPED_TEST(CameraTest, RefusesWhatItCannotConvertWithoutALogLine) {
   using P = TypeParam;
   const Camera<P> camera = this->make(kRadial);
-  const Camera<P> wild = this->make({"", CamModel::LINEAR, {}, {0.5, 0.5}});
+  const Camera<P> wild = this->make({"", CamModel::LINEAR, 0, {}, 0.5, 0.5});
   const P far = std::sqrt(camera.getUndistortionSpline().rangeMax);
   const Vec2<P> untouched(P(7), P(7));
   Vec2<P> out = untouched;
@@ -106,14 +95,14 @@ TYPED_TEST(CameraTest, FailedInitIsLoggedAndEmptiesTheCamera) {
   const char* const kDistortion = "Relative approximation error in distortion too high (";
   const char* const kUndistortion = "Relative approximation error in undistortion too high (";
   const struct {
-    CameraCase camera;
+    Lens camera;
     typename TestFixture::Limits limits;
     const char* line;
   } rows[] = {
-      {{"not of the model", CamModel::RADIAL_2_PARAMETERS, {0, 0, 1}, {}}, {0, 0}, kInvalid},
-      {{"pole", CamModel::RADIAL_6_PARAMETERS, {0, 0, 0, -0.5, 0, 0}, {}}, {2, 2}, kDistortion},
-      {{"endless", CamModel::LINEAR, {}, {}}, {std::numeric_limits<P>::max(), 1}, kDistortion},
-      {{"folds", CamModel::RADIAL_2_PARAMETERS, {-0.5, 0}, {}}, {P(1.2), 3}, kUndistortion},
+      {{"not of the model", CamModel::RADIAL_2_PARAMETERS, 0, {0, 0, 1}}, {0, 0}, kInvalid},
+      {{"pole", CamModel::RADIAL_6_PARAMETERS, 0, {0, 0, 0, -0.5}}, {2, 2}, kDistortion},
+      {{"endless", CamModel::LINEAR, 0, {}}, {std::numeric_limits<P>::max(), 1}, kDistortion},
+      {{"folds", CamModel::RADIAL_2_PARAMETERS, 0, {-0.5, 0}}, {P(1.2), 3}, kUndistortion},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.camera.name);
@@ -186,7 +175,7 @@ TYPED_TEST(CameraTest, HashIsThatOfTheFocalTermsBytes) {
 
 TYPED_TEST(CameraTest, UndistortionDerivativeIsThatOfTheFactor) {
   using P = TypeParam;
-  for (const CameraCase& c : kCameras) {
+  for (const Lens& c : kLenses) {
     SCOPED_TRACE(c.name);
     const Camera<P> camera = this->make(c);
     P dGdy, atMin;

@@ -20,7 +20,7 @@ namespace {
 using rectiline::testing::LogCapture;
 using testing::device;
 using testing::emptyRig;
-using testing::ModelCase;
+using testing::Lens;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
@@ -141,9 +141,9 @@ void expectNear(const Parameters& a, const Parameters& b) {
 }
 
 TEST(LinearCalibration, SameFocalLengthKeepsAllButTheDistortion) {
-  for (const ModelCase& c : testing::kModels) {
-    SCOPED_TRACE(c.name);
-    DeviceCalibrationZEL source = device(c, 210);
+  for (const Lens& lens : testing::kLenses) {
+    SCOPED_TRACE(lens.name);
+    DeviceCalibrationZEL source = device(lens, 210);
     source.num_cameras = 3;
     source.cameras[1].pose = {{0.1, 0.2, 0.3, std::sqrt(1 - 0.14)}, {-0.1, 0.2, 0.3}};
     DeviceCalibrationZEL target = filled();
@@ -175,10 +175,10 @@ TEST(LinearCalibration, WritesNothingButTheHeaderAndItsCameras) {
 }
 
 TEST(LinearCalibration, LargestPutsTheEndThatSpreadsLessOnTheBorder) {
-  for (const ModelCase& c : testing::kModels) {
+  for (const Lens& lens : testing::kLenses) {
     for (const double cy : {119.5, 90.0, 140.0}) {
-      SCOPED_TRACE(std::string(c.name) + " " + std::to_string(cy));
-      DeviceCalibrationZEL source = device(c);
+      SCOPED_TRACE(std::string(lens.name) + " " + std::to_string(cy));
+      DeviceCalibrationZEL source = device(lens);
       IntrinsicCameraCalibrationZEL& in = source.cameras[0].intrinsics;
       in.principal_point_y = cy;
       in.distortion[6] = in.distortion[7] = 0;
@@ -187,11 +187,11 @@ TEST(LinearCalibration, LargestPutsTheEndThatSpreadsLessOnTheBorder) {
       const double fy = linear.cameras[0].intrinsics.focal_length_y;
       expectNear(parameters(linear, 0), {320, 240, fy / 1.02, fy, 160, cy});
       // How far inside the source the borders of the linear image lie, by the exact formula.
-      const CamModel::CameraModel<double> exact(in);
-      const double top = testing::exactPixel(exact, 0, -cy / fy)(1);
-      const double bottom = 239 - testing::exactPixel(exact, 0, (239 - cy) / fy)(1);
+      const testing::ExactModel exact(in);
+      const double top = exact.pixel(0, -cy / fy).y;
+      const double bottom = 239 - exact.pixel(0, (239 - cy) / fy).y;
       EXPECT_NEAR(std::min(top, bottom), 0, 0.05);
-      if (c.model != CamModel::RADIAL_2_PARAMETERS) continue;
+      if (lens.model != CamModel::RADIAL_2_PARAMETERS) continue;
       EXPECT_NEAR(cy < 119 ? top : bottom, 0, 0.05) << "of a barrel the near end spreads less";
       EXPECT_EQ(std::max(top, bottom) < 0.05, cy == 119.5);
     }

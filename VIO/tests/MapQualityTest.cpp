@@ -23,16 +23,18 @@ namespace {
 
 using rectiline::testing::LogCapture;
 using VIO::testing::device;
-using VIO::testing::kModels;
-using VIO::testing::ModelCase;
+using VIO::testing::Lens;
+using VIO::testing::lensNamed;
 
 constexpr int kW = 320;
 constexpr int kH = 240;
 constexpr double kTurn = 0.1 * M_PI / 180;
 
-const ModelCase* const kLenses[] = {&kModels[0], &kModels[1], &kModels[2], &kModels[5]};
+const Lens &kLinear = lensNamed("linear"), &kBarrel = lensNamed("radial2");
+const Lens* const kSomeLenses[] = {&kLinear, &kBarrel, &lensNamed("radial3 pincushion"),
+                                   &lensNamed("fisheye4 wide")};
 
-DeviceCalibrationZEL rig(const ModelCase& lens, double aboutX, double tx, double ty) {
+DeviceCalibrationZEL rig(const Lens& lens, double aboutX, double tx, double ty) {
   DeviceCalibrationZEL record = device(lens);
   record.cameras[1].pose = {{std::sin(aboutX / 2), 0, 0, std::cos(aboutX / 2)}, {tx, ty, 0.002}};
   return record;
@@ -62,7 +64,7 @@ struct Claim {
 double worstMap(const Certificate& c) { return std::max(c->maxMapErrorLeft, c->maxMapErrorRight); }
 
 TEST(RectificationCertificate, GoodRigsPassWhereverTheyStand) {
-  DeviceCalibrationZEL record = rig(kModels[1], 0.03, 0.004, -0.1);
+  DeviceCalibrationZEL record = rig(kBarrel, 0.03, 0.004, -0.1);
   const Claim claim(record);
   for (int i = 0; i < 2; ++i) record.cameras[i].pose.position.x += 2;  // of the second's frame
   const Certificate c = claim.certify(record);
@@ -72,7 +74,7 @@ TEST(RectificationCertificate, GoodRigsPassWhereverTheyStand) {
 }
 
 TEST(RectificationCertificate, MapsOfATurnedCameraFailByTheAngle) {
-  for (const ModelCase* const lens : kLenses) {
+  for (const Lens* const lens : kSomeLenses) {
     const Claim claim(rig(*lens, kTurn, -0.1, 0));
     const Certificate c = claim.certify(rig(*lens, 0, -0.1, 0));
     ASSERT_TRUE(c) << lens->name;
@@ -104,7 +106,7 @@ TEST(RectificationCertificate, DamagedMapsFail) {
       {"one pixel", [](Claim& c) { c.m[2][kW * 100 + 100] = INFINITY; }, 0, INFINITY, 0},
       {"depth", [](Claim& c) { c.depthConstant *= 1.1F; }, 0, 0, 0.09},
       {"NaN depth", [](Claim& c) { c.depthConstant = NAN; }, 0, 0, INFINITY}};
-  const DeviceCalibrationZEL record = rig(kModels[1], 0.03, -0.1, 0.004);
+  const DeviceCalibrationZEL record = rig(kBarrel, 0.03, -0.1, 0.004);
   const Claim good(record);
   for (const Case& test : cases) {
     SCOPED_TRACE(test.name);
@@ -119,7 +121,7 @@ TEST(RectificationCertificate, DamagedMapsFail) {
 }
 
 TEST(RectificationCertificate, HostileMapsNeverPass) {
-  const DeviceCalibrationZEL record = rig(kModels[0], 0.03, -0.1, 0.004);
+  const DeviceCalibrationZEL record = rig(kLinear, 0.03, -0.1, 0.004);
   const float values[] = {NAN, INFINITY, -INFINITY, 1e38F, -1e38F, -1, 0, 100};
   std::mt19937 random(7);
   Claim claim(record);
@@ -135,7 +137,7 @@ TEST(RectificationCertificate, HostileMapsNeverPass) {
 }
 
 TEST(RectificationCertificate, RefusalsLeaveTheCertificateAlone) {
-  const DeviceCalibrationZEL good = rig(kModels[0], 0.03, -0.1, 0.004);
+  const DeviceCalibrationZEL good = rig(kLinear, 0.03, -0.1, 0.004);
   const Claim claim(good);
   const std::function<void(DeviceCalibrationZEL&, CameraCalibrationZEL&)> damages[] = {
       [](auto& d, auto&) { d.num_cameras = 1; },
@@ -163,13 +165,13 @@ TEST(RectificationCertificate, RefusalsLeaveTheCertificateAlone) {
 
 TEST(CameraCertificate, MeasuresTheTables) {
   CameraCertificate c{};
-  for (const ModelCase* const lens : kLenses) {
+  for (const Lens* const lens : kSomeLenses) {
     ASSERT_TRUE(CertifyCamera(device(*lens).cameras, &c)) << lens->name;
     EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens->name;
     EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens->name;
   }
   // Uniform bins over the squared radius are coarse at the centre of a wide one-parameter fisheye.
-  DeviceCalibrationZEL coarse = device({"", CamModel::FISHEYE_1_PARAMETER, {0.93}, {}}, 95);
+  DeviceCalibrationZEL coarse = device(lensNamed("fisheye1"), 95);
   ASSERT_TRUE(CertifyCamera(coarse.cameras, &c));
   EXPECT_GT(c.maxDistortionError, 0.01);
   EXPECT_LT(c.distortionErrorRadius, 1);

@@ -130,19 +130,19 @@ TEST(CreateRectifyMap, TheRectifiedCameraMayReplaceOneOfTheDevice) {
 }
 
 TEST(UndistortMap, SeesWhatAPinholeCameraOfTheScaledFocalLengthSees) {
-  for (const testing::ModelCase& c : testing::kModels) {
+  for (const testing::Lens& lens : testing::kLenses) {
     for (const double fovFactor : {0.5, 1.0, 2.5}) {
-      SCOPED_TRACE(c.name);
+      SCOPED_TRACE(lens.name);
       PairCall call(PairFunction::Undistort, PairCall::Sizes(4, 320 * 240));
-      call.record = device(c);
+      call.record = device(lens);
       call.record.cameras[1].intrinsics.principal_point_x = 150;
       call.record.cameras[1].pose.orientation = {0.5, 0.5, 0.5, 0.5};  // poses do not enter
       call.factor = static_cast<float>(fovFactor);
       call.keepOutside = 1;
       ASSERT_TRUE(call.run(false));
       const IntrinsicCameraCalibrationZEL& in = call.record.cameras[1].intrinsics;
-      const CamModel::CameraModel<double> exact(in);
-      const double scale = exact.distortionFactor(0.0) * fovFactor;
+      const testing::ExactModel exact(in);
+      const double scale = exact.factor(0) * fovFactor;
       const double error = testing::tableError(testing::rigOf(call.record).at(1).getIntrinsics());
       const double bound = std::max(0.01, 2 * error * in.focal_length_y);
       int tested = 0;
@@ -150,9 +150,9 @@ TEST(UndistortMap, SeesWhatAPinholeCameraOfTheScaledFocalLengthSees) {
         if (call.maps[2][i] == -1) continue;
         const double x = (static_cast<double>(i % 320) - 150) / (in.focal_length_x * scale);
         const double y = (static_cast<double>(i / 320) - 119.5) / (in.focal_length_y * scale);
-        const auto pixel = testing::exactPixel(exact, x, y);
-        ASSERT_NEAR(call.maps[2][i], pixel(0), bound) << i;
-        ASSERT_NEAR(call.maps[3][i], pixel(1), bound) << i;
+        const auto pixel = exact.pixel(x, y);
+        ASSERT_NEAR(call.maps[2][i], pixel.x, bound) << i;
+        ASSERT_NEAR(call.maps[3][i], pixel.y, bound) << i;
         ++tested;
       }
       EXPECT_GT(tested, 4000);
@@ -165,10 +165,10 @@ XrPosedZEL_t pose(const Vec<double, 3>& w, const Vec<double, 3>& t) {
 }
 
 TEST(FixedPlane, AnEyeInTheCameraSeesItsImageWhereItHasRays) {
-  for (const testing::ModelCase& c : testing::kModels) {
-    SCOPED_TRACE(c.name);
+  for (const testing::Lens& lens : testing::kLenses) {
+    SCOPED_TRACE(lens.name);
     PairCall call(PairFunction::FixedPlane, PairCall::Sizes(4, 320 * 240));
-    call.record = call.eyes = device(c);
+    call.record = call.eyes = device(lens);
     call.eyes.cameras[1].intrinsics.distortion_limit = 0.9;
     call.eyes.cameras[1].intrinsics.undistortion_limit = 0.7;
     call.keepOutside = 1;
