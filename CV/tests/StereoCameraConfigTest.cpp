@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "AR/CV/Camera/StereoCamera.h"
+#include "AR/CV/RigDocument.h"
 #include "AR/Common/ConfigNode.h"
 #include "testing/LogCapture.h"
 
@@ -39,17 +40,27 @@ ConfigNode parse(const std::string& xml) {
   return node;
 }
 
-ConfigNode device(const std::string& cameras) {
-  return parse(R"(<DeviceConfiguration deviceUID="uid">)" + cameras + "</DeviceConfiguration>");
+std::string device(const std::string& cameras) {
+  return R"(<DeviceConfiguration deviceUID="uid">)" + cameras + "</DeviceConfiguration>";
 }
 
 /// A document with one camera of these children.
-ConfigNode oneCamera(const std::string& children) {
+std::string oneCamera(const std::string& children) {
   return device(R"(<Camera cam_name="left">)" + children + "</Camera>");
 }
 
-ConfigNode oneCalibration(const std::string& attributes) {
+std::string oneCalibration(const std::string& attributes) {
   return oneCamera("<Calibration " + kGeometry + attributes + "/>" + kIdentity);
+}
+
+/// A document that tryRigFromXml() refuses with a reason that contains `reason`.
+void expectRefused(const std::string& document, const std::string& reason) {
+  FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+  rig.setDeviceUID("kept");
+  std::string why;
+  EXPECT_FALSE(tryRigFromXml(document.data(), document.size(), rig, why));
+  EXPECT_NE(why.find(reason), std::string::npos) << why;
+  EXPECT_EQ(rig.getDeviceUID(), "kept");
 }
 
 template <typename P>
@@ -57,10 +68,10 @@ class RigConfigTest : public ::testing::Test {
  protected:
   using Rig = FullStereoCameraCalibration<P>;
 
-  bool load(const ConfigNode& node, const Ids& ids = {}, const bool requireAllIds = false) {
+  bool load(const std::string& xml, const Ids& ids = {}, const bool requireAllIds = false) {
     rig = Rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
     log.clear();
-    return rig.loadCameraCalibFromDeviceConfig(node, ids, requireAllIds);
+    return rig.loadCameraCalibFromDeviceConfig(parse(xml), ids, requireAllIds);
   }
 
   void expectLogged(const std::string& part) {
@@ -105,36 +116,74 @@ TYPED_TEST(RigConfigTest, RefusesBadDocuments) {
     return oneCamera(kIntrinsics + kIdentity + child);
   };
   const std::string kMatrix = R"(rowMajorRotationMat="1 0 0 0 1 0 0 0 1" )";
-  const std::pair<ConfigNode, std::string> kCases[] = {
-      {device(""), "No cameras loaded from config under element 'DeviceConfiguration'"},
-      {oneCamera(kIdentity), kNoDetails},
-      {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails},
-      {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails},
+  const struct {
+    std::string document, message, why;
+  } kCases[] = {
+      {device(""), "No cameras loaded from config under element 'DeviceConfiguration'",
+       "expected a Camera element, found none"},
+      {oneCamera(kIdentity), kNoDetails, "size: expected width and height, pixels, found no such"},
+      {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails, "expected both model"},
+      {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails, "expected both model and"},
       {oneCalibration(R"(model="Linear" radial_distortion="0 0 0 0 0 0")"),
-       "Radial distortion model Linear not supported (use UPPERCASE)."},
-      {oneCalibration(kRadial + R"(distortion_limit="far")"), "Error parsing float"},
-      {oneCalibration(R"(radial_distortion_8="0.1 0 0 0 0 0 0 nan")"), "_8 is not finite"},
-      {oneCalibration(R"(radial_distortion_4="0.1 0 0 0" fish_eye="1")"), "parsing true/false"},
-      {pose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"), kTwice},
-      {pose(kMatrix), kIncomplete},
-      {pose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite"},
-      {pose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite"},
-      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation},
-      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation},
+       "Radial distortion model Linear not supported (use UPPERCASE).", "upper case, found \"Lin"},
+      {oneCalibration(kBad), "Cannot initialize camera from invalid", "Calibration: expected"},
+      {oneCalibration(kRadial + R"(distortion_limit="far")"), "Error parsing float",
+       "distortion_limit: expected the largest ideal radius, found \"far\""},
+      {oneCalibration(R"(radial_distortion_8="0.1 0 0 0 0 0 0 nan")"), "_8 is not finite",
+       "radial_distortion_8: expected eight numbers, found \"0.1 0 0 0 0 0 0 nan\""},
+      {oneCalibration(R"(radial_distortion_4="0.1 0 0 0" fish_eye="1")"), "parsing true/false",
+       "fish_eye: expected true for the four-parameter fisheye model, or false, found \"1\""},
+      {pose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"), kTwice, "stereo_rig: expected"},
+      {pose(kMatrix), kIncomplete, "Rig.rowMajorRotationMat: expected together with translation"},
+      {pose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite", "Rig.stereo_rig: expected"},
+      {pose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite",
+       "Rig.translation: expected x, y and z, metres, found \"0 inf 0\""},
+      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation,
+       "Rig.rowMajorRotationMat: expected rows of length 1 at right angles"},
+      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation,
+       "Rig.rowMajorRotationMat: expected rows"},
+      {more(kIdentity), "Duplicate tag 'Rig'.", "expected one Rig element, found 2"},
+      {more(kIntrinsics), kNoDetails, "expected one Calibration element, found 2"},
       {more("<CaptureDetails " + kSevenDetails + "/>"),
-       "Failed to read CaptureDetails tag. All attributes are required."},
-      {more("<TimeAlignment/>"), "Failed to read TimeAlignment tag."},
+       "Failed to read CaptureDetails tag. All attributes are required.",
+       "CaptureDetails.binningV: expected the vertical binning factor, found no such attribute"},
+      {more("<TimeAlignment/>"), "Failed to read TimeAlignment tag.", "TimeAlignment.delta: expec"},
       {more(R"(<RollingShutter isRollingShutter="true"/>)"),
-       "loadRollingShutterConfig() - Unable to determine linetime of rolling shutter camera."},
+       "loadRollingShutterConfig() - Unable to determine linetime of rolling shutter camera.",
+       "RollingShutter.linetime: expected seconds per row, above 0, found no such attribute"},
       {more(R"(<RollingShutter isRollingShutter="true" linetime="0"/>)"),
-       "Rolling shutter is enabled but line time is set to <= 0. Set isRollingShutter = false in"},
+       "Rolling shutter is enabled but line time is set to <= 0. Set isRollingShutter = false in",
+       "RollingShutter.linetime: expected seconds per row, above 0, found \"0\""},
   };
-  for (const auto& [document, message] : kCases) {
+  for (const auto& [document, message, why] : kCases) {
+    SCOPED_TRACE(document);
     EXPECT_FALSE(this->load(document)) << message;
     EXPECT_TRUE(this->rig.empty()) << message;
     this->expectLogged(message);
-    EXPECT_EQ(this->log.failedChecks(), 0) << this->log.text();
+    EXPECT_EQ(this->log.failedChecks() > 0, why.ends_with("found 2")) << this->log.text();
+    expectRefused(document, why);
   }
+}
+
+TEST(RigDocument, SaysWhyItIsRefused) {
+  const LogCapture log;
+  const std::string kCamera = "<Camera>" + kIntrinsics + "</Camera>";
+  std::string seven;
+  for (int i = 0; i < 7; ++i) seven += kCamera;
+  const std::pair<std::string, std::string> kCases[] = {
+      {"", "no root element, line 1, column 1"},
+      {"<DeviceConfiguration>\n<Camera></DeviceConfiguration>", ", line 2, column "},
+      {"<Device/>", "expected the root element DeviceConfiguration, found Device"},
+      {device(seven), "camera 6: expected at most 6 cameras"},
+      {device("<Camera cam_name='a'>" + kIntrinsics + "</Camera><Camera cam_name='a'/>"),
+       "camera 1: cam_name: expected another name than that of an earlier camera"},
+      {device(kCamera + "<Camera/><Camera cam_name='x'/>"), "camera 1: Calibration.size: expected"},
+  };
+  for (const auto& [document, why] : kCases) expectRefused(document, why);
+  FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+  std::string why;
+  EXPECT_FALSE(tryRigFromXml(nullptr, 0, rig, why));
+  EXPECT_EQ(why, "expected a document, found none");
 }
 
 TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
@@ -155,6 +204,7 @@ TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
       {kFour + R"(fish_eye="True")", FISHEYE_4_PARAMETERS, 0.4, 0.004, 0, "fish_eye"},
       {R"(radial_distortion_4="0.9 0 0 0")", FISHEYE_1_PARAMETER, 0.9, 0, 0, "fish_eye"},
       {"", LINEAR, 0, 0, 0, kNone},
+      {R"(model="LINEAR" tangential_distortion="0.01 0")", LINEAR, 0, 0, 0.01, kNone},
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.attributes);
@@ -219,7 +269,7 @@ TYPED_TEST(RigConfigTest, ReportsCamerasInOnePlaceAndARigOfOtherOrigin) {
   this->expectLogged("2/2 cameras have no stereo extrinsic calibration (they're all at 0,0,0)");
   this->rig.setInfo(CalibrationInfo(CalibrationInfo::XR_CALIB, 0));
   EXPECT_FALSE(this->rig.loadOneCamera(parse(kNode), {}));
-  EXPECT_TRUE(this->rig.loadCameraCalibFromDeviceConfig(device(kNode), {}, true));
+  EXPECT_TRUE(this->rig.loadCameraCalibFromDeviceConfig(parse(device(kNode)), {}, true));
   this->expectLogged("AR_ASSERT origin.getOrigin() == CalibrationInfo::UNKNOWN");
   this->rig.setupEmptyCalibrationWithDefaultIds(1);
   EXPECT_TRUE(this->rig.loadOneCamera(parse(kNode), {}));

@@ -10,6 +10,7 @@
 
 #include "AR/CV/Camera/CameraUtil.h"
 #include "AR/CV/Camera/StereoCamera.h"
+#include "AR/CV/RigDocument.h"
 #include "AR/Common/ConfigNode.h"
 #include "AR/Common/TinyXml.h"
 #include "CameraModel/DistortionTraits.h"
@@ -260,6 +261,43 @@ TYPED_TEST(RigXmlTest, LoadsWhatItWrites) {
   // Three cameras of each lens that has no old form to write.
   EXPECT_EQ(this->log.count("Unhandled enum option"), 3 * withoutOldForm);
   EXPECT_EQ(this->log.failedChecks(), 3 * withoutOldForm) << this->log.text();
+}
+
+TEST(RigDocument, ReturnsEveryName) {
+  const LogCapture log;
+  const char* const kNames[] = {"M\xFCnchen", "\xC3\xA4\xE4\xB8\xAD", "&#x41; <&>\"' &#xzz&#x",
+                                "\x01\t\n\xF0", "&#x;"};
+  for (const char* const name : kNames) {
+    const CameraCalibrationZEL records[] = {testing::cameraRecord(name),
+                                            testing::cameraRecord("right")};
+    FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+    rig.setFromIdl(records, rig.getInfo());
+    std::string bytes, why;
+    ASSERT_TRUE(tryRigToXml(rig, bytes, why)) << why;
+    auto back = rig;
+    ASSERT_TRUE(tryRigFromXml(bytes.data(), bytes.size(), back, why)) << why;
+    EXPECT_EQ(back[0].getNameStr(), name);
+  }
+}
+
+TEST(RigDocument, WritesNoRigThatCouldNotBeRead) {
+  const LogCapture log;
+  const CameraCalibrationZEL record = testing::cameraRecord("left");
+  FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+  std::string bytes = "kept", why;
+  EXPECT_FALSE(tryRigToXml(rig, bytes, why));
+  EXPECT_EQ(why, "expected a camera, found none");
+  rig.setFromIdl(std::vector{record, record}, rig.getInfo());
+  EXPECT_FALSE(tryRigToXml(rig, bytes, why));
+  EXPECT_EQ(why, "camera 1: cam_name: expected another name than that of an earlier camera");
+  rig[1].setCamId(CamImageId("right"));
+  rig[1].setExtrinsics({{}, {0, NAN, 0}});
+  EXPECT_FALSE(tryRigToXml(rig, bytes, why));
+  EXPECT_NE(why.find("camera 1: Rig.translation: expected x, y and z"), std::string::npos) << why;
+  rig[1].clearIntrinsics();
+  EXPECT_FALSE(tryRigToXml(rig, bytes, why));
+  EXPECT_EQ(why, "camera 1: expected a name and intrinsics");
+  EXPECT_EQ(bytes, "kept");
 }
 
 TYPED_TEST(RigXmlTest, SavesFiles) {

@@ -8,6 +8,7 @@
 #include "AR/CV/Camera/CameraUtil.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/WorkerPool.h"
+#include "FindCamera.h"
 
 namespace AR::CV {
 namespace {
@@ -24,12 +25,6 @@ void reportUnknown(const CamImageId& camId) {
   AR_CHECK(false, "0", kSource);
 }
 
-// Iterator to the first camera with this identity; CAMERA may be const.
-template <typename CAMERA>
-CAMERA* findCamera(CAMERA* const begin, CAMERA* const end, const CamImageId& camId) {
-  return std::find_if(begin, end, [&](const auto& cam) { return cam.getCamId() == camId; });
-}
-
 bool contains(const Common::ArrayView<const CamImageId> ids, const CamImageId& camId) {
   return std::find(ids.begin(), ids.end(), camId) != ids.end();
 }
@@ -42,16 +37,14 @@ FullStereoCameraCalibration<P>::FullStereoCameraCalibration(const CalibrationInf
 
 template <typename P>
 FullCamera<P>& FullStereoCameraCalibration<P>::operator[](const CamImageId& camId) {
-  FullCamera<P>* const camera = findCamera(begin(), end(), camId);
-  if (camera != end()) return *camera;
+  if (FullCamera<P>* const camera = findCamera(*this, camId)) return *camera;
   reportUnknown(camId);
   return mCameras.slotPastLast();
 }
 
 template <typename P>
 const FullCamera<P>& FullStereoCameraCalibration<P>::operator[](const CamImageId& camId) const {
-  const FullCamera<P>* const camera = findCamera(begin(), end(), camId);
-  if (camera != end()) return *camera;
+  if (const FullCamera<P>* const camera = findCamera(*this, camId)) return *camera;
   reportUnknown(camId);
   return mCameras.slotPastLast();
 }
@@ -106,7 +99,7 @@ bool FullStereoCameraCalibration<P>::trySetupEmptyCalibration(
   }
   bool hasAll = true;
   for (const CamImageId& camId : ids) {
-    hasAll &= AR_CHECK(findCamera(begin(), end(), camId) != end(),
+    hasAll &= AR_CHECK(findCamera(*this, camId) != nullptr,
                        "std::find_if(this->begin(), this->end(), [&camId](const FullCamera<PREC> "
                        "& cam){ return cam.getCamId() == camId; }) != this->end()",
                        kSource);

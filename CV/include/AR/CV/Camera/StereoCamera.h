@@ -24,6 +24,11 @@ class ConfigNode;
 
 namespace AR::CV {
 
+namespace RigFile {
+template <typename P>
+class RigLoader;
+}
+
 /// The calibration of a rig of up to six cameras in a fixed order: camera 0 is the left camera of a
 /// stereo pair, camera 1 the right one. Cameras are addressed by index or by identity.
 ///
@@ -152,6 +157,7 @@ class AR_EXPORT FullStereoCameraCalibration {
  private:
   template <typename>
   friend class FullStereoCameraCalibration;
+  friend class RigFile::RigLoader<P>;
 
   [[nodiscard]] bool hasCamera(std::size_t i) const;
 

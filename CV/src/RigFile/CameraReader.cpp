@@ -1,0 +1,192 @@
+// One camera from its configuration node.
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+#include "AR/Common/Macros.h"
+#include "AttributeTable.h"
+#include "RigFile.h"
+
+namespace AR::CV::RigFile {
+namespace {
+
+template <typename P>
+bool hasPose(const ConfigNode& rig) {
+  const auto has = [&rig](const Attribute<PoseForms<P>>& row) {
+    return rig.doesAttributeExists(row.name);
+  };
+  const auto& parts = kTranslationAndRotation<P>;
+  return has(kOldLieElement<P>) || has(kLieElement<P>[0]) ||
+         std::any_of(std::begin(parts), std::end(parts), has);
+}
+
+/// The pose from the "Rig" child. One that is missing altogether is reported and left as it is.
+template <typename P>
+bool readRig(const ConfigNode& cameraNode, Math::SE3<P>& T_local_ref, std::string& why) {
+  const ConfigNode* rig = nullptr;
+  if (!findOnlyChild(cameraNode, "Rig", rig, why)) return false;
+  if (rig == nullptr || !hasPose<P>(*rig)) {
+    logConfigError("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)");
+    return true;
+  }
+  std::string reason;
+  return readPose(*rig, T_local_ref, reason) || refuse(why, "Rig." + reason);
+}
+
+/// Whether the parts of a node make up one pose; reported when they do not.
+bool isOnePose(const ParseResult hasLie, const ParseResult hasRotation,
+               const ParseResult hasTranslation, std::string& why) {
+  for (const ParseResult result : {hasLie, hasRotation, hasTranslation}) {
+    if (result == ParseResult::Malformed) return false;
+  }
+  const int parts = (hasRotation == ParseResult::Exists) + (hasTranslation == ParseResult::Exists);
+  if (hasLie == ParseResult::Exists && parts > 0) {
+    logConfigError(
+        "Stereo calibration given twice in config--only specify either Lie element or [rotation "
+        "and translation]");
+    return refuse(why, "stereo_rig: expected alone, found with a rotation or translation");
+  }
+  if (hasLie == ParseResult::Missing && parts < 2) {
+    logConfigError(
+        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)");
+    return refuse(why, "rowMajorRotationMat: expected together with translation");
+  }
+  return true;
+}
+
+/// Whether R's rows are of unit length and at right angles; false when R holds NaN.
+template <typename P>
+bool isOrthonormal(const Math::Mat<P, 3, 3>& R) {
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = i; j < 3; ++j) {
+      const P error = std::fabs(Math::dot(R.row(i), R.row(j)) - (i == j ? P(1) : P(0)));
+      if (!(error < P(0.0001))) return false;
+    }
+  }
+  return true;
+}
+
+template <typename P>
+bool poseFromMatrix(PoseForms<P>& forms, Math::SE3<P>& pose, std::string& why) {
+  if (!isOrthonormal(forms.rotation)) {
+    logConfigError("Stereo calibration is not a 3x3 rotation matrix");
+    return refuse(why, "rowMajorRotationMat: expected rows of length 1 at right angles");
+  }
+  Math::enforceRotation(forms.rotation);
+  pose = Math::SE3<P>(Math::SO3<P>(forms.rotation), forms.translation);
+  return true;
+}
+
+/// Refuses an element too large for its exponential; such a one has no finite translation.
+template <typename P>
+bool poseFromLieElement(const PoseForms<P>& forms, Math::SE3<P>& pose, std::string& why) {
+  const Math::SE3<P> T = Math::SE3<P>::exp(forms.lieElement);
+  if (!isFinite(T.translation())) {
+    logConfigError("Stereo calibration is not finite");
+    return refuse(why, "stereo_rig: expected a smaller Lie element");
+  }
+  pose = T;
+  return true;
+}
+
+/// Runs `read` on the only child of a name, if there is one.
+template <typename READ>
+bool readOptionalChild(const ConfigNode& cameraNode, const char* name, std::string& why,
+                       const READ& read) {
+  const ConfigNode* child = nullptr;
+  if (!findOnlyChild(cameraNode, name, child, why)) return false;
+  std::string reason;
+  return child == nullptr || read(*child, reason) || refuse(why, name + ("." + reason));
+}
+
+}  // namespace
+
+template <typename P>
+bool readPose(const ConfigNode& node, Math::SE3<P>& T_local_ref, std::string& why) {
+  PoseForms<P> forms;
+  const auto read = [&](const Attribute<PoseForms<P>>& row) {
+    return readAttribute(node, "", row, forms, why);
+  };
+  ParseResult hasLie = read(kOldLieElement<P>);
+  if (hasLie == ParseResult::Missing) hasLie = read(kLieElement<P>[0]);
+  const ParseResult hasRotation = read(kTranslationAndRotation<P>[1]);
+  const ParseResult hasTranslation = read(kTranslationAndRotation<P>[0]);
+  if (!isOnePose(hasLie, hasRotation, hasTranslation, why)) return false;
+  if (hasLie == ParseResult::Exists) return poseFromLieElement(forms, T_local_ref, why);
+  AR_CHECK(hasRotation == ParseResult::Exists && hasTranslation == ParseResult::Exists,
+           "hasRotation == AR::Common::ParseResult::Exists && hasTranslation == "
+           "AR::Common::ParseResult::Exists",
+           kSource);
+  return poseFromMatrix(forms, T_local_ref, why);
+}
+
+bool readCaptureDetails(const ConfigNode& cameraNode, CaptureDetails& details, std::string& why) {
+  return readOptionalChild(cameraNode, "CaptureDetails", why, [&](const auto& child, auto& reason) {
+    return readAttributes(child, "", kCaptureDetails, details, reason);
+  });
+}
+
+bool readTimeAlignment(const ConfigNode& cameraNode, double& delta, std::string& why) {
+  return readOptionalChild(cameraNode, "TimeAlignment", why, [&](const auto& child, auto& reason) {
+    return readAttributes(child, "", kDelta, delta, reason);
+  });
+}
+
+template <typename P>
+bool readRollingShutter(const ConfigNode& cameraNode, RollingShutterCorrector<P>& corrector,
+                        std::string& why) {
+  constexpr char kPrefix[] = "RollingShutter.";
+  const ConfigNode* child = nullptr;
+  if (!findOnlyChild(cameraNode, "RollingShutter", child, why)) return false;
+  std::string ignored;  // what is no Boolean is no rolling shutter
+  const bool isGiven = child != nullptr && readAttribute(cameraNode, kPrefix, kIsRollingShutter<P>,
+                                                         corrector, ignored) == ParseResult::Exists;
+  if (!isGiven || !corrector.isRollingShutter) return true;
+  if (readAttribute(cameraNode, kPrefix, kLineTime<P>, corrector, why) != ParseResult::Exists) {
+    logConfigError(
+        "FullStereoCameraCalibration::loadRollingShutterConfig() - Unable to determine linetime of "
+        "rolling shutter camera.");
+    return false;
+  }
+  if (!(corrector.lineTime > 0)) {
+    logConfigError(
+        "FullStereoCameraCalibration::loadRollingShutterConfig() - Rolling shutter is enabled but "
+        "line time is set to <= 0. Set isRollingShutter = false in Camera Configuration");
+    return refuse(why, expectation(cameraNode, "RollingShutter.linetime", kLineTime<P>.meaning));
+  }
+  return true;
+}
+
+template <typename P>
+bool readCamera(const ConfigNode& cameraNode, const CamImageId& id, FullCamera<P>& camera,
+                std::string& why) {
+  CamModel::CameraModel<P> model;
+  Math::SE3<P> T_local_ref;
+  CaptureDetails details{};
+  RollingShutterCorrector<P> corrector;
+  double delta = 0;
+  if (!readModel(cameraNode, model, why) || !readRig(cameraNode, T_local_ref, why)) return false;
+  if (!readCaptureDetails(cameraNode, details, why)) {
+    logConfigError("Failed to read CaptureDetails tag. All attributes are required.");
+    return false;
+  }
+  if (!readTimeAlignment(cameraNode, delta, why)) {
+    logConfigError("Failed to read TimeAlignment tag. The attribute delta is required.");
+    return false;
+  }
+  if (!readRollingShutter(cameraNode, corrector, why)) return false;
+  return camera.init(model, T_local_ref, id, corrector.isRollingShutter, corrector.lineTime,
+                     details, delta) ||
+         refuse(why, "Calibration: expected intrinsics that a camera can be made of");
+}
+
+#define AR_INSTANTIATE(P)                                                                         \
+  template bool readPose(const ConfigNode&, Math::SE3<P>&, std::string&);                         \
+  template bool readRollingShutter(const ConfigNode&, RollingShutterCorrector<P>&, std::string&); \
+  template bool readCamera(const ConfigNode&, const CamImageId&, FullCamera<P>&, std::string&);
+AR_INSTANTIATE(float)
+AR_INSTANTIATE(double)
+#undef AR_INSTANTIATE
+
+}  // namespace AR::CV::RigFile
