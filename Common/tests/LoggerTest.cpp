@@ -270,6 +270,22 @@ TEST_F(LoggerTest, FileTakesTheLinesFromTheSystemLog) {
   EXPECT_EQ(capture.text(), ": d\n\n");
 }
 
+bool sharedHelper(const CallSite& site) { return AR_CHECK_AT(site, false, "a < b", "S"); }
+
+int entryPoint(const char*) { return sharedHelper(AR_HERE) ? 0 : __LINE__; }
+
+TEST_F(LoggerTest, FailedCheckInASharedHelperNamesTheEntryPoint) {
+  logger.setFlag(Logger::kFlagFunction, true);  // as the filter sees it: the reporter
+  const std::string line = std::to_string(entryPoint(""));
+  EXPECT_THAT(takeLine(),
+              HasSubstr("AR::Common::logError(): AR_ASSERT a < b S(" + line + ") int "));
+  entryPoint("");
+  EXPECT_THAT(capture.text(), HasSubstr("entryPoint(const char*)"));
+  FailedCheckRecord record{};
+  ASSERT_EQ(copyFailedChecks(&record, 1), 1U);
+  EXPECT_EQ(std::to_string(record.line), line);
+}
+
 TEST_F(LoggerTest, FailedCheckIsReportedAndCounted) {
   const std::uint64_t before = failedCheckCount();
   logError("x > 0", "Some/src/File", std::string(150, 'f').c_str(), 12);

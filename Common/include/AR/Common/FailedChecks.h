@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <mutex>
 
+#include "AR/Common/Macros.h"
+
 namespace AR::Common {
 
 /// One failed check. Texts that are too long are cut; both are zero-terminated.
 struct FailedCheckRecord {
-  char expression[128];
+  char expression[kCheckTextSize];
   char source[96];  // module-relative path of the code
   std::int32_t line;
 };

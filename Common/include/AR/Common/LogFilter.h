@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "AR/Common/Macros.h"
 #include "AR/Common/Map.h"
 #include "AR/Common/StringPortion.h"
 
@@ -10,7 +11,7 @@ namespace AR::Common {
 class ConfigNode;
 
 /// One component of a method name, its level, and the components that may follow it.
-class LogFilterNode {
+class AR_EXPORT LogFilterNode {
  public:
   using ChildMap = Map<StringPortion, LogFilterNode>;
 
@@ -41,7 +42,7 @@ class LogFilterNode {
 /// Levels by method name: a tree over the components between "::" in a qualified name, itself the
 /// root. The level of a name is that of the deepest node on its path; the root's is the default.
 /// Not locked: to be set up before other threads log.
-class LogFilter : public LogFilterNode {
+class AR_EXPORT LogFilter : public LogFilterNode {
  public:
   static constexpr int kMaxPortions = 15;
 

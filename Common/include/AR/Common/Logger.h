@@ -122,10 +122,10 @@ class AR_EXPORT Logger {
 inline constexpr std::size_t MAX_LOG_LINE_LEN = 900;
 
 /// Logs a text as it stands at a level from 1 to 5; any other level is reported at ERROR.
-void logOnelineString(const std::string& string, int level);
+AR_EXPORT void logOnelineString(const std::string& string, int level);
 
 /// Logs the text line by line through logOnelineString.
-void logMultilineString(const std::string& string, int level);
+AR_EXPORT void logMultilineString(const std::string& string, int level);
 
 }  // namespace AR::Common
 
