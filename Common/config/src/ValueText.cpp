@@ -5,8 +5,11 @@
 #include <charconv>
 #include <concepts>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <system_error>
+
+#include "AR/PL/PlainLocale.h"
 
 namespace AR::Common {
 
@@ -24,23 +27,11 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerCase) {
                     [](char a, char b) { return toLower(a) == b; });
 }
 
-bool isSign(char c) { return c == '+' || c == '-'; }
-
-bool beginsWithSign(std::string_view text) { return !text.empty() && isSign(text.front()); }
-
-/// Moves `text` past white space and one sign. Returns whether the sign is a minus.
-bool takeSign(std::string_view& text) {
-  text = skipWhiteSpace(text);
-  if (!beginsWithSign(text)) return false;
-  const bool negative = text.front() == '-';
-  text.remove_prefix(1);
-  return negative;
-}
-
 template <std::integral T>
 ScanResult scanInteger(std::string_view& text, T& value) {
-  std::string_view rest = text;
-  const bool negative = takeSign(rest);
+  std::string_view rest = skipWhiteSpace(text);
+  const bool negative = rest.starts_with('-');
+  if (negative || rest.starts_with('+')) rest.remove_prefix(1);
   uint64_t magnitude = 0;
   const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), magnitude);
   if (error == std::errc::invalid_argument) return ScanResult::NoValue;
@@ -54,51 +45,38 @@ ScanResult scanInteger(std::string_view& text, T& value) {
   return ScanResult::Read;
 }
 
-/// Whether the hexadecimal digits of a real follow. Then moves `text` past their "0x".
-bool takeHexPrefix(std::string_view& text) {
-  constexpr std::string_view kHexStart = "0123456789abcdefABCDEF.";
-  const bool isHex = text.size() > 2 && text[0] == '0' && toLower(text[1]) == 'x' &&
-                     kHexStart.find(text[2]) != std::string_view::npos;
-  if (isHex) text.remove_prefix(2);
-  return isHex;
+/// The real at the front of `text`, zero-terminated, and how many characters it takes; 0 for none.
+template <std::floating_point T>
+size_t readReal(const std::string& text, T& value) {
+  char* end = nullptr;
+  if constexpr (std::same_as<T, float>) {
+    value = std::strtof(text.c_str(), &end);
+  } else {
+    value = std::strtod(text.c_str(), &end);
+  }
+  return static_cast<size_t>(end - text.c_str());
 }
 
-/// Whether an unsigned real that no type can hold is too large rather than too small: by the place
-/// of its first digit that is not 0, moved by its exponent.
-bool isHuge(std::string_view real, bool isHex) {
-  const size_t mark = real.find_first_of(isHex ? "pP" : "eE");
-  const std::string_view mantissa = real.substr(0, mark);
-  const size_t point = std::min(mantissa.find('.'), mantissa.size());
-  const size_t first = std::min(mantissa.find_first_not_of("0."), mantissa.size());
-  const int64_t place = static_cast<int64_t>(point) - static_cast<int64_t>(first);
-  if (mark == std::string_view::npos) return place > 0;
-
-  std::string_view exponentText = real.substr(mark + 1);
-  int exponent = 0;
-  const bool isMinus = exponentText.starts_with('-');
-  if (scanInteger(exponentText, exponent) == ScanResult::OutOfRange) return !isMinus;
-  return place * (isHex ? 4 : 1) + exponent > 0;
-}
-
+// Through strtod: from_chars for reals is missing from libc++ before 20, and streams know neither
+// infinities nor hexadecimal digits.
 template <std::floating_point T>
 ScanResult scanReal(std::string_view& text, T& value) {
-  std::string_view rest = text;
-  const bool negative = takeSign(rest);
-  if (beginsWithSign(rest)) return ScanResult::NoValue;
-  const bool isHex = takeHexPrefix(rest);
+  const PL::PlainLocale locale;
+  const std::string_view rest = skipWhiteSpace(text);
+  // Up to the next space only, so that a long list is not copied for each of its numbers.
+  std::string number(rest.substr(0, rest.find_first_of(kWhiteSpace)));
+  T read{};
+  const size_t length = readReal(number, read);
+  if (length == 0) return ScanResult::NoValue;
 
-  T magnitude{};
-  const auto [end, error] =
-      std::from_chars(rest.data(), rest.data() + rest.size(), magnitude,
-                      isHex ? std::chars_format::hex : std::chars_format::general);
-  if (error == std::errc::invalid_argument) return ScanResult::NoValue;
-  const size_t length = static_cast<size_t>(end - rest.data());
-  // scanf takes the mark of an exponent for a part of the number and fails when none follows.
-  if (!isHex && length < rest.size() && toLower(rest[length]) == 'e') return ScanResult::NoValue;
-  if (error == std::errc::result_out_of_range) {
-    magnitude = isHuge(rest.substr(0, length), isHex) ? std::numeric_limits<T>::infinity() : T(0);
+  // scanf takes "e", "0x" and the like for the beginning of a part of the number and fails when no
+  // digit follows, where strtod gives what stands before: a digit there would be taken, too.
+  if (length < number.size()) {
+    T longer{};
+    number.replace(length + 1, std::string::npos, "1");
+    if (readReal(number, longer) > length) return ScanResult::NoValue;
   }
-  value = negative ? -magnitude : magnitude;
+  value = read;
   text = rest.substr(length);
   return ScanResult::Read;
 }

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <clocale>
+#include <cstdlib>
 #include <fstream>
 
 #include "AR/Common/Path.h"
@@ -312,13 +314,13 @@ TEST(ConfigRead, TextsAndBooleans) {
 template <typename T>
 void expectRealReads() {
   const T inf = std::numeric_limits<T>::infinity();
-  const std::vector<Good<T>> good = {{" +1.25m", T(1.25), "1.250000"},
-                                     {"-0x1.8p1", T(-3), "-3.000000"},
-                                     {"-1e999", -inf, "-inf"},
-                                     {"0.0001e99999999999", inf, "inf"},
-                                     {"1000e-9999", T(0), "0.000000"}};
+  const std::vector<Good<T>> good = {
+      {" +1.25m", T(1.25), "1.250000"}, {"-0x1.8p1", T(-3), "-3.000000"},
+      {"-1e999", -inf, "-inf"},         {"0.0001e99999999999", inf, "inf"},
+      {"1000e-9999", T(0), "0.000000"}, {"1x", T(1), "1.000000"},
+      {"-infx", -inf, "-inf"}};
   expectReads<T>(T(0.5), "0.500000", good, "Configuration: a.b: Error parsing float from %",
-                 {"", "1e", "+-1", "x1"});
+                 {"", "1e", "1e+", "0x", "0x1pm", "+-1", "+ 1", ".", "x1"});
 }
 
 template <typename T>
@@ -341,6 +343,15 @@ TEST(ConfigRead, Numbers) {
   expectIntegerReads<uint32_t>("");
   expectIntegerReads<uint64_t>("");
   expectIntegerReads<unsigned char>("");
+}
+
+TEST(ConfigRead, RealsWhateverTheLocale) {
+  if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "no locale with a comma";
+  ConfigNode node;
+  node.addAttribute("a", "2.5,5");
+  EXPECT_EQ(node.getAttributeAsFloat("a"), 2.5F);
+  EXPECT_EQ(std::strtod("2,5", nullptr), 2.5);  // the process is as it was
+  std::setlocale(LC_ALL, "C");
 }
 
 std::string repeated(const std::string& element, int n) {

@@ -116,7 +116,8 @@ int arThreadGetSchedulingHint(const ARThread* thread, ARThreadSchedulingHint* hi
   Scheduling scheduling;
   const int result = getScheduling(thread, scheduling);
   if (result != 0) return resultOf(result, __func__);
-  const auto* const policy = std::ranges::find(kPolicies, scheduling.policy);
+  const auto* const policy =
+      std::find(std::begin(kPolicies), std::end(kPolicies), scheduling.policy);
   if (policy == std::end(kPolicies)) return resultOf(ENOTSUP, __func__);
   *hint = static_cast<ARThreadSchedulingHint>(policy - kPolicies);
   return 0;

@@ -20,6 +20,13 @@ void store(unsigned* place, int value) {
   if (place != nullptr) *place = static_cast<unsigned>(value);
 }
 
+// localtime_r need not look at the time zone anew (POSIX demands it of localtime only), and one
+// that changes while the process runs would go unseen.
+std::tm* toLocalTime(const std::time_t* time, std::tm* fields) {
+  tzset();
+  return localtime_r(time, fields);
+}
+
 /// What both date functions do; `convert` is the one of libc for the zone in question.
 int getDateTime(std::tm* (*convert)(const std::time_t*, std::tm*), unsigned* year, unsigned* month,
                 unsigned* day, unsigned* hour, unsigned* minute, unsigned* second) {
@@ -42,7 +49,7 @@ const ARTimestamp gLoadTimestamp = arTimeGetTimestamp();
 
 int arTimeGetLocalTime(unsigned* year, unsigned* month, unsigned* day, unsigned* hour,
                        unsigned* minute, unsigned* second) {
-  return getDateTime(localtime_r, year, month, day, hour, minute, second);
+  return getDateTime(toLocalTime, year, month, day, hour, minute, second);
 }
 
 int arTimeGetGMTDateTime(unsigned* year, unsigned* month, unsigned* day, unsigned* hour,
@@ -54,7 +61,7 @@ int arTimeGetTimeZone(int* secondsEast) {
   if (secondsEast == nullptr) return AR::PL::failInvalid(__func__);
   const std::time_t now = std::time(nullptr);
   std::tm fields{};
-  if (localtime_r(&now, &fields) == nullptr) return failNoLocalTime();
+  if (toLocalTime(&now, &fields) == nullptr) return failNoLocalTime();
   *secondsEast = static_cast<int>(fields.tm_gmtoff);
   return 0;
 }
