@@ -160,6 +160,8 @@ TYPED_TEST(SE3Test, FromTo) {
           << to_string(from) << to_string(to);
     }
   }
+  // Squared lengths whose product is beyond single precision.
+  EXPECT_NEAR(makeso3FromTo(V(P(1e15), 0, 0), V(P(1e5), 1000, 0))(2), std::atan(0.01), 1e-4);
   EXPECT_DEATH(makeso3FromTo(V(), V(1, 0, 0)), "!isZero\\(from\\) Math/src/../include/AR/Math/SO3");
   EXPECT_DEATH(makeso3FromTo(V(1, 0, 0), V()), "!isZero\\(to\\)");
 }

@@ -120,7 +120,10 @@ Vec<P, 3> makeso3FromTo(const Vec<P, 3>& from, const Vec<P, 3>& to) {
   if (isZero(axis) && dot(from, to) < 0) axis = internal::axisOfHalfTurn(from);
   if (isZero(axis)) return axis;
   normalize(axis);
-  const P c = dot(from, to) / std::sqrt(normSquared(from) * normSquared(to));
+  // The product of two squared lengths leaves the single range long before the lengths do.
+  const double lengths =
+      std::sqrt(static_cast<double>(normSquared(from)) * static_cast<double>(normSquared(to)));
+  const P c = static_cast<P>(static_cast<double>(dot(from, to)) / lengths);
   if (!(c >= -1)) return axis * P(AR_PI);
   return axis * (c > 1 ? P(0) : std::acos(c));
 }
