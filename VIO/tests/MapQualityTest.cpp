@@ -311,7 +311,7 @@ TEST(FailedCheckQueries, KeepTheLatestSixteenAtLevelOff) {
   for (int i = 0; i < 16; ++i) EXPECT_EQ(checks[i].line, 21 - i);
   EXPECT_STREQ(checks[1].expression, "what");
   EXPECT_STREQ(checks[1].source, "where");
-  EXPECT_EQ(checks[0].expression, tooLong.substr(0, 127));
+  EXPECT_EQ(checks[0].expression, tooLong.substr(0, sizeof checks[0].expression - 1));
   EXPECT_EQ(checks[0].source, tooLong.substr(0, 95));
   ResetFailedChecks();
   EXPECT_EQ(GetFailedChecks(checks, 32), 0U);
