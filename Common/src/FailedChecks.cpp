@@ -68,6 +68,8 @@ void FailedCheckHandOver::take(std::uint64_t countBefore) noexcept {
   if (failed == 0) return;
   const std::lock_guard<std::mutex> lock(mMutex);
   mCount += failed;
+  // The first workers' records stay when there is no more room: the first failure is most often
+  // the one that explains the others.
   const std::size_t room = mRecords.size() - mKept;
   const std::size_t n = static_cast<std::size_t>(
       std::min<std::uint64_t>(failed, std::min(room, tRecord.available())));

@@ -39,6 +39,8 @@ const LogFilterNode* LogFilterNode::findChild(const StringPortion& name) const {
 }
 
 LogFilterNode* LogFilterNode::addChild(const StringPortion& name, const int level) {
+  // Keys are views. The text is the child's own and on the heap, so it stays where it is when the
+  // sorted array moves its pairs, and the caller's may go.
   LogFilterNode child(level);
   child.mName.reset(new (std::nothrow) char[name.length() + 1]);
   if (child.mName == nullptr) return nullptr;
@@ -80,6 +82,7 @@ void LogFilter::setFilterLevel(const char* name, const int level, const LOG_FILT
   for (int i = 0; i < n && node != nullptr; ++i) {
     LogFilterNode* const child = node->findChild(portions[i]);
     isNew = child == nullptr;
+    // A level for "AR::CV" alone thus holds for all of "AR": there is no level that says "inherit".
     node = isNew ? node->addChild(portions[i], level) : child;
   }
   if (node != nullptr && !isNew) setFilterNodeLevel(*node, level, mode);
@@ -103,6 +106,7 @@ void LogFilter::setFilterNodeLevel(LogFilterNode& node, const int level,
 }
 
 void LogFilter::removeFilterLevel(const char* name) {
+  // Unlike a lookup, which is content with the deepest node on the path: that is another rule's.
   Portions portions;
   const int n = split(name, portions, -1);
   LogFilterNode* parentNode = nullptr;

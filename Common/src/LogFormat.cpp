@@ -22,7 +22,8 @@ constexpr unsigned kFunction = 2;
 constexpr unsigned kTime = 4;
 constexpr unsigned kLevel = 8;
 
-/// Appends pieces to a buffer and keeps count of the length the whole line would have.
+/// Appends pieces to a buffer and keeps count of the length the whole line would have, since a
+/// formatter answers as snprintf does.
 class LineWriter {
  public:
   LineWriter(char* destination, const std::size_t capacity)
@@ -62,6 +63,7 @@ void addTime(LineWriter& out) {
   out.add("%u-%02u-%02u %02u:%02u:%02u: ", year, month, day, hour, minute, second);
 }
 
+// One text for both where both are needed: log readers know these texts.
 template <unsigned kIndex>
 bool hasRequired([[maybe_unused]] const char* file, [[maybe_unused]] const char* func) {
   if constexpr ((kIndex & kFunction) != 0 && (kIndex & kFilename) != 0) {
@@ -76,7 +78,8 @@ bool hasRequired([[maybe_unused]] const char* file, [[maybe_unused]] const char*
   }
 }
 
-/// The formatter of one row of the table. With method and file the line number stands twice.
+/// The formatter of one row of the table. With method and file the line number stands twice. One
+/// function for each row, chosen when a flag changes, so that no line has to look at the flags.
 template <unsigned kIndex>
 int formatLine(char* destination, const std::size_t capacity, [[maybe_unused]] const int level,
                [[maybe_unused]] const char* file, [[maybe_unused]] const int methodNameLength,

@@ -49,6 +49,7 @@ class LineLock {
 bool tryMakeTemplate(const LoggerPIMPL& logger, LineBuffers& buffers, const Logger::LEVEL level,
                      const Place& place, const char* format) {
   const TemplateText<sizeof buffers.format> file(textOf(place.file));
+  // Room for a name of nothing but '%', each of them doubled.
   const TemplateText<2 * kMaxMethodNameLength + 2> method(place.method.view());
   const Place safePlace = {place.file == nullptr ? nullptr : file.c_str(),
                            {method.c_str(), static_cast<std::size_t>(method.length())},
@@ -74,6 +75,8 @@ bool LoggerPIMPL::accepts(const Logger::LEVEL messageLevel, const char* function
   if ((flags & Logger::kFlagFilter) == 0) return messageLevel <= level;
   return filter.allowed(method.data(), static_cast<int>(method.length()), messageLevel);
 }
+
+// All forms look at the level before they lock: a suppressed line costs one comparison.
 
 void Logger::log2(const LEVEL level, const char* tag, const char* message) {
   if (level > getLevel()) return;
@@ -139,7 +142,7 @@ StringPortion Logger::parseMethodName(const char* prettyFunction, const int maxL
   const char* name = prettyFunction;
   const char* end = prettyFunction;
   for (; *end != '\0' && *end != '('; ++end) {
-    if (*end == ' ') name = end + 1;
+    if (*end == ' ') name = end + 1;  // what stood before was a return type or "static"
   }
   const std::size_t length = std::min(static_cast<std::size_t>(end - name),
                                       static_cast<std::size_t>(std::max(maxLength, 0)));

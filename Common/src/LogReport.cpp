@@ -23,7 +23,7 @@ bool isLoggable(const int level) { return level >= Logger::ERR && level <= Logge
 
 void logError(const char* expression, const char* file, const char* function,
               const int line) noexcept {
-  recordFailedCheck(expression, file, line);
+  recordFailedCheck(expression, file, line);  // at every level: callers judge a call by the count
   Logger& logger = Logger::getInstance();
   if (logger.getLevel() < Logger::ERR) return;
   logger.logEx2(Logger::ERR, kSource, __PRETTY_FUNCTION__, kReporterLine, "AR",

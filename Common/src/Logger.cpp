@@ -140,6 +140,7 @@ void Logger::closeFile() {
 void Logger::logRawString2(const LEVEL level, const char* tag, const char* text,
                            const unsigned length) {
   if (!pimpl->alive || text == nullptr) return;
+  // A file instead of the system log, never beside it; only targets get every line.
   if (openLogFile()) {
     OS::write(pimpl->file, text, length);
     if (pimpl->closeAfterWrite) closeFile();

@@ -15,7 +15,9 @@
 
 namespace AR::Common {
 
-/// How many lines of one thread may be in the making at once, each within the one before.
+/// How many lines of one thread may be in the making at once, each within the one before: a line,
+/// a target that logs, and a failed check inside the formatting of that, with one to spare. Each
+/// needs buffers of its own, which must be there before, since logging allocates nothing.
 inline constexpr int kMaxLogNesting = 4;
 
 struct LineBuffers {

@@ -7,6 +7,7 @@
 namespace AR::Common {
 namespace {
 
+// The words in the platform layer's flags, which number the same bits otherwise.
 constexpr unsigned kAppendFlags = AR_FILE_APPEND | AR_FILE_CREATE;
 constexpr unsigned kWriteTruncateFlags = AR_FILE_WRITE | AR_FILE_CREATE | AR_FILE_TRUNCATE;
 

@@ -47,6 +47,7 @@ ConfigNode::ConfigNode(const ConfigNode& other)
   for (const auto& child : other.mChildren) appendChild(*child);
 }
 
+// By way of a copy: `other` may be a node of this tree.
 ConfigNode& ConfigNode::operator=(const ConfigNode& other) {
   ConfigNode copy(other);
   return *this = std::move(copy);

@@ -13,6 +13,7 @@ std::string line(const std::string& setting, const std::string& value, const cha
          (comment == nullptr ? "" : comment);
 }
 
+/// A list's line does not show the old values, which may be many.
 template <typename T>
 std::string readLine(const std::string& path, const T& old, const T& value, const char* comment) {
   using Value = ConfigValue<T>;

@@ -33,7 +33,7 @@ void Logger::initializeLogSettingsFromConfiguration(const ConfigNode& node) {
     bool on = false;
     if (settings->ifExistsGetAttribute(attribute, on)) setFlag(flag, on);
   }
-  // Appending keeps what the file holds.
+  // Appending keeps what the file holds; it stays open between lines.
   if (settings->ifExistsGetAttribute("logfile", text)) setFile(Path(text), true, false);
   getLogFilter().initializeFromConfiguration(*settings);
 }

@@ -18,6 +18,7 @@ inline constexpr std::int64_t kMinPixelsForBands = 600'000;
 /// throw.
 template <typename F>
 void forEachRowBand(int rows, int width, F&& f) {
+  // More bands than workers: rows differ in their cost, and whoever is done takes the next band.
   constexpr int kBands = 4 * WORKERPOOL_DEFAULT_WORKERS;
   if (static_cast<std::int64_t>(rows) * width < kMinPixelsForBands) return f(0, rows);
   const int step = (rows - 1) / kBands + 1;

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <limits>
 
-#include "AR/PL/Error.h"
 #include "AR/PL/File.h"
 #include "AR/PL/FileMode.h"
 #include "PL_Android_Failure.h"
@@ -27,6 +26,7 @@ constexpr ModeRow kModes[] = {
     {AR_FILE_READ | AR_FILE_APPEND | AR_FILE_CREATE, "a+"},
 };
 
+// The C libraries of today ignore both letters; old ones translated line ends with 't'.
 std::array<char, 4> withSuffix(const char (&mode)[3], unsigned flags) {
   const char suffix = (flags & AR_FILE_BINARY) != 0 ? 'b' : (flags & AR_FILE_TEXT) != 0 ? 't' : 0;
   if (mode[1] == 0) return {mode[0], suffix};
@@ -76,7 +76,7 @@ int arFileRead(ARFile* file, void* data, std::size_t itemSize, std::size_t count
   }
   const std::size_t items = std::fread(data, itemSize, count, file);
   if (numRead != nullptr) *numRead = items;
-  return quietResult(items == count || std::ferror(file) == 0);
+  return quietResult(items == count || std::ferror(file) == 0);  // fewer at the file's end are fine
 }
 
 int arFileWrite(ARFile* file, const void* data, std::size_t itemSize, std::size_t count,
@@ -109,6 +109,7 @@ int arFileIsEOF(ARFile* file) {
 }
 
 int arFileSetPosition(ARFile* file, std::int64_t offset, ARFileOrigin origin) {
+  // off_t has 32 bits on 32-bit Android.
   static_assert(AR_FILE_BEGIN == SEEK_SET && AR_FILE_CURRENT == SEEK_CUR &&
                 AR_FILE_END == SEEK_END);
   const bool knownOrigin = origin >= AR_FILE_BEGIN && origin <= AR_FILE_END;

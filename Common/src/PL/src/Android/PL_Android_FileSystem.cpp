@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <iterator>
 
-#include "AR/PL/Error.h"
 #include "AR/PL/File.h"
 #include "PL_Android_Failure.h"
 

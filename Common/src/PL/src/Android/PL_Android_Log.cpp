@@ -7,6 +7,7 @@
 
 namespace {
 
+// By level, from 1. DEBUG comes before INFO here and after it in Android.
 constexpr android_LogPriority kPriorities[] = {
     ANDROID_LOG_ERROR, ANDROID_LOG_WARN, ANDROID_LOG_DEBUG, ANDROID_LOG_INFO, ANDROID_LOG_VERBOSE,
 };

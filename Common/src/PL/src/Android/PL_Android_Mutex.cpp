@@ -106,7 +106,7 @@ int arThreadCondWait(ARThreadCond* cond, ARThreadMutex* mutex) {
 int arThreadCondTimedWait(ARThreadCond* cond, ARThreadMutex* mutex, unsigned milliseconds) {
   if (cond == nullptr || mutex == nullptr) return failInvalid(__func__);
   std::timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
+  clock_gettime(CLOCK_REALTIME, &now);  // what a condition waits by unless it was made otherwise
   const std::timespec deadline = deadlineAfter(now, milliseconds);
   return timedWaitResult(pthread_cond_timedwait(&cond->native, &mutex->native, &deadline));
 }

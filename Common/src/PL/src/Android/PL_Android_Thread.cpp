@@ -6,7 +6,6 @@
 #include <iterator>
 #include <new>
 
-#include "AR/PL/Error.h"
 #include "AR/PL/Thread.h"
 #include "PL_Android_Failure.h"
 

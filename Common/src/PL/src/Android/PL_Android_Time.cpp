@@ -68,7 +68,7 @@ int arTimeGetTimeZone(int* secondsEast) {
 
 ARTimestamp arTimeGetTimestamp() {
   std::timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
+  clock_gettime(CLOCK_MONOTONIC, &now);  // the wall clock may be set back
   return static_cast<std::uint64_t>(now.tv_sec) * kNanosPerSecond +
          static_cast<std::uint64_t>(now.tv_nsec);
 }
