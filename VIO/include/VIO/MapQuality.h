@@ -29,7 +29,7 @@ using VIO::RectificationCertificate;
 
 /// One failed check. The texts are cut to their fields and zero-terminated.
 struct FailedCheck {
-  char expression[160];
+  char expression[256];
   char source[96];  // module-relative path of the code
   std::int32_t line;
 };

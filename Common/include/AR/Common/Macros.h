@@ -44,7 +44,7 @@ struct CallSite {
 };
 
 /// Bytes that a caller of the library gets of a failed check's text, with its terminating zero.
-inline constexpr std::size_t kCheckTextSize = 160;
+inline constexpr std::size_t kCheckTextSize = 256;
 
 /// The text of a check. A literal that a caller would get cut does not compile.
 template <typename Text>

@@ -3,8 +3,8 @@
 #include <type_traits>
 
 #include "AR/Common/Macros.h"
-#include "AR/Math/Matrix.h"
 #include "AR/Math/SO3.h"
+#include "AR/Math/Vector.h"
 
 namespace AR::Math {
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <type_traits>
 #include <vector>
 
 #include "AR/Common/Macros.h"
