@@ -4,10 +4,12 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <optional>
 #include <span>
 
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/InvertFactors.h"
+#include "CameraModel/ModelFault.h"
 
 namespace CamModel {
 namespace {
@@ -21,11 +23,6 @@ P toPrecision(const double value) {
   if (value > kMax) return std::numeric_limits<P>::infinity();
   if (value < -kMax) return -std::numeric_limits<P>::infinity();
   return static_cast<P>(value);
-}
-
-bool printFault(const char* message) {
-  std::printf("%s\n", message);
-  return false;
 }
 
 /// The undistortion factors G at the squared distorted radii y, in closed form or by iteration.
@@ -66,34 +63,9 @@ CameraModel<P>::CameraModel(const IntrinsicCameraCalibrationZEL& record)
 
 template <typename P>
 bool CameraModel<P>::validateCoeffs() const {
-  const auto inside = [](P value, P end) { return value > 0 && value < end; };
-  if (!(focalLength[0] > 0 && focalLength[1] > 0)) {
-    return printFault("Error: Focal length should be positive");
-  }
-  if (!(size[0] > 0 && size[1] > 0)) {
-    return printFault("Error: Size must be the image size in pixels");
-  }
-  if (!(inside(principalPoint[0], size[0]) && inside(principalPoint[1], size[1]))) {
-    return printFault("Error: Principal point should be inside the image");
-  }
-  return validateRadialCoeffs();
-}
-
-template <typename P>
-bool CameraModel<P>::validateRadialCoeffs() const {
-  const int maxCoeffs = maxNumRadialDistortionCoeffs(model);
-  for (int i = maxCoeffs; i < MAX_RD_PARAMS; ++i) {
-    if (radialDistortion[i] == 0) continue;
-    std::printf("Radial distortion vector for model %s must have at most %d nonzero coefficients\n",
-                modelName(model), maxCoeffs);
-    return false;
-  }
-  const DistortionTraits<P>& traits = *findTraits<P>(model);
-  if (traits.accepts == nullptr || traits.accepts(radialDistortion)) return true;
-  // Arguments that a format has no place for are ignored.
-  const auto k = radialDistortion.template cast<double>();
-  std::printf(traits.refusal, k[0], k[1], k[2], k[3], k[4], k[5]);
-  return false;
+  const std::optional<ModelFault> fault = findFault(*this);
+  if (fault) std::printf("%s%s\n", fault->prefix, fault->sentence);
+  return !fault;
 }
 
 template <typename P>

@@ -93,7 +93,6 @@ class AR_EXPORT CameraModel {
   void setMaxDistortionLimits_fisheyeRational();
 
  private:
-  [[nodiscard]] bool validateRadialCoeffs() const;
   [[nodiscard]] bool marchToDistortionLimit();
   void limitToPole(const DistortionTraits<P>& traits);
 };
