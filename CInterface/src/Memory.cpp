@@ -9,10 +9,6 @@
 namespace rectiline::capi {
 namespace {
 
-void requireSize(std::int32_t size, const FieldName& field) {
-  if (size < 1) refuseArgument(field, size, "is %d pixels; it must be at least 1", size);
-}
-
 void requireStride(std::size_t stride, std::size_t rowBytes, std::size_t alignment,
                    const FieldName& name) {
   if (stride >= rowBytes && stride % alignment == 0) return;
@@ -32,16 +28,10 @@ bool areInterleaved(const Rows& a, const Rows& b) {
   return offset >= first.rowBytes && offset + second.rowBytes <= a.stride;
 }
 
-void requireApart(const Rows& a, const Rows& b, const FieldName& name) {
-  if (overlap(a, b)) {
-    refuseArgument(name, kNoValue, "overlaps another buffer of the same call");
-  }
-}
-
 void requireApart(const Map& map, const Rows& other, const FieldName& name) {
-  requireApart(other, map.x, name);
-  requireApart(other, map.y, name);
-  if (map.hasReasons) requireApart(other, map.reasons, name);
+  capi::requireApart(other, map.x, name);
+  capi::requireApart(other, map.y, name);
+  if (map.hasReasons) capi::requireApart(other, map.reasons, name);
 }
 
 template <typename T>
@@ -74,11 +64,33 @@ Rows checkedRows(const void* start, std::int32_t width, std::int32_t height,
   return {const_cast<void*>(start), static_cast<std::size_t>(rowBytes), gaps + 1, stride};
 }
 
+Rows checkedArray(const void* start, std::size_t count, std::size_t elementBytes,
+                  std::size_t alignment, const FieldName& name) {
+  const Rows first = checkedRows(start, 1, 1, elementBytes, alignment, 0, name);
+  const std::size_t room =
+      std::numeric_limits<std::size_t>::max() - reinterpret_cast<std::uintptr_t>(start);
+  if (count > room / elementBytes) {
+    refuseArgument(name, static_cast<double>(count),
+                   "does not fit into memory with its %zu elements", count);
+  }
+  return {first.start, count * elementBytes, 1, count * elementBytes};
+}
+
+void requirePixels(std::int32_t size, const FieldName& field) {
+  if (size < 1) refuseArgument(field, size, "is %d pixels; it must be at least 1", size);
+}
+
 bool overlap(const Rows& a, const Rows& b) {
   const auto startA = reinterpret_cast<std::uintptr_t>(a.start);
   const auto startB = reinterpret_cast<std::uintptr_t>(b.start);
   const bool rangesMeet = startA < startB + b.bytes() && startB < startA + a.bytes();
   return rangesMeet && !areInterleaved(a, b);
+}
+
+void requireApart(const Rows& plane, const Rows& other, const FieldName& name) {
+  if (overlap(plane, other)) {
+    refuseArgument(name, kNoValue, "overlaps another buffer of the same call");
+  }
 }
 
 void Map::fillNotMade() const {
@@ -87,11 +99,16 @@ void Map::fillNotMade() const {
   if (hasReasons) fill(reasons, static_cast<std::uint8_t>(RECTILINE_PIXEL_NOT_MADE));
 }
 
+VIO::MapView viewOf(const Map& map) {
+  return {map.x.row<float>(0), map.y.row<float>(0), map.width, map.height,
+          static_cast<std::ptrdiff_t>(map.x.stride / sizeof(float))};
+}
+
 Map checkedMap(const rectiline_map* callers, const char* name) {
   const rectiline_map map = readStruct(callers, name);
   requireZero(map.reserved, {name, "reserved"});
-  requireSize(map.width, {name, "width"});
-  requireSize(map.height, {name, "height"});
+  requirePixels(map.width, {name, "width"});
+  requirePixels(map.height, {name, "height"});
   const auto plane = [&](float* start, const char* field) {
     return checkedRows(start, map.width, map.height, sizeof(float), alignof(float), map.stride,
                        {name, field});
@@ -132,8 +149,8 @@ Image checkedImage(const rectiline_image* callers, const char* name) {
       format != RECTILINE_GREY16) {
     refuseArgument({name, "format"}, format, "is %d, which is not a rectiline_format", format);
   }
-  requireSize(image.width, {name, "width"});
-  requireSize(image.height, {name, "height"});
+  requirePixels(image.width, {name, "width"});
+  requirePixels(image.height, {name, "height"});
   const auto known = static_cast<rectiline_format>(format);
   const std::size_t element = known == RECTILINE_GREY16 ? 2 : 1;
   return {image.width, image.height, known,

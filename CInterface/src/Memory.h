@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "Boundary.h"
+#include "VIO/quality/MapView.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::capi {
@@ -32,8 +33,18 @@ Rows checkedRows(const void* start, std::int32_t width, std::int32_t height,
                  std::size_t elementBytes, std::size_t alignment, std::size_t stride,
                  const FieldName& name);
 
+/// An array of `count` elements, at least one, as one row.
+Rows checkedArray(const void* start, std::size_t count, std::size_t elementBytes,
+                  std::size_t alignment, const FieldName& name);
+
+/// Refuses a size in pixels below 1.
+void requirePixels(std::int32_t size, const FieldName& field);
+
 /// Whether two planes share a byte. Planes of the same stride may lie in each other's gaps.
 bool overlap(const Rows& a, const Rows& b);
+
+/// Refuses a plane, named `name`, that shares a byte with another.
+void requireApart(const Rows& plane, const Rows& other, const FieldName& name);
 
 /// A caller's map.
 struct Map {
@@ -47,6 +58,9 @@ struct Map {
   /// What a map holds that could not be made.
   void fillNotMade() const;
 };
+
+/// The map as what measures maps looks at it.
+VIO::MapView viewOf(const Map& map);
 
 /// A caller's map, to be read or written. Refuses sizes below 1 and what checkedRows() refuses.
 /// @param name  the argument's name in the header

@@ -33,10 +33,16 @@ Struct readStruct(const Struct* callers, const char* name) {
   return own;
 }
 
+/// Refuses what writeStruct() would refuse, before the work is done.
+template <typename Struct>
+void requireStruct(const Struct* callers, const char* name) {
+  checkStructSize(callers, kFirstSize<Struct>, sizeof(Struct), name);
+}
+
 /// Gives the caller as many members of `own` as there is room for. The struct's size stays.
 template <typename Struct>
 void writeStruct(Struct* callers, const char* name, Struct own) {
-  checkStructSize(callers, kFirstSize<Struct>, sizeof(Struct), name);
+  requireStruct(callers, name);
   own.struct_size = callers->struct_size;
   std::memcpy(callers, &own, std::min<std::size_t>(callers->struct_size, sizeof(Struct)));
 }

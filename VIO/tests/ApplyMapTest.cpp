@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "VIO/StereoRectifyWrapper.h"
-#include "maps/GainRow.h"
+#include "VIO/Gains.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/InstructionSets.h"
 

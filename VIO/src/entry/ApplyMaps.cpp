@@ -7,7 +7,7 @@
 #include "Kel/kelRemapu8.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/Status.h"
-#include "maps/GainRow.h"
+#include "VIO/Gains.h"
 
 namespace {
 

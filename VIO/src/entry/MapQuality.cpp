@@ -11,8 +11,9 @@
 
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Common/FailedChecks.h"
+#include "CameraModel/DistortionModel.h"
+#include "VIO/RecordChecks.h"
 #include "VIO/quality/RowTimes.h"
-#include "records/RecordChecks.h"
 
 namespace {
 

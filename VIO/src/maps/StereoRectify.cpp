@@ -9,6 +9,7 @@
 #include "AR/CV/Image/ImageOps.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
+#include "VIO/Gains.h"
 
 namespace VIO {
 namespace {
@@ -101,24 +102,10 @@ void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<
 
 void setupVignettingMap(const Camera<float>& source, const Camera<float>& /*target*/,
                         ImageF& scale) {
-  constexpr float kInvRadius2 = 6.25e-06F;  // of 400 pixels
-  constexpr float a = -1.2782925F;
-  constexpr float b = 1.0701685F;
-  constexpr float c = -0.310786F;
   if (!assertSuccess(scale.allocPixels(pixelSize(source), AR::CV::MEMORY_ALIGNMENT_16, false))) {
     return;
   }
-  scale.clear(1.0F);
-  for (int y = 0; y < scale.size()(1); ++y) {
-    float* row = scale.row(y);
-    const float dy = static_cast<float>(y) - 240.0F;
-    for (int x = 0; x < scale.size()(0); ++x) {
-      const float dx = static_cast<float>(x) - 320.0F;
-      const float s = (dy * dy + dx * dx) * kInvRadius2;
-      const float g = 1.0F + a * s + b * s * s + c * s * s * s;
-      row[x] = std::clamp(row[x] / g, 0.0F, 255.0F);
-    }
-  }
+  for (int y = 0; y < scale.size()(1); ++y) writeVignettingRow(y, scale.size()(0), scale.row(y));
 }
 
 void copyMapToArrays(const ArrayView<ImageF>& mapXY, float* mapXOut, std::uint32_t mapXOut_size,

@@ -126,9 +126,10 @@ MapReport reportOn(const MapView& map) {
   LargestRectangle rectangle(map.width);
   for (int y = 0; y < map.height; ++y) {
     for (int x = 0; x < map.width; ++x) {
-      const bool hasSource = map.hasSource(x, y);
-      rectangle.addPixel(x, hasSource);
-      if (!hasSource) continue;
+      const MapPosition position = map.position(x, y);
+      rectangle.addPixel(x, position == MapPosition::Source);
+      report.brokenPixels += position == MapPosition::Broken ? 1 : 0;
+      if (position != MapPosition::Source) continue;
       ++report.pixelsWithSource;
       const bool inner = x + 1 < map.width && y + 1 < map.height;
       if (inner && map.hasSource(x + 1, y) && map.hasSource(x, y + 1)) {

@@ -10,7 +10,7 @@
 #include "VIO/quality/ExactCamera.h"
 #include "quality/MapLookup.h"
 #include "quality/WorstError.h"
-#include "records/RecordChecks.h"
+#include "VIO/RecordChecks.h"
 
 namespace VIO {
 namespace {

@@ -10,7 +10,7 @@
 #include "AR/Common/WorkerPool.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/Status.h"
-#include "records/RecordChecks.h"
+#include "VIO/RecordChecks.h"
 
 namespace VIO {
 namespace {

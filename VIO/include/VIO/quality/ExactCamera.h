@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "AR/Math/Matrix.h"
 #include "CameraModel/CameraModel.h"
 #include "VIO/quality/MapView.h"
 #include "rectiline/CalibrationRecords.h"
@@ -21,8 +22,15 @@ class ExactCamera {
   /// the camera.
   [[nodiscard]] bool tryProject(const AR::Math::Vec<double, 3>& P, PixelPosition& pixel) const;
 
+  /// Moves `ideal` by Newton's method to the ideal point whose pixel is `pixel`: as near as double
+  /// precision allows. False, with `ideal` untouched, when that takes it anywhere else.
+  [[nodiscard]] bool tryUnproject(const PixelPosition& pixel, PixelPosition& ideal) const;
+
  private:
   explicit ExactCamera(const CamModel::CameraModel<double>& model) : mModel(model) {}
+
+  /// The derivative of pixel() by the ideal point.
+  [[nodiscard]] AR::Math::Mat<double, 2, 2> derivative(const PixelPosition& ideal) const;
 
   CamModel::CameraModel<double> mModel;
 };

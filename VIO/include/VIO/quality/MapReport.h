@@ -14,6 +14,7 @@ namespace VIO {
 struct MapReport {
   std::uint64_t pixels;            // width * height
   std::uint64_t pixelsWithSource;  // positions that are finite and not -1 in both maps
+  std::uint64_t brokenPixels;      // neither that nor -1 in both maps
   double shareWithSource;          // 0 to 1
   std::uint64_t measuredPixels;    // pixels whose right and lower neighbours have a source as well
   std::uint64_t foldedPixels;      // measured pixels where the map turns back on itself

@@ -1,7 +1,9 @@
-#include "maps/GainRow.h"
+#include "VIO/Gains.h"
+
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "maps/GainRow.cpp"
+#define HWY_TARGET_INCLUDE "maps/Gains.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -41,16 +43,6 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace VIO {
-namespace {
-
-std::uint8_t corrected(std::uint8_t pixel, float gain) {
-  const float value = gain * static_cast<float>(pixel);
-  if (!(value > 0)) return 0;
-  return value < 255 ? static_cast<std::uint8_t>(value) : std::uint8_t{255};
-}
-
-}  // namespace
-
 HWY_EXPORT(applyGainsSimd);
 
 void applyGainsScalar(std::uint8_t* pixels, const float* gains, std::size_t count) {
@@ -59,6 +51,20 @@ void applyGainsScalar(std::uint8_t* pixels, const float* gains, std::size_t coun
 
 void applyGains(std::uint8_t* pixels, const float* gains, std::size_t count) {
   HWY_DYNAMIC_DISPATCH(applyGainsSimd)(pixels, gains, count);
+}
+
+void writeVignettingRow(int y, int width, float* gains) {
+  constexpr float kInvRadius2 = 6.25e-06F;  // of 400 pixels
+  constexpr float a = -1.2782925F;
+  constexpr float b = 1.0701685F;
+  constexpr float c = -0.310786F;
+  const float dy = static_cast<float>(y) - 240.0F;
+  for (int x = 0; x < width; ++x) {
+    const float dx = static_cast<float>(x) - 320.0F;
+    const float s = (dy * dy + dx * dx) * kInvRadius2;
+    const float g = 1.0F + a * s + b * s * s + c * s * s * s;
+    gains[x] = std::clamp(1.0F / g, 0.0F, 255.0F);
+  }
 }
 
 }  // namespace VIO

@@ -1,0 +1,82 @@
+#include "Records.h"
+
+#include <cmath>
+#include <optional>
+
+#include "Boundary.h"
+#include "CameraModel/ModelFault.h"
+#include "VIO/RecordChecks.h"
+
+namespace rectiline::capi {
+namespace {
+
+using Model = CamModel::CameraModel<float>;
+
+void requireConvertible(const IntrinsicCameraCalibrationZEL& intrinsics, int camera) {
+  const std::optional<VIO::RecordFault> fault = VIO::findFault(intrinsics);
+  if (!fault) return;
+  refuseCamera(camera, {"intrinsics", fault->field}, fault->value, "is %g; it %s", fault->value,
+               fault->expected);
+}
+
+void requireUsable(const Model& model, int camera) {
+  const std::optional<CamModel::ModelFault> fault = CamModel::findFault(model);
+  if (!fault) return;
+  refuseCamera(camera, {"intrinsics", fault->field}, fault->value, "is %g: %s", fault->value,
+               fault->sentence);
+}
+
+/// The model alone, for the checks: the limits of a lens that gives none are a search, which only
+/// makeCamera() needs.
+Model withoutLimits(IntrinsicCameraCalibrationZEL intrinsics) {
+  intrinsics.distortion_limit = 1;
+  intrinsics.undistortion_limit = 1;
+  return Model(intrinsics);
+}
+
+}  // namespace
+
+void requireIntrinsics(const CameraCalibrationZEL& record, int camera) {
+  requireConvertible(record.intrinsics, camera);
+  requireUsable(withoutLimits(record.intrinsics), camera);
+}
+
+void requirePose(const CameraCalibrationZEL& record, int camera) {
+  const std::optional<VIO::RecordFault> fault = VIO::findFault(record.pose);
+  if (!fault) return;
+  const char* const text =
+      fault->field[0] == 'o' ? "has a squared length of %g; it %s" : "is %g; it %s";
+  refuseCamera(camera, {"pose", fault->field}, fault->value, text, fault->value, fault->expected);
+}
+
+void requireDevice(const DeviceCalibrationZEL* device, int least) {
+  requirePointer(device, "device");
+  const int count = device->num_cameras;
+  if (count < least || count > RECTILINE_MAX_CAMERAS) {
+    refuseArgument("device.num_cameras", count, "is %d; it must be from %d to %d", count, least,
+                   RECTILINE_MAX_CAMERAS);
+  }
+}
+
+AR::CV::Camera<float> makeCamera(const CameraCalibrationZEL& record, int camera) {
+  requireIntrinsics(record, camera);
+  const Model model(record.intrinsics);
+  AR::CV::Camera<float> made;
+  if (!made.init(model)) {
+    refuseCamera(camera, "intrinsics.distortion", record.intrinsics.distortion[0],
+                 "cannot be approximated to 0.01 over the lens's range (ideal radius up to %g); "
+                 "check the coefficients, or give the radii within which they hold as "
+                 "distortion_limit and undistortion_limit",
+                 static_cast<double>(std::sqrt(model.limits.distortionLimit)));
+  }
+  const float atCentre = model.distortionFactor(0.0F);
+  if (!(atCentre > 0)) {
+    refuseCamera(camera, "intrinsics.distortion", atCentre,
+                 "makes the focal length at the image's centre %g times the given one; it must be "
+                 "positive",
+                 static_cast<double>(atCentre));
+  }
+  return made;
+}
+
+}  // namespace rectiline::capi
