@@ -9,7 +9,9 @@ namespace rectiline::testing {
 /// the plain one without vector instructions included, with that set in force.
 template <typename Check>
 void forEachInstructionSet(Check&& check) {
-  for (const auto target : hwy::SupportedAndGeneratedTargets()) {
+  const auto targets = hwy::SupportedAndGeneratedTargets();
+  ASSERT_FALSE(targets.empty());
+  for (const auto target : targets) {
     SCOPED_TRACE(hwy::TargetName(target));
     hwy::SetSupportedTargetsForTest(target);
     hwy::GetChosenTarget().Update(target);
