@@ -111,6 +111,30 @@ TYPED_TEST(FullCameraTest, ProjectsWhatIsInFrontOfItAndInRange) {
   }
 }
 
+TYPED_TEST(FullCameraTest, CarriesEveryFieldIntoAnotherPrecision) {
+  using P = TypeParam;
+  using Q = std::conditional_t<std::is_same_v<P, float>, double, float>;
+  // Numbers that both precisions hold; of the angles only these are the same in both.
+  CamModel::CameraModel<P> model(cameraRecord("").intrinsics);
+  model.focalLength = {P(410.5), P(400.25)};
+  model.radialDistortion = {P(0.0625), P(-0.125), 0, 0, 0, 0};
+  model.tangentialDistortion = {P(0.25), P(-0.5)};
+  model.limits = {P(0.75), P(0.875)};
+  const Math::SE3<P> T_local_ref(Math::SO3<P>({0, 1, 0, 0, 0, 1, 1, 0, 0}), {1, 2, P(-0.5)});
+  ASSERT_TRUE(this->camera.init(model, T_local_ref, CamImageId("left"), true, P(0.125),
+                                {1, 2, 3, 4, 5, 6, 7, 8}, 0.5));
+  auto& corrector = this->camera.getRSCorrector();
+  corrector.centerRow = 17;
+  corrector.mode = 3;
+  for (std::size_t i = 0; i < corrector.workingState.size(); ++i)
+    corrector.workingState[i] = P(i + 1);
+  const FullCamera<Q> other = this->camera.template cast<Q>();
+  EXPECT_EQ(testing::fieldsOf(other), testing::fieldsOf(this->camera));
+  EXPECT_EQ(other.getIntrinsics().getCamModel().limits.distortionLimit, Q(0.75));
+  EXPECT_EQ(other.getIntrinsics().getCamModel().limits.undistortionLimit, Q(0.875));
+  EXPECT_EQ(other.getNameStr(), "left");
+}
+
 TYPED_TEST(FullCameraTest, HashesThePose) {
   const std::uint64_t hash = this->camera.getHash(1);
   this->camera.setExtrinsics({});

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "AR/CV/Camera/FullCamera.h"
 
@@ -45,6 +46,29 @@ inline CameraCalibrationZEL cameraRecord(const char* name, const PoseCase& pose 
   record.pose = poseRecord(pose);
   record.capture_details = {1, 2, 3, 4, 5, 6, 7, 8};
   return record;
+}
+
+/// Every number of a camera but its limits. A field added to one of the records does not compile
+/// here before it is among them.
+template <typename P>
+std::vector<double> fieldsOf(const FullCamera<P>& camera) {
+  const auto& [size, c, f, k, p, model, limits] = camera.getIntrinsics().getCamModel();
+  const auto& [isRollingShutter, lineTime, centerRow, mode, state] = camera.getRSCorrector();
+  const auto& [width, height, l, r, t, b, h, v] = camera.getCaptureDetails();
+  const Math::SE3<P>& T_local_ref = camera.getCamReferenceToLocal();
+  const auto& R = T_local_ref.rotation().matrix();
+  std::vector<double> all(R.data(), R.data() + R.size());
+  const auto add = [&all](const auto& values) {
+    all.insert(all.end(), std::begin(values), std::end(values));
+  };
+  for (const auto& values : {size, c, f, p}) add(values);
+  add(k);
+  add(T_local_ref.translation());
+  add(state);
+  for (const int value : {int{model}, int{mode}, width, height, l, r, t, b, h, v}) all.push_back(value);
+  for (const P value : {lineTime, centerRow, P(isRollingShutter)}) all.push_back(value);
+  all.push_back(camera.getDelta());
+  return all;
 }
 
 }  // namespace AR::CV::testing

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Common/Fnv1.h"
@@ -37,15 +39,21 @@ CamModel::CameraModel<Q> castModel(const CamModel::CameraModel<P>& from) {
 }
 
 template <typename Q, typename P>
-RollingShutterCorrector<Q> castCorrector(const RollingShutterCorrector<P>& from) {
-  RollingShutterCorrector<Q> to;
-  to.isRollingShutter = from.isRollingShutter;
-  to.lineTime = static_cast<Q>(from.lineTime);
-  to.centerRow = static_cast<Q>(from.centerRow);
-  to.mode = from.mode;
-  std::transform(from.workingState.begin(), from.workingState.end(), to.workingState.begin(),
-                 [](const P value) { return static_cast<Q>(value); });
+Camera<Q> castIntrinsics(const Camera<P>& from) {
+  Camera<Q> to;
+  // A refusal is in the log already and leaves the camera empty, which its callers check.
+  if (from.isInitialized()) static_cast<void>(to.init(castModel<Q>(from.getCamModel())));
   return to;
+}
+
+template <typename Q, typename P>
+RollingShutterCorrector<Q> castCorrector(const RollingShutterCorrector<P>& from) {
+  // A member that is added does not compile here before it is carried.
+  const auto& [isRollingShutter, lineTime, centerRow, mode, workingState] = from;
+  std::array<Q, std::tuple_size_v<std::decay_t<decltype(workingState)>>> state;
+  std::transform(workingState.begin(), workingState.end(), state.begin(),
+                 [](const P value) { return static_cast<Q>(value); });
+  return {isRollingShutter, static_cast<Q>(lineTime), static_cast<Q>(centerRow), mode, state};
 }
 
 template <typename P>
@@ -58,6 +66,17 @@ std::uint64_t toLineTimeNs(const P lineTime) {
 
 template <typename P>
 FullCamera<P>::FullCamera(const CamImageId& id) : mCamId(id) {}
+
+template <typename P>
+FullCamera<P>::FullCamera(IntrinsicCamera intrinsics, const RollingShutterCorrector<P>& rsCorrector,
+                          const Math::SE3<P>& T_local_ref, const CamImageId& id,
+                          const CaptureDetails& captureDetails, const double delta)
+    : mIntrinsics(std::move(intrinsics)),
+      mRSCorrector(rsCorrector),
+      mCamReferenceToLocal(T_local_ref),
+      mCamId(id),
+      mCaptureDetails(captureDetails),
+      mDelta(delta) {}
 
 template <typename P>
 bool FullCamera<P>::init(const CamModel::CameraModel<P>& model,
@@ -110,11 +129,11 @@ bool FullCamera<P>::isInitialized() const {
   return mCamId.isInit() && hasIntrinsics();
 }
 
+// The splines are fitted to coefficients that were found valid, and nothing changes those after.
 template <typename P>
 bool FullCamera<P>::hasIntrinsics() const {
   return holdsData(mIntrinsics.getDistortionSpline()) &&
-         holdsData(mIntrinsics.getUndistortionSpline()) &&
-         mIntrinsics.getCamModel().validateCoeffs();
+         holdsData(mIntrinsics.getUndistortionSpline());
 }
 
 template <typename P>
@@ -173,16 +192,10 @@ FullCamera<Q> FullCamera<P>::cast() const {
   if constexpr (std::is_same_v<P, Q>) {
     return *this;
   } else {
-    FullCamera<Q> camera(mCamId);
-    camera.mRSCorrector = castCorrector<Q>(mRSCorrector);
-    camera.mCamReferenceToLocal = mCamReferenceToLocal.template cast<Q>();
-    camera.mCaptureDetails = mCaptureDetails;
-    camera.mDelta = mDelta;
-    if (hasIntrinsics()) {
-      // A refusal is in the log already and leaves the camera empty, which its callers check.
-      static_cast<void>(camera.initIntrinsics(castModel<Q>(mIntrinsics.getCamModel())));
-    }
-    return camera;
+    // A member that is added does not compile here before it is carried.
+    const auto& [intrinsics, rsCorrector, T_local_ref, id, captureDetails, delta] = *this;
+    return FullCamera<Q>(castIntrinsics<Q>(intrinsics), castCorrector<Q>(rsCorrector),
+                         T_local_ref.template cast<Q>(), id, captureDetails, delta);
   }
 }
 

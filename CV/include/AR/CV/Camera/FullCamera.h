@@ -74,7 +74,8 @@ class AR_EXPORT FullCamera {
   /// True when the camera has a name and intrinsics.
   [[nodiscard]] bool isInitialized() const;
 
-  /// True when both splines hold data over a positive range and the coefficients are valid.
+  /// True when both splines hold data over a positive range; they are made of valid coefficients
+  /// only.
   [[nodiscard]] bool hasIntrinsics() const;
 
   /// The intrinsics, owned by this camera. Checked: "isInitialized()".
@@ -135,6 +136,10 @@ class AR_EXPORT FullCamera {
  private:
   template <typename>
   friend class FullCamera;
+
+  FullCamera(IntrinsicCamera intrinsics, const RollingShutterCorrector<P>& rsCorrector,
+             const Math::SE3<P>& T_local_ref, const CamImageId& id,
+             const CaptureDetails& captureDetails, double delta);
 
   IntrinsicCamera mIntrinsics;
   RollingShutterCorrector<P> mRSCorrector;
