@@ -12,6 +12,7 @@
 #include "Rectify.h"
 #include "Render.h"
 #include "Undistort.h"
+#include "rectiline/rectiline.h"
 
 namespace {
 
@@ -87,6 +88,7 @@ void addCommands(CLI::App& app, Arguments& a) {
 int main(int argc, char** argv) {
   CLI::App app("Rectifies and undistorts images of a calibrated device, and says how well.");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("rectiline ") + rectiline_version());
   Arguments arguments;
   app.parse_complete_callback([&arguments] { setUpLog(arguments.verbose); });
   addCommands(app, arguments);
