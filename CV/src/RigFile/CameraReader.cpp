@@ -6,6 +6,7 @@
 
 #include "AR/Common/Macros.h"
 #include "AttributeTable.h"
+#include "CameraModel/ModelFault.h"
 #include "RigFile.h"
 
 namespace AR::CV::RigFile {
@@ -88,6 +89,13 @@ bool poseFromLieElement(const PoseForms<P>& forms, Math::SE3<P>& pose, std::stri
   }
   pose = T;
   return true;
+}
+
+/// Why no camera can be made of a model.
+template <typename P>
+std::string faultOf(const CamModel::CameraModel<P>& model) {
+  const auto fault = CamModel::findFault(model);
+  return fault ? fault->sentence : "expected limits within which the distortion can be inverted";
 }
 
 /// Runs `read` on the only child of a name, if there is one.
@@ -178,7 +186,7 @@ bool readCamera(const ConfigNode& cameraNode, const CamImageId& id, FullCamera<P
   if (!readRollingShutter(cameraNode, corrector, why)) return false;
   return camera.init(model, T_local_ref, id, corrector.isRollingShutter, corrector.lineTime,
                      details, delta) ||
-         refuse(why, "Calibration: expected intrinsics that a camera can be made of");
+         refuse(why, "Calibration: " + faultOf(model));
 }
 
 #define AR_INSTANTIATE(P)                                                                         \

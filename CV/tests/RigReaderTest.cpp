@@ -1,3 +1,5 @@
+// What is read from calibration documents, and why others are refused.
+
 #include <gtest/gtest.h>
 
 #include <iterator>
@@ -14,31 +16,19 @@ namespace AR::CV {
 namespace {
 
 using namespace CamModel;
-using Common::ConfigNode;
 using rectiline::testing::LogCapture;
 using Ids = std::vector<CamImageId>;
+using Rig = FullStereoCameraCalibration<double>;
 
 const std::string kGeometry = R"(size="640 480" principal_point="318 243" focal_length="410 400" )";
 const std::string kRadial = R"(model="RADIAL_2_PARAMETERS" radial_distortion="0.1 0.01 0 0 0 0" )";
 const std::string kBad = R"(model="RADIAL_2_PARAMETERS" radial_distortion="0 0 1 0 0 0")";
 const std::string kIntrinsics = "<Calibration " + kGeometry + kRadial + "/>";
-const std::string kIdentity =
-    R"(<Rig translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 1"/>)";
-
+const std::string kMatrix = R"(rowMajorRotationMat="1 0 0 0 1 0 0 0 1" )";
+const std::string kIdentity = R"(<Rig translation="0 0 0" )" + kMatrix + "/>";
 const std::string kSevenDetails =
     R"(nativeSensorWidth="1" nativeSensorHeight="2" cropL="3" cropR="4" cropT="5" cropB="6" )"
     R"(binningH="7" )";
-
-std::vector<std::string> words(const std::string& text) {
-  std::istringstream stream(text);
-  return {std::istream_iterator<std::string>(stream), {}};
-}
-
-ConfigNode parse(const std::string& xml) {
-  ConfigNode node;
-  EXPECT_TRUE(node.setFromXMLString(xml.c_str())) << xml;
-  return node;
-}
 
 std::string device(const std::string& cameras) {
   return R"(<DeviceConfiguration deviceUID="uid">)" + cameras + "</DeviceConfiguration>";
@@ -53,25 +43,34 @@ std::string oneCalibration(const std::string& attributes) {
   return oneCamera("<Calibration " + kGeometry + attributes + "/>" + kIdentity);
 }
 
-/// A document that tryRigFromXml() refuses with a reason that contains `reason`.
-void expectRefused(const std::string& document, const std::string& reason) {
-  FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
-  rig.setDeviceUID("kept");
-  std::string why;
-  EXPECT_FALSE(tryRigFromXml(document.data(), document.size(), rig, why));
-  EXPECT_NE(why.find(reason), std::string::npos) << why;
-  EXPECT_EQ(rig.getDeviceUID(), "kept");
+std::string withPose(const std::string& attributes) {
+  return oneCamera(kIntrinsics + "<Rig " + attributes + "/>");
 }
 
-template <typename P>
-class RigConfigTest : public ::testing::Test {
- protected:
-  using Rig = FullStereoCameraCalibration<P>;
+std::string with(const std::string& child) { return oneCamera(kIntrinsics + kIdentity + child); }
 
+Common::ConfigNode parse(const std::string& xml) {
+  Common::ConfigNode node;
+  EXPECT_TRUE(node.setFromXMLString(xml.c_str())) << xml;
+  return node;
+}
+
+class RigReader : public ::testing::Test {
+ protected:
   bool load(const std::string& xml, const Ids& ids = {}, const bool requireAllIds = false) {
     rig = Rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
     log.clear();
     return rig.loadCameraCalibFromDeviceConfig(parse(xml), ids, requireAllIds);
+  }
+
+  void expectRefused(const std::string& document, const std::string& reason) {
+    SCOPED_TRACE(document);
+    log.clear();
+    rig.setDeviceUID("kept");
+    std::string why;
+    EXPECT_FALSE(tryRigFromXml(document.data(), document.size(), rig, why));
+    EXPECT_NE(why.find(reason), std::string::npos) << why;
+    EXPECT_EQ(rig.getDeviceUID(), "kept");
   }
 
   void expectLogged(const std::string& part) {
@@ -81,92 +80,89 @@ class RigConfigTest : public ::testing::Test {
   Rig rig{CalibrationInfo(CalibrationInfo::UNKNOWN, 0)};
   LogCapture log;
 };
-using Precisions = ::testing::Types<float, double>;
-TYPED_TEST_SUITE(RigConfigTest, Precisions);
 
-TYPED_TEST(RigConfigTest, LoadsAWholeCamera) {
-  ASSERT_TRUE(this->load(
-      oneCamera(kIntrinsics + R"(<Rig stereo_rig="1 2 3 0 0 0"/><TimeAlignment delta="0.25"/>)" +
-                R"(<RollingShutter isRollingShutter="TRUE" linetime="0.5"/><CaptureDetails )" +
-                kSevenDetails + R"(binningV="8"/>)")));
-  EXPECT_EQ(this->rig.getDeviceUID(), "uid");
-  ASSERT_EQ(this->rig.size(), 1U);
-  const auto& camera = this->rig[0];
-  EXPECT_EQ(camera.getCamReferenceToLocal().translation()(1), 2);
-  EXPECT_EQ(camera.getDelta(), 0.25);
-  EXPECT_TRUE(camera.getRSCorrector().isRollingShutter);
-  EXPECT_EQ(camera.getRSCorrector().lineTime, TypeParam(0.5));
-  EXPECT_EQ(camera.getCaptureDetails().cropT, 5);
-  EXPECT_EQ(camera.getCaptureDetails().binningV, 8);
-  this->expectLogged("deviceNode.getName 'DeviceConfiguration',  deviceNode.getNumChildren 1");
-  this->expectLogged("Loading camera calibration from config file (name left)");
-  EXPECT_EQ(this->log.failedChecks(), 0) << this->log.text();
+template <typename P>
+class RigReaderOf : public ::testing::Test {};
+using Precisions = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(RigReaderOf, Precisions);
+
+TYPED_TEST(RigReaderOf, LoadsAWholeCamera) {
+  const LogCapture log;
+  FullStereoCameraCalibration<TypeParam> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
+  ASSERT_TRUE(rig.loadCameraCalibFromDeviceConfig(
+      parse(oneCamera(
+          kIntrinsics + R"(<Rig stereo_rig="1 2 3 0 0 0"/><TimeAlignment delta="0.25"/>)" +
+          R"(<RollingShutter isRollingShutter="TRUE" linetime="0.5"/><CaptureDetails )" +
+          kSevenDetails + R"(binningV="8"/>)")),
+      {}, true));
+  EXPECT_EQ(rig.getDeviceUID(), "uid");
+  ASSERT_EQ(rig.size(), 1U);
+  EXPECT_EQ(rig[0].getCamReferenceToLocal().translation()(1), 2);
+  EXPECT_EQ(rig[0].getDelta(), 0.25);
+  EXPECT_TRUE(rig[0].getRSCorrector().isRollingShutter);
+  EXPECT_EQ(rig[0].getRSCorrector().lineTime, TypeParam(0.5));
+  EXPECT_EQ(rig[0].getCaptureDetails(), (CaptureDetails{1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(log.count("deviceNode.getName 'DeviceConfiguration',  deviceNode.getNumChildren 1"), 1);
+  EXPECT_EQ(log.count("Loading camera calibration from config file (name left)"), 1);
+  EXPECT_EQ(log.failedChecks(), 0) << log.text();
 }
 
-TYPED_TEST(RigConfigTest, RefusesBadDocuments) {
+TEST_F(RigReader, RefusesBadCameras) {
   const std::string kNoDetails = "Can't find camera calibration detail attributes";
   const std::string kNoRotation = "Stereo calibration is not a 3x3 rotation matrix";
-  const std::string kTwice = "Stereo calibration given twice in config--only specify either Lie ";
-  const std::string kIncomplete =
-      "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)";
-  const auto pose = [](const std::string& attributes) {
-    return oneCamera(kIntrinsics + "<Rig " + attributes + "/>");
-  };
-  const auto more = [](const std::string& child) {
-    return oneCamera(kIntrinsics + kIdentity + child);
-  };
-  const std::string kMatrix = R"(rowMajorRotationMat="1 0 0 0 1 0 0 0 1" )";
+  const std::string kOrthonormal = "Rig.rowMajorRotationMat: expected rows of length 1 at right an";
   const struct {
     std::string document, message, why;
   } kCases[] = {
-      {device(""), "No cameras loaded from config under element 'DeviceConfiguration'",
-       "expected a Camera element, found none"},
       {oneCamera(kIdentity), kNoDetails, "size: expected width and height, pixels, found no such"},
       {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails, "expected both model"},
       {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails, "expected both model and"},
       {oneCalibration(R"(model="Linear" radial_distortion="0 0 0 0 0 0")"),
        "Radial distortion model Linear not supported (use UPPERCASE).", "upper case, found \"Lin"},
-      {oneCalibration(kBad), "Cannot initialize camera from invalid", "Calibration: expected"},
+      {oneCalibration(kBad), "Cannot initialize camera from invalid", "Calibration: Radial distor"},
       {oneCalibration(kRadial + R"(distortion_limit="far")"), "Error parsing float",
        "distortion_limit: expected the largest ideal radius, found \"far\""},
       {oneCalibration(R"(radial_distortion_8="0.1 0 0 0 0 0 0 nan")"), "_8 is not finite",
        "radial_distortion_8: expected eight numbers, found \"0.1 0 0 0 0 0 0 nan\""},
       {oneCalibration(R"(radial_distortion_4="0.1 0 0 0" fish_eye="1")"), "parsing true/false",
        "fish_eye: expected true for the four-parameter fisheye model, or false, found \"1\""},
-      {pose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"), kTwice, "stereo_rig: expected"},
-      {pose(kMatrix), kIncomplete, "Rig.rowMajorRotationMat: expected together with translation"},
-      {pose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite", "Rig.stereo_rig: expected"},
-      {pose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite",
+      {withPose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"),
+       "Stereo calibration given twice in config--only specify either Lie ", "stereo_rig: expect"},
+      {withPose(kMatrix),
+       "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)",
+       "Rig.rowMajorRotationMat: expected together with translation"},
+      {withPose(R"(stereo_rig="1 0 0 1e30 1e300 0")"), "not finite", "Rig.stereo_rig: expected"},
+      {withPose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite",
        "Rig.translation: expected x, y and z, metres, found \"0 inf 0\""},
-      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation,
-       "Rig.rowMajorRotationMat: expected rows of length 1 at right angles"},
-      {pose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation,
-       "Rig.rowMajorRotationMat: expected rows"},
-      {more(kIdentity), "Duplicate tag 'Rig'.", "expected one Rig element, found 2"},
-      {more(kIntrinsics), kNoDetails, "expected one Calibration element, found 2"},
-      {more("<CaptureDetails " + kSevenDetails + "/>"),
+      {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation,
+       kOrthonormal},
+      {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation,
+       kOrthonormal},
+      {with(kIdentity), "Duplicate tag 'Rig'.", "expected one Rig element, found 2"},
+      {with(kIntrinsics), kNoDetails, "expected one Calibration element, found 2"},
+      {with("<CaptureDetails " + kSevenDetails + "/>"),
        "Failed to read CaptureDetails tag. All attributes are required.",
        "CaptureDetails.binningV: expected the vertical binning factor, found no such attribute"},
-      {more("<TimeAlignment/>"), "Failed to read TimeAlignment tag.", "TimeAlignment.delta: expec"},
-      {more(R"(<RollingShutter isRollingShutter="true"/>)"),
+      {with("<TimeAlignment/>"), "Failed to read TimeAlignment tag.", "TimeAlignment.delta: expec"},
+      {with(R"(<RollingShutter isRollingShutter="true"/>)"),
        "loadRollingShutterConfig() - Unable to determine linetime of rolling shutter camera.",
        "RollingShutter.linetime: expected seconds per row, above 0, found no such attribute"},
-      {more(R"(<RollingShutter isRollingShutter="true" linetime="0"/>)"),
+      {with(R"(<RollingShutter isRollingShutter="true" linetime="0"/>)"),
        "Rolling shutter is enabled but line time is set to <= 0. Set isRollingShutter = false in",
        "RollingShutter.linetime: expected seconds per row, above 0, found \"0\""},
   };
   for (const auto& [document, message, why] : kCases) {
-    SCOPED_TRACE(document);
-    EXPECT_FALSE(this->load(document)) << message;
-    EXPECT_TRUE(this->rig.empty()) << message;
-    this->expectLogged(message);
-    EXPECT_EQ(this->log.failedChecks() > 0, why.ends_with("found 2")) << this->log.text();
+    expectRefused(document, "camera 0: ");
     expectRefused(document, why);
+    expectLogged(message);
+    expectLogged("No cameras loaded from config under element 'DeviceConfiguration'");
+    EXPECT_EQ(log.failedChecks() > 0, why.ends_with("found 2")) << log.text();
+    EXPECT_FALSE(load(document));
+    EXPECT_TRUE(rig.empty());
   }
 }
 
-TEST(RigDocument, SaysWhyItIsRefused) {
-  const LogCapture log;
+TEST_F(RigReader, RefusesBadDocuments) {
   const std::string kCamera = "<Camera>" + kIntrinsics + "</Camera>";
   std::string seven;
   for (int i = 0; i < 7; ++i) seven += kCamera;
@@ -174,19 +170,19 @@ TEST(RigDocument, SaysWhyItIsRefused) {
       {"", "no root element, line 1, column 1"},
       {"<DeviceConfiguration>\n<Camera></DeviceConfiguration>", ", line 2, column "},
       {"<Device/>", "expected the root element DeviceConfiguration, found Device"},
+      {device(""), "expected a Camera element, found none"},
       {device(seven), "camera 6: expected at most 6 cameras"},
       {device("<Camera cam_name='a'>" + kIntrinsics + "</Camera><Camera cam_name='a'/>"),
        "camera 1: cam_name: expected another name than that of an earlier camera"},
       {device(kCamera + "<Camera/><Camera cam_name='x'/>"), "camera 1: Calibration.size: expected"},
   };
   for (const auto& [document, why] : kCases) expectRefused(document, why);
-  FullStereoCameraCalibration<double> rig(CalibrationInfo(CalibrationInfo::UNKNOWN, 0));
   std::string why;
   EXPECT_FALSE(tryRigFromXml(nullptr, 0, rig, why));
   EXPECT_EQ(why, "expected a document, found none");
 }
 
-TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
+TEST_F(RigReader, PrefersTheNewerDistortionForm) {
   const std::string kEight = R"(radial_distortion_8="0.3 0.03 0.003 0 0 0 0 0" )";
   const std::string kFour = R"(radial_distortion_4="0.4 0.04 0.004 0" )";
   const std::string kNone =
@@ -208,18 +204,33 @@ TYPED_TEST(RigConfigTest, PrefersTheNewerDistortionForm) {
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.attributes);
-    ASSERT_TRUE(this->load(oneCalibration(c.attributes)));
-    const auto& model = this->rig[0].getIntrinsics().getCamModel();
+    ASSERT_TRUE(load(oneCalibration(c.attributes)));
+    const auto& model = rig[0].getIntrinsics().getCamModel();
     EXPECT_EQ(model.model, c.model);
-    EXPECT_EQ(model.radialDistortion(0), TypeParam(c.k0));
-    EXPECT_EQ(model.radialDistortion(2), TypeParam(c.k2));
-    EXPECT_EQ(model.tangentialDistortion(0), TypeParam(c.p1));
-    EXPECT_GT(model.limits.distortionLimit, TypeParam(0.3));
-    this->expectLogged(c.message);
+    EXPECT_EQ(model.radialDistortion(0), c.k0);
+    EXPECT_EQ(model.radialDistortion(2), c.k2);
+    EXPECT_EQ(model.tangentialDistortion(0), c.p1);
+    EXPECT_GT(model.limits.distortionLimit, 0.3);
+    expectLogged(c.message);
   }
 }
 
-TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
+TEST_F(RigReader, TakesLimitsThatAreGivenInPairs) {
+  const std::string kLinear = R"(model="LINEAR" distortion_limit="0.5" )";
+  ASSERT_TRUE(load(oneCalibration(kLinear + R"(undistortion_limit="0.5")")));
+  EXPECT_EQ(rig[0].getIntrinsics().getCamModel().limits.distortionLimit, 0.25);
+  for (const char* other : {"", R"(undistortion_limit="0")", R"(undistortion_limit="-0.5")"}) {
+    ASSERT_TRUE(load(oneCalibration(kLinear + other)));
+    EXPECT_GT(rig[0].getIntrinsics().getCamModel().limits.distortionLimit, 0.9);
+  }
+}
+
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
+TEST_F(RigReader, GivesEveryCameraItsNode) {
   const std::string kTwice = "is already initialized--is there a duplicate id in the config file?";
   const struct {
     std::string nodes;         // names in document order; "-": nameless, "bad": refused
@@ -250,11 +261,11 @@ TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
     }
     Ids ids;
     for (const std::string& id : words(c.ids)) ids.emplace_back(id.c_str());
-    EXPECT_EQ(this->load(device(xml), ids, true), c.okIfAllRequired);
-    EXPECT_EQ(this->load(device(xml), ids, false), c.ok);
-    this->expectLogged(c.message);
+    EXPECT_EQ(load(device(xml), ids, true), c.okIfAllRequired);
+    EXPECT_EQ(load(device(xml), ids, false), c.ok);
+    expectLogged(c.message);
     std::string cameras;
-    for (const auto& camera : this->rig) {
+    for (const auto& camera : rig) {
       const std::string node = std::to_string(static_cast<int>(camera.getDelta()));
       cameras += camera.getNameStr() + (camera.isInitialized() ? " " + node + " " : " - ");
     }
@@ -262,17 +273,17 @@ TYPED_TEST(RigConfigTest, GivesEveryCameraItsNode) {
   }
 }
 
-TYPED_TEST(RigConfigTest, ReportsCamerasInOnePlaceAndARigOfOtherOrigin) {
+TEST_F(RigReader, ReportsCamerasInOnePlaceAndARigOfOtherOrigin) {
   const std::string kNode = "<Camera>" + kIntrinsics + "</Camera>";
-  EXPECT_TRUE(this->load(device(kNode + kNode)));
-  EXPECT_EQ(this->log.count("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)"), 2);
-  this->expectLogged("2/2 cameras have no stereo extrinsic calibration (they're all at 0,0,0)");
-  this->rig.setInfo(CalibrationInfo(CalibrationInfo::XR_CALIB, 0));
-  EXPECT_FALSE(this->rig.loadOneCamera(parse(kNode), {}));
-  EXPECT_TRUE(this->rig.loadCameraCalibFromDeviceConfig(parse(device(kNode)), {}, true));
-  this->expectLogged("AR_ASSERT origin.getOrigin() == CalibrationInfo::UNKNOWN");
-  this->rig.setupEmptyCalibrationWithDefaultIds(1);
-  EXPECT_TRUE(this->rig.loadOneCamera(parse(kNode), {}));
+  EXPECT_TRUE(load(device(kNode + kNode)));
+  EXPECT_EQ(log.count("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)"), 2);
+  expectLogged("2/2 cameras have no stereo extrinsic calibration (they're all at 0,0,0)");
+  rig.setInfo(CalibrationInfo(CalibrationInfo::XR_CALIB, 0));
+  EXPECT_FALSE(rig.loadOneCamera(parse(kNode), {}));
+  EXPECT_TRUE(rig.loadCameraCalibFromDeviceConfig(parse(device(kNode)), {}, true));
+  expectLogged("AR_ASSERT origin.getOrigin() == CalibrationInfo::UNKNOWN");
+  rig.setupEmptyCalibrationWithDefaultIds(1);
+  EXPECT_TRUE(rig.loadOneCamera(parse(kNode), {}));
 }
 
 }  // namespace
