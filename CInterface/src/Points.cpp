@@ -128,7 +128,11 @@ void convertPoints(std::size_t n, const double* from, double* to, std::uint8_t* 
   }
 }
 
-Vec3 normalized(const Vec3& v) { return v / std::hypot(v(0), v(1), v(2)); }
+/// A direction of unit length; what has none stays as it is.
+Vec3 normalized(const Vec3& v) {
+  const double length = std::hypot(v(0), v(1), v(2));
+  return length > 0 ? v / length : v;
+}
 
 }  // namespace
 

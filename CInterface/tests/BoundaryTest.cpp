@@ -12,18 +12,13 @@
 #include <vector>
 
 #include "Boundary.h"
+#include "Errors.h"
 #include "rectiline/rectiline.h"
 
 namespace {
 
 using namespace rectiline::capi;
-
-rectiline_error lastError() {
-  rectiline_error error{};
-  error.struct_size = sizeof error;
-  EXPECT_EQ(rectiline_last_error(&error), RECTILINE_OK);
-  return error;
-}
+using rectiline::capi::testing::lastError;
 
 TEST(BoundaryTest, WhateverIsThrownBecomesAStatusAndASentence) {
   const std::string longText(1000, 'x');

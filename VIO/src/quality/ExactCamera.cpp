@@ -62,9 +62,10 @@ bool ExactCamera::tryUnproject(const PixelPosition& wanted, PixelPosition& ideal
   for (int i = 0; i < kMaxSteps && !(AR::Math::norm(miss) <= kSettled); ++i) {
     const auto J = derivative(best);
     const double determinant = J(0, 0) * J(1, 1) - J(0, 1) * J(1, 0);
-    const PixelPosition next = best + PixelPosition(J(1, 1) * miss(0) - J(0, 1) * miss(1),
-                                                    J(0, 0) * miss(1) - J(1, 0) * miss(0)) /
-                                          determinant;
+    if (determinant == 0) break;
+    const PixelPosition step(J(1, 1) * miss(0) - J(0, 1) * miss(1),
+                             J(0, 0) * miss(1) - J(1, 0) * miss(0));
+    const PixelPosition next = best + step / determinant;
     const PixelPosition nextMiss = wanted - pixel(next(0), next(1));
     if (!(AR::Math::norm(nextMiss) < AR::Math::norm(miss))) break;
     best = next;
