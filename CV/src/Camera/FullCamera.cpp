@@ -19,30 +19,11 @@ namespace {
 constexpr char kSource[] = "CV/src/Camera/StereoCamera";
 constexpr char kHeaderSource[] = "CV/src/../include/AR/CV/Camera/StereoCamera";
 
-template <typename P>
-bool holdsData(const HermiteSplineInterpolation<P>& spline) {
-  return !spline.coeffs.empty() && spline.rangeMax > 0;
-}
-
-template <typename Q, typename P>
-CamModel::CameraModel<Q> castModel(const CamModel::CameraModel<P>& from) {
-  CamModel::CameraModel<Q> to;
-  to.size = from.size.template cast<Q>();
-  to.principalPoint = from.principalPoint.template cast<Q>();
-  to.focalLength = from.focalLength.template cast<Q>();
-  to.radialDistortion = from.radialDistortion.template cast<Q>();
-  to.tangentialDistortion = from.tangentialDistortion.template cast<Q>();
-  to.model = from.model;
-  to.limits.distortionLimit = static_cast<Q>(from.limits.distortionLimit);
-  to.limits.undistortionLimit = static_cast<Q>(from.limits.undistortionLimit);
-  return to;
-}
-
 template <typename Q, typename P>
 Camera<Q> castIntrinsics(const Camera<P>& from) {
   Camera<Q> to;
   // A refusal is in the log already and leaves the camera empty, which its callers check.
-  if (from.isInitialized()) static_cast<void>(to.init(castModel<Q>(from.getCamModel())));
+  if (from.isInitialized()) static_cast<void>(to.init(from.getCamModel().template cast<Q>()));
   return to;
 }
 
@@ -129,11 +110,9 @@ bool FullCamera<P>::isInitialized() const {
   return mCamId.isInit() && hasIntrinsics();
 }
 
-// The splines are fitted to coefficients that were found valid, and nothing changes those after.
 template <typename P>
 bool FullCamera<P>::hasIntrinsics() const {
-  return holdsData(mIntrinsics.getDistortionSpline()) &&
-         holdsData(mIntrinsics.getUndistortionSpline());
+  return mIntrinsics.isInitialized();
 }
 
 template <typename P>

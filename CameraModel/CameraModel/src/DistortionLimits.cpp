@@ -16,6 +16,9 @@ namespace {
 template <typename P>
 constexpr P kStep = P(0.02);  // of the march
 
+// The march ends for any record, also one whose limit is infinite.
+constexpr int kMaxSteps = 1'000'000;
+
 /// Consecutive undistorted radii of the march, whose iterations run side by side.
 template <typename P>
 struct MarchedRadii {
@@ -123,13 +126,14 @@ void CameraModel<P>::findDistortionLimits() {
 
 template <typename P>
 bool CameraModel<P>::marchToDistortionLimit() {
-  // Never past the radius that is trusted at all, so that the march ends for any record.
-  const P x_max = std::min(limits.distortionLimit, P(kMaxSquaredRadius));
+  const P x_max = limits.distortionLimit;
   const P y_max = limits.undistortionLimit;
   bool failed = false;
   P previous = 0;
-  for (P r = kStep<P>; r * r <= x_max;) {
+  int steps = 0;
+  for (P r = kStep<P>; r * r <= x_max && steps < kMaxSteps;) {
     MarchedRadii<P> radii(r, x_max);
+    steps += static_cast<int>(radii.count);
     radii.distort(*this);
     const std::size_t steady = radii.countSteady(previous, y_max);
     const std::size_t returned = failed ? steady : radii.countReturned(*this, steady);
@@ -144,6 +148,7 @@ bool CameraModel<P>::marchToDistortionLimit() {
       break;
     }
     previous = radii.rd[steady - 1];
+    if (steps >= kMaxSteps) limits.distortionLimit = radii.x[steady - 1];
   }
   return !failed;
 }

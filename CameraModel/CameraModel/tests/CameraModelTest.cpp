@@ -14,6 +14,7 @@
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/IntrinsicRecord.h"
 #include "CameraModel/InvertFactors.h"
+#include "CameraModel/SolveCubic.h"
 #include "testing/ExactModel.h"
 #include "testing/Lenses.h"
 #include "testing/LogCapture.h"
@@ -258,6 +259,21 @@ TYPED_TEST(CameraModelTest, MarchesOutwardsWhileTheRadiusGrowsSteadily) {
   }
 }
 
+// 1 - x / 2700 turns back at a radius of 30.
+TYPED_TEST(CameraModelTest, MarchesToTheGivenLimitHoweverFar) {
+  using P = TypeParam;
+  constexpr P kInfinity = std::numeric_limits<P>::infinity();
+  auto camera = makeCamera<P>(RADIAL_2_PARAMETERS, {-1 / 2700.});
+  camera.limits = {1e4, kInfinity};
+  camera.findDistortionLimits();
+  EXPECT_NEAR(std::sqrt(camera.limits.distortionLimit), 29.92, 0.03);
+  camera.radialDistortion = {};
+  camera.limits = {kInfinity, kInfinity};
+  camera.findDistortionLimits();
+  EXPECT_NEAR(std::sqrt(camera.limits.distortionLimit), 2e4, 500) << "in 10^6 steps";
+  EXPECT_EQ(camera.limits.undistortionLimit, camera.limits.distortionLimit);
+}
+
 // 0.025 x^3 - 0.3 x^2 + 0.575 x + 0.9 = 0.025 (x - 4) (x - 9) (x + 1): both denominators are 0.1
 // at 4, which counts as a squared radius of the field-of-view model for the rational fisheye.
 TYPED_TEST(CameraModelTest, StaysShortOfPoles) {
@@ -300,6 +316,17 @@ TYPED_TEST(CameraModelTest, RecordsReturnAsTheyWereOrSaturate) {
   IntrinsicCameraCalibrationZEL record = kRecord;
   record.focal_length_x = 1e308;
   EXPECT_EQ(std::isinf(CameraModel<P>(record).focalLength[0]), sizeof(P) == 4);
+}
+
+TYPED_TEST(CameraModelTest, CastsCarryEveryField) {
+  using P = TypeParam;
+  const CameraModel<P> camera(kRecord), none;
+  const auto& [size, c, f, k, p, model, limits] = camera;  // a further one does not compile
+  EXPECT_TRUE(size != none.size && c != none.principalPoint && f != none.focalLength);
+  EXPECT_TRUE(k != none.radialDistortion && p != none.tangentialDistortion);
+  EXPECT_TRUE(model != none.model && limits.distortionLimit != none.limits.distortionLimit &&
+              limits.undistortionLimit != none.limits.undistortionLimit);
+  EXPECT_EQ(camera.template cast<float>().template cast<double>().template cast<P>(), camera);
 }
 
 TYPED_TEST(CameraModelTest, AbsentLimitsAreComputedWhereTheyCanBe) {

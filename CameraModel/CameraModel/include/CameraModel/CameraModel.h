@@ -7,7 +7,6 @@
 #include "AR/Common/Macros.h"
 #include "AR/Math/Vector.h"
 #include "CameraModel/DistortionModel.h"
-#include "CameraModel/SolveCubic.h"
 #include "rectiline/CalibrationRecords.h"
 
 namespace CamModel {
@@ -46,11 +45,37 @@ class AR_EXPORT CameraModel {
 
   CameraModel() = default;
 
+  /// Every field, in order.
+  CameraModel(const AR::Math::Vec<P, 2>& size_px, const AR::Math::Vec<P, 2>& principalPoint_px,
+              const AR::Math::Vec<P, 2>& focalLength_px, const RDVec<P>& radial,
+              const AR::Math::Vec<P, 2>& tangential, DistortionModel distortionModel,
+              const DistortionLimits& squaredLimits)
+      : size(size_px),
+        principalPoint(principalPoint_px),
+        focalLength(focalLength_px),
+        radialDistortion(radial),
+        tangentialDistortion(tangential),
+        model(distortionModel),
+        limits(squaredLimits) {}
+
   /// From an interchange record. The limits are the record's when both are above 0; otherwise they
   /// are computed for a field of view of 180 degrees, unless size or focal length is all zero.
   /// Figures beyond P's range become infinite. An unknown model is kept, for the caller to refuse
   /// (isKnownModel); its limits stay at their defaults.
   explicit CameraModel(const IntrinsicCameraCalibrationZEL& record);
+
+  bool operator==(const CameraModel&) const = default;
+
+  /// The same camera in precision Q.
+  template <std::floating_point Q>
+  [[nodiscard]] CameraModel<Q> cast() const {
+    // A field that is added does not compile here before it is carried.
+    const auto& [size_px, c, f, k, p, distortionModel, squaredLimits] = *this;
+    const auto& [x_max, y_max] = squaredLimits;
+    return CameraModel<Q>(size_px.template cast<Q>(), c.template cast<Q>(), f.template cast<Q>(),
+                          k.template cast<Q>(), p.template cast<Q>(), distortionModel,
+                          {static_cast<Q>(x_max), static_cast<Q>(y_max)});
+  }
 
   /// True when the record is usable; otherwise prints the first fault, one line on standard
   /// output. Tangential coefficients and the size of permitted radial ones are not checked. An
@@ -85,7 +110,8 @@ class AR_EXPORT CameraModel {
   /// alone, without a look at the model.
   void setupMaxDistortionRanges(std::optional<P> imageCircleDiameter = std::nullopt);
 
-  /// Narrows `limits` to where the distorted radius grows steadily and undistortion returns it.
+  /// Narrows `limits` to where the distorted radius grows steadily and undistortion returns it, by
+  /// a march of at most 10^6 steps of 0.02; no radius behind the last of them is trusted.
   void findDistortionLimits();
   /// Narrows `limits` to stay short of the pole of the rational polynomial in x.
   void setMaxDistortionLimits_6paramRadial();

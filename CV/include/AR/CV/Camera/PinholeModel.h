@@ -10,10 +10,7 @@ template <typename P>
 [[nodiscard]] CamModel::CameraModel<P> pinholeModel(const Math::Vec<P, 2>& size,
                                                     const Math::Vec<P, 2>& principalPoint,
                                                     const Math::Vec<P, 2>& focalLength) {
-  CamModel::CameraModel<P> model;
-  model.size = size;
-  model.principalPoint = principalPoint;
-  model.focalLength = focalLength;
+  CamModel::CameraModel<P> model(size, principalPoint, focalLength, {}, {}, CamModel::LINEAR, {});
   model.setupValidDistortionRange({}, false);
   return model;
 }
