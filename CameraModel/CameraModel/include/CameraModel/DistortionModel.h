@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "AR/Common/Macros.h"
 #include "AR/Math/Vector.h"
 
 /// The lens distortion models, MODEL(name, number in records): the one list of them. The
@@ -67,10 +68,10 @@ struct RadiusLimits {
 
 /// The model's name, upper case, as radialDistortionModelStringToEnum accepts it. An unknown
 /// model ends the process.
-[[nodiscard]] const char* modelName(DistortionModel model);
+[[nodiscard]] AR_EXPORT const char* modelName(DistortionModel model);
 
 /// How many leading radial coefficients of the model may be nonzero (0 to MAX_RD_PARAMS). An
 /// unknown model ends the process.
-[[nodiscard]] int maxNumRadialDistortionCoeffs(DistortionModel model);
+[[nodiscard]] AR_EXPORT int maxNumRadialDistortionCoeffs(DistortionModel model);
 
 }  // namespace CamModel
