@@ -2,17 +2,20 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
 #include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
 #include "AR/Common/Fnv1.h"
+#include "AR/Common/Logger.h"
 #include "testing/Lenses.h"
 #include "testing/LogCapture.h"
 
 namespace AR::CV {
 namespace {
 
+using Common::Logger;
 using rectiline::testing::LogCapture;
 
 using rectiline::testing::kLenses;
@@ -108,8 +111,11 @@ TYPED_TEST(CameraTest, FailedInitIsLoggedAndEmptiesTheCamera) {
     SCOPED_TRACE(row.camera.name);
     Camera<P> camera = this->make(kRadial);
     LogCapture log;
+    Logger::getInstance().setFlag(Logger::kFlagFunction, true);
     EXPECT_FALSE(this->init(camera, row.camera, row.limits));
+    Logger::getInstance().setFlag(Logger::kFlagFunction, false);
     EXPECT_EQ(log.count(row.line), 1) << log.text();
+    EXPECT_EQ(log.count("::init"), 1) << "the line is that of init(), not of a helper";
     EXPECT_FALSE(camera.isInitialized());
     EXPECT_TRUE(camera.getDistortionSpline().coeffs.empty());
   }
@@ -188,6 +194,33 @@ TYPED_TEST(CameraTest, UndistortionDerivativeIsThatOfTheFactor) {
     (void)CameraCalibration::undistort(camera, P(0), dGdy);
     (void)CameraCalibration::undistort(camera, P(0.0001), atMin);
     EXPECT_EQ(dGdy, atMin);
+    const auto sample = CameraCalibration::UndistortFn<P>(camera)(y);
+    EXPECT_EQ(sample.value, G);
+    EXPECT_EQ(CameraCalibration::DistortFn<P>(camera.getCamModel())(y).value,
+              camera.getCamModel().distortionFactor(y));
+  }
+}
+
+TYPED_TEST(CameraTest, DerivativesAreReachedByName) {
+  using P = TypeParam;
+  using namespace CamModel;
+  using namespace CameraCalibration;
+  using Derivative = P (*)(const RDVec<P>&, P, RDVec<P>&, P&);
+  const std::pair<const char*, Derivative> kNamed[] = {
+      {"fisheye1",
+       DistortionDerivatives<P, FISHEYE_1_PARAMETER>::distortionFactorFisheye1Parameter},
+      {"fisheye4",
+       DistortionDerivatives<P, FISHEYE_4_PARAMETERS>::distortionFactorFisheye4Parameters},
+      {"chebyshev4",
+       DistortionDerivatives<P, CHEBYSHEV_4_PARAMETERS>::distortionFactorChebyshev4Parameters},
+      {"spline3", DistortionDerivatives<P, FISHEYE_SPLINE_3>::distortionFactorFisheyeSpline},
+      {"fisheye_rational",
+       DistortionDerivatives<P, FISHEYE_RATIONAL>::distortionFactorFisheyeRational}};
+  for (const auto& [lens, derivative] : kNamed) {
+    const CameraModel<P> model = this->make(lensNamed(lens)).getCamModel();
+    RDVec<P> J;
+    P dFdx;
+    EXPECT_EQ(derivative(model.radialDistortion, P(0.3), J, dFdx), model.distortionFactor(P(0.3)));
   }
 }
 

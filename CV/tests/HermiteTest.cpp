@@ -123,11 +123,15 @@ TYPED_TEST(HermiteTest, ReportsBadRequestsAndStaysEmpty) {
 
 TYPED_TEST(HermiteTest, LogsEveryBinWhenVerbose) {
   Logger::getInstance().setLevel(Logger::VERBOSE);
+  Logger::getInstance().setFlag(Logger::kFlagFunction, true);
   const LogCapture log;
   (void)this->mSpline.setupHermiteCoeffs(this->wave, {0, 8}, false, 2, TypeParam(1e-6), 32);
   EXPECT_EQ(log.count("Fitted Hermite spline with 2 bins, maximum approximation error 0."), 1);
   EXPECT_EQ(log.count("Hermite approximation v0:"), 3);
   EXPECT_EQ(log.count("Hermite approximation errors:\t"), 3);
+  EXPECT_EQ(log.count("::setupHermiteCoeffs"), 4);
+  EXPECT_EQ(log.count("::testAccuracy"), 3);
+  Logger::getInstance().setFlag(Logger::kFlagFunction, false);
   Logger::getInstance().setLevel(Logger::DEBUG);
 }
 

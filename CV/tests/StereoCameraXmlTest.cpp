@@ -29,7 +29,7 @@ TEST(CameraUtilNames, AreThoseOfTheModelsInUpperCase) {
   EXPECT_EQ(log.count("Radial distortion model linear%s not supported (use UPPERCASE)."), 1);
 }
 
-constexpr float kMark = 1e-8F;  // stands for 0
+constexpr double kMark = 1e-8;  // stands for 0
 constexpr int kNoMode = 15;
 
 struct LegacyCase {

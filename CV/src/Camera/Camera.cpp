@@ -17,6 +17,8 @@ namespace AR::CV {
 namespace {
 
 using AR::Common::Logger;
+using CameraCalibration::DistortFn;
+using CameraCalibration::UndistortFn;
 
 constexpr char kSource[] = "CV/src/Camera/Camera";
 
@@ -28,10 +30,11 @@ constexpr double kMaxFitError = 0.01;
 constexpr float kJustInside = 0.9999999F;
 
 template <typename P, typename FUNCTION>
-P fitSpline(HermiteSplineInterpolation<P>& spline, const FUNCTION& fn, P squaredLimit) {
+double fitSpline(HermiteSplineInterpolation<P>& spline, const FUNCTION& fn, P squaredLimit) {
   const P radius = std::sqrt(squaredLimit);
-  return spline.setupHermiteCoeffs(fn, AR::Math::Vec<P, 2>(P(0), radius * radius), true, MAX_BINS,
-                                   P(4.9999999e-06F), kMinBinsForTrim);
+  return static_cast<double>(
+      spline.setupHermiteCoeffs(fn, AR::Math::Vec<P, 2>(P(0), radius * radius), true, MAX_BINS,
+                                P(4.9999999e-06F), kMinBinsForTrim));
 }
 
 }  // namespace
@@ -39,22 +42,41 @@ P fitSpline(HermiteSplineInterpolation<P>& spline, const FUNCTION& fn, P squared
 template <typename P>
 bool Camera<P>::init(const Model& model) {
   Camera camera;
-  const bool isUsable = camera.setup(model);
-  *this = isUsable ? std::move(camera) : Camera();
-  return isUsable;
+  camera.mModel = model;
+  *this = Camera();  // not before: `model` may be this camera's own
+  if (!camera.mModel.validateCoeffs()) {
+    AR_LOG(Logger::ERR, kSource, "Cannot initialize camera from invalid intrinsics");
+    return false;
+  }
+  const double distortionError = fitSpline(camera.mDistortionSpline, DistortFn<P>(camera.mModel),
+                                           camera.mModel.limits.distortionLimit);
+  if (!(distortionError <= kMaxFitError)) {
+    AR_LOGF(Logger::ERR, kSource, "Relative approximation error in distortion too high (%f)",
+            distortionError);
+    return false;
+  }
+  const double undistortionError = fitSpline(camera.mUndistortionSpline, UndistortFn<P>(camera),
+                                             camera.mModel.limits.undistortionLimit);
+  if (!(undistortionError <= kMaxFitError)) {
+    AR_LOGF(Logger::ERR, kSource, "Relative approximation error in undistortion too high (%f)",
+            undistortionError);
+    return false;
+  }
+  P distortionAt0 = 1;
+  const bool hasDistortionAt0 = camera.mDistortionSpline.evaluate(P(0), distortionAt0);
+  static_cast<void>(AR_CHECK(hasDistortionAt0 && distortionAt0 > 0,
+                             "hasDistortionAt0 && distortionAt0>0", kSource));
+  camera.setupFocalLengths(distortionAt0);
+  *this = std::move(camera);
+  static_cast<void>(AR_CHECK(isInitialized(), "isInitialized()", kSource));
+  return true;
 }
 
 template <typename P>
 bool Camera<P>::init(const Vec2& size, const Vec2& principalPoint, const Vec2& focalLength,
                      const RDVec& radial, const Vec2& tangential,
                      CamModel::DistortionModel distortionModel, const DistortionLimits& limits) {
-  Model model;
-  model.size = size;
-  model.principalPoint = principalPoint;
-  model.focalLength = focalLength;
-  model.radialDistortion = radial;
-  model.tangentialDistortion = tangential;
-  model.model = distortionModel;
+  Model model(size, principalPoint, focalLength, radial, tangential, distortionModel, {});
   if (limits.distortionLimit > 0 && limits.undistortionLimit > 0) {
     model.limits.distortionLimit = limits.distortionLimit * limits.distortionLimit;
     model.limits.undistortionLimit = limits.undistortionLimit * limits.undistortionLimit;
@@ -65,58 +87,11 @@ bool Camera<P>::init(const Vec2& size, const Vec2& principalPoint, const Vec2& f
 }
 
 template <typename P>
-bool Camera<P>::setup(const Model& model) {
-  if (!model.validateCoeffs()) {
-    AR_LOG(Logger::ERR, kSource, "Cannot initialize camera from invalid intrinsics");
-    return false;
-  }
-  mModel = model;
-  if (!fitDistortion() || !fitUndistortion()) {
-    return false;
-  }
-  setupFocalLengths();
-  static_cast<void>(AR_CHECK(isInitialized(), "isInitialized()", kSource));
-  return true;
-}
-
-template <typename P>
-bool Camera<P>::fitDistortion() {
-  const auto err = static_cast<double>(fitSpline(
-      mDistortionSpline, CameraCalibration::DistortFn<P>(mModel), mModel.limits.distortionLimit));
-  if (err <= kMaxFitError) {
-    return true;
-  }
-  AR_LOGF(Logger::ERR, kSource, "Relative approximation error in distortion too high (%f)", err);
-  return false;
-}
-
-template <typename P>
-bool Camera<P>::fitUndistortion() {
-  const auto err =
-      static_cast<double>(fitSpline(mUndistortionSpline, CameraCalibration::UndistortFn<P>(*this),
-                                    mModel.limits.undistortionLimit));
-  if (err <= kMaxFitError) {
-    return true;
-  }
-  AR_LOGF(Logger::ERR, kSource, "Relative approximation error in undistortion too high (%f)", err);
-  return false;
-}
-
-template <typename P>
-void Camera<P>::setupFocalLengths() {
-  P distortionAt0 = 1;
-  const bool hasDistortionAt0 = mDistortionSpline.evaluate(P(0), distortionAt0);
-  static_cast<void>(AR_CHECK(hasDistortionAt0 && distortionAt0 > 0,
-                             "hasDistortionAt0 && distortionAt0>0", kSource));
+void Camera<P>::setupFocalLengths(P distortionAt0) {
   const Vec2 one(P(1), P(1));
   mInvFocalLength = one / mModel.focalLength;
   mCorrectedFocalLength = distortionAt0 * mModel.focalLength;
   mInvCorrectedFocalLength = one / mCorrectedFocalLength;
-}
-
-template <typename P>
-bool Camera<P>::isInitialized() const {
-  return mDistortionSpline.isInit() && mUndistortionSpline.isInit() && mModel.validateCoeffs();
 }
 
 template <typename P>

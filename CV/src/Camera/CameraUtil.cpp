@@ -19,8 +19,9 @@ using Common::Logger;
 constexpr char kSource[] = "CV/src/Camera/CameraUtil";
 constexpr char kHeaderSource[] = "CV/src/../include/AR/CV/Camera/CameraUtil";
 
-/// Stands for 0 in a legacy vector; this single-precision number in both precisions.
-constexpr float kMark = 1e-8F;
+/// Stands for 0 in a legacy vector.
+template <typename P>
+constexpr P kMark = P(1e-8);
 
 /// Of the fisheye coefficients (row i: of theta^(2i+2)) from the Chebyshev weights (columns).
 const Math::Mat<double, 4, 4>& fisheyeFromChebyshev() {
@@ -81,7 +82,7 @@ void getOldDistortionVec(const DistortionModel model, const Math::Vec<P, 2>& tan
 
   RDVec<P> k = radial;
   for (int i = 0; i < legacy.numMarked; ++i) {
-    if (k[i] == 0) k[i] = P(kMark);
+    if (k[i] == 0) k[i] = kMark<P>;
   }
   for (size_t i = 0; i < legacy.slots.size(); ++i) oldVec[legacy.slots[i]] = k[i];
   const bool hasTangential = Math::normSquared(tangential) > 0;

@@ -37,20 +37,6 @@ COEFFS cubicThrough(const SAMPLE& left, const SAMPLE& right, P x0, P s) {
 
 bool isVerbose() { return Logger::VERBOSE <= Logger::getInstance().getLevel(); }
 
-template <typename SAMPLE>
-void logEnds(const SAMPLE& left, const SAMPLE& right) {
-  AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation v0:%e v0.d:%e v1:%e v1.d:%e",
-          static_cast<double>(left.value), static_cast<double>(left.deriv),
-          static_cast<double>(right.value), static_cast<double>(right.deriv));
-}
-
-template <typename P>
-void logError(P x, P spline, P truth, P err) {
-  AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation errors:\t%f\t%f\t%f\t%f",
-          static_cast<double>(x), static_cast<double>(spline), static_cast<double>(truth),
-          static_cast<double>(err));
-}
-
 template <typename P>
 P largest(std::span<const P> errors) {
   return std::accumulate(errors.begin(), errors.end(), P(0), largerOrNaN<P>);
@@ -72,9 +58,11 @@ std::vector<SAMPLE> interleave(const std::vector<SAMPLE>& a, const std::vector<S
 }  // namespace
 
 template <typename P>
-void HermiteSplineInterpolation<P>::reportNotInitialized() const {
-  static_cast<void>(AR_CHECK(isInit(), "isInit()", kSource));
-  AR_LOG(Logger::ERR, kSource, "HermiteSplineInterpolation::Evaluate() - not initialized");
+bool HermiteSplineInterpolation<P>::evaluate(P x, P& out) const {
+  if (!AR_CHECK(isInit(), "isInit()", kSource)) [[unlikely]] {
+    AR_LOG(Logger::ERR, kSource, "HermiteSplineInterpolation::Evaluate() - not initialized");
+  }
+  return tryEvaluate(x, out);
 }
 
 template <typename P>
@@ -121,25 +109,39 @@ void HermiteSplineInterpolation<P>::setupHermiteCoeffsInt(const Function& fn, st
   coeffs.resize(bins);
   invBinWidth = 1 / h;
   for (std::size_t i = 0; i < bins; ++i) {
-    if (verbose) logEnds(samples[i], samples[i + 1]);
-    coeffs[i] = cubicThrough<ResultAndDeriv, Coeffs>(samples[i], samples[i + 1],
-                                                     rangeMin + static_cast<P>(i) * h, invBinWidth);
+    const ResultAndDeriv& left = samples[i];
+    const ResultAndDeriv& right = samples[i + 1];
+    if (verbose) {
+      AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation v0:%e v0.d:%e v1:%e v1.d:%e",
+              static_cast<double>(left.value), static_cast<double>(left.deriv),
+              static_cast<double>(right.value), static_cast<double>(right.deriv));
+    }
+    const P x0 = rangeMin + static_cast<P>(i) * h;
+    coeffs[i] = cubicThrough<ResultAndDeriv, Coeffs>(left, right, x0, invBinWidth);
   }
   static_cast<void>(AR_CHECK(isInit(), "isInit()", kSource));
 }
 
 template <typename P>
-std::vector<P> HermiteSplineInterpolation<P>::errorsAt(Arguments x,
-                                                       std::span<const ResultAndDeriv> truths,
-                                                       bool scaleErrorByRadius) const {
+std::vector<P> HermiteSplineInterpolation<P>::testAccuracy(
+    const Function& fn, bool scaleErrorByRadius, std::size_t firstBin, std::size_t endBin,
+    std::vector<ResultAndDeriv>& truths) const {
+  const P h = (rangeMax - rangeMin) / static_cast<P>(coeffs.size());
+  std::vector<P> x;
+  for (std::size_t i = firstBin; i < endBin; ++i) x.push_back(coeffs[i].x0 + h / 2);
+  truths = fn(x);
   const bool verbose = isVerbose();
   std::vector<P> errors(x.size());
   for (std::size_t i = 0; i < x.size(); ++i) {
+    const P truth = truths[i].value;
     P spline = std::numeric_limits<P>::quiet_NaN();
     AR::Common::assertSuccess(evaluate(x[i], spline));
-    const P scale = scaleErrorByRadius ? std::sqrt(x[i]) : P(1);
-    errors[i] = std::abs(truths[i].value - spline) * scale;
-    if (verbose) logError(x[i], spline, truths[i].value, errors[i]);
+    errors[i] = std::abs(truth - spline) * (scaleErrorByRadius ? std::sqrt(x[i]) : P(1));
+    if (verbose) {
+      AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation errors:\t%f\t%f\t%f\t%f",
+              static_cast<double>(x[i]), static_cast<double>(spline), static_cast<double>(truth),
+              static_cast<double>(errors[i]));
+    }
   }
   return errors;
 }
@@ -147,11 +149,9 @@ std::vector<P> HermiteSplineInterpolation<P>::errorsAt(Arguments x,
 template <typename P>
 P HermiteSplineInterpolation<P>::testAccuracy(const Function& fn, bool scaleErrorByRadius,
                                               std::size_t firstBin, std::size_t endBin) const {
-  std::vector<P> x;
-  for (std::size_t i = firstBin; i < std::min(endBin, coeffs.size()); ++i) {
-    x.push_back(coeffs[i].x0 + P(0.5) / invBinWidth);
-  }
-  return largest<P>(errorsAt(x, fn(x), scaleErrorByRadius));
+  std::vector<ResultAndDeriv> truths;
+  return largest<P>(
+      testAccuracy(fn, scaleErrorByRadius, firstBin, std::min(endBin, coeffs.size()), truths));
 }
 
 template <typename P>
@@ -196,15 +196,15 @@ template <typename P>
 P HermiteSplineInterpolation<P>::refine(const Function& fn, bool scaleErrorByRadius,
                                         std::size_t MAX_BINS, P eps, std::size_t minBinsForTrim) {
   std::vector<ResultAndDeriv> samples;
+  std::vector<ResultAndDeriv> truths;
   for (std::size_t bins = INIT_BINS;; bins *= 2) {
     setupHermiteCoeffsInt(fn, bins, samples);
-    const std::vector<P> middles = rightEnds(2 * bins, 2);
-    const std::vector<ResultAndDeriv> truths = fn(middles);
-    const std::vector<P> errors = errorsAt(middles, truths, scaleErrorByRadius);
+    const std::vector<P> errors = testAccuracy(fn, scaleErrorByRadius, 0, bins, truths);
     const P err = bins < minBinsForTrim ? largest<P>(errors) : trimmedError(errors, MAX_BINS, eps);
     if (!(err >= eps && bins * 2 <= MAX_BINS)) {
       return err;
     }
+    // The middles of these bins are the new knots of the next fit.
     samples = interleave(samples, truths);
   }
 }

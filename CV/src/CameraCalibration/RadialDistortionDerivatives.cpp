@@ -46,6 +46,13 @@ void DistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Arguments 
   }
 }
 
+template <typename P>
+auto DistortFn<P>::operator()(P x) const -> typename HermiteSplineInterpolation<P>::ResultAndDeriv {
+  typename HermiteSplineInterpolation<P>::ResultAndDeriv sample;
+  (*this)({&x, 1}, {&sample, 1});
+  return sample;
+}
+
 template float distortionDerivative(const CamModel::CameraModel<float>&, float,
                                     CamModel::RDVec<float>&, float&);
 template double distortionDerivative(const CamModel::CameraModel<double>&, double,

@@ -91,6 +91,14 @@ void UndistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Argument
   }
 }
 
+template <typename P>
+auto UndistortFn<P>::operator()(P y) const ->
+    typename HermiteSplineInterpolation<P>::ResultAndDeriv {
+  typename HermiteSplineInterpolation<P>::ResultAndDeriv sample;
+  (*this)({&y, 1}, {&sample, 1});
+  return sample;
+}
+
 template float iterativeUndistFromSpline(const Camera<float>&, float);
 template double iterativeUndistFromSpline(const Camera<double>&, double);
 template float undistort(const Camera<float>&, float, float&);

@@ -52,8 +52,10 @@ class AR_EXPORT Camera {
                           CamModel::DistortionModel distortionModel,
                           const DistortionLimits& limits);
 
-  /// True when both splines are fitted and the model is valid. Validates anew: not for inner loops.
-  [[nodiscard]] bool isInitialized() const;
+  /// True when both splines are fitted; then the model is valid, for only init() sets either.
+  [[nodiscard]] bool isInitialized() const {
+    return mDistortionSpline.isInit() && mUndistortionSpline.isInit();
+  }
 
   [[nodiscard]] Camera clone() const { return *this; }
 
@@ -130,10 +132,7 @@ class AR_EXPORT Camera {
  private:
   static P mean(const Vec2& v) { return (v(0) + v(1)) / 2; }
 
-  [[nodiscard]] bool setup(const Model& model);
-  [[nodiscard]] bool fitDistortion();
-  [[nodiscard]] bool fitUndistortion();
-  void setupFocalLengths();
+  void setupFocalLengths(P distortionAt0);
 
   [[nodiscard]] bool hasTangential() const;
   [[nodiscard]] bool tryDifferentiateUndistort(const Vec2& distorted, const Vec2& ideal,

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "AR/Common/Macros.h"
 #include "AR/Math/Vector.h"
 
 namespace AR::CV {
@@ -16,7 +17,7 @@ namespace AR::CV {
 /// A function of one variable as a piecewise cubic over uniform bins, fitted so that value and
 /// slope agree with the function at every knot. The interval is half open: rangeMax is outside.
 template <typename P>
-class HermiteSplineInterpolation {
+class AR_EXPORT HermiteSplineInterpolation {
  public:
   /// One bin's cubic c0 + d (c1 + d (c2 + c3 d)), d = x - x0, x0 the bin's left end.
   struct Coeffs {
@@ -70,12 +71,7 @@ class HermiteSplineInterpolation {
 
   /// The spline's value at `x`. False when `x` is outside [rangeMin, rangeMax) or NaN; `out` is
   /// untouched then. Reports an error when the spline has not been fitted.
-  [[nodiscard]] bool evaluate(P x, P& out) const {
-    if (!isInit()) [[unlikely]] {
-      reportNotInitialized();
-    }
-    return tryEvaluate(x, out);
-  }
+  [[nodiscard]] bool evaluate(P x, P& out) const;
 
   /// As evaluate(), without a report: a spline that has not been fitted refuses every `x`.
   [[nodiscard]] bool tryEvaluate(P x, P& out) const {
@@ -129,7 +125,6 @@ class HermiteSplineInterpolation {
     return static_cast<std::size_t>(bin);
   }
 
-  void reportNotInitialized() const;
   /// The right ends of every bin of a fit with `bins` bins, or of every second one from the first.
   [[nodiscard]] std::vector<P> rightEnds(std::size_t bins, std::size_t stride) const;
   /// Fits by doubling; the loop of setupHermiteCoeffs().
@@ -137,9 +132,10 @@ class HermiteSplineInterpolation {
                          std::size_t minBinsForTrim);
   /// Takes the largest of the bins' errors and drops the last bin where it alone is to blame.
   [[nodiscard]] P trimmedError(std::span<const P> errors, std::size_t MAX_BINS, P eps);
-  /// |truth - spline| at every x, times sqrt(x) where asked for.
-  [[nodiscard]] std::vector<P> errorsAt(Arguments x, std::span<const ResultAndDeriv> truths,
-                                        bool scaleErrorByRadius) const;
+  /// The error in the middle of each of these bins, and the samples of fn there.
+  [[nodiscard]] std::vector<P> testAccuracy(const Function& fn, bool scaleErrorByRadius,
+                                            std::size_t firstBin, std::size_t endBin,
+                                            std::vector<ResultAndDeriv>& truths) const;
 };
 
 extern template class HermiteSplineInterpolation<float>;

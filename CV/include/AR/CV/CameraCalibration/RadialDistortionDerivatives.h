@@ -67,6 +67,8 @@ class DistortFn {
   /// F(x) and dF/dx at each squared ideal radius x.
   void operator()(typename HermiteSplineInterpolation<P>::Arguments x,
                   typename HermiteSplineInterpolation<P>::Samples samples) const;
+  /// The same at one of them.
+  [[nodiscard]] typename HermiteSplineInterpolation<P>::ResultAndDeriv operator()(P x) const;
 
  private:
   const CamModel::CameraModel<P>* mModel;

@@ -38,6 +38,8 @@ class UndistortFn {
   /// G(y) and dG/dy at each squared distorted radius y.
   void operator()(typename HermiteSplineInterpolation<P>::Arguments y,
                   typename HermiteSplineInterpolation<P>::Samples samples) const;
+  /// The same at one of them.
+  [[nodiscard]] typename HermiteSplineInterpolation<P>::ResultAndDeriv operator()(P y) const;
 
  private:
   const Camera<P>* mCamera;
