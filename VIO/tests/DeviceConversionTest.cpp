@@ -226,7 +226,7 @@ TEST(LinearCalibration, AnyFailureLeavesTheTargetAlone) {
   const float noFocal[] = {50, 50, 32, 24, 0, 50, 32, 24};
   const DeviceCalibrationZEL good = device(2), before = filled();
   DeviceCalibrationZEL unknown = device(2), noBottom = device(2);
-  unknown.cameras[1].intrinsics.distortion_model = 9;
+  unknown.cameras[1].intrinsics.distortion_model = CamModel::kNumDistortionModels;
   noBottom.cameras[1].intrinsics.distortion_limit = 0.4;
   noBottom.cameras[1].intrinsics.undistortion_limit = 0.4;
   const rectiline::testing::LogCapture log;

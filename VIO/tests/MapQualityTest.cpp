@@ -142,7 +142,9 @@ TEST(RectificationCertificate, RefusalsLeaveTheCertificateAlone) {
   const std::function<void(DeviceCalibrationZEL&, CameraCalibrationZEL&)> damages[] = {
       [](auto& d, auto&) { d.num_cameras = 1; },
       [](auto& d, auto&) { d.num_cameras = 7; },
-      [](auto& d, auto&) { d.cameras[1].intrinsics.distortion_model = 9; },
+      [](auto& d, auto&) {
+        d.cameras[1].intrinsics.distortion_model = CamModel::kNumDistortionModels;
+      },
       [](auto&, auto& c) { c.pose.orientation.x = NAN; },
       [](auto&, auto& c) { c.intrinsics.focal_length_y = NAN; },
       [](auto&, auto& c) { c.intrinsics.distortion[7] = 1e-3; }};

@@ -43,8 +43,9 @@ TEST(PairMaps, GoOnSafelyFromEveryBadInput) {
     expectSafe(f, "one camera", {kDeviceCheck}, "----", count(1));
     expectSafe(f, "six cameras", {kDeviceCheck}, "mmmm", count(6));
     expectSafe(f, "seven cameras", {kDeviceCheck, "ret"}, "----", count(7));
-    expectSafe(f, "unknown model", {"ret"}, "----",
-               [](auto& c) { c.record.cameras[1].intrinsics.distortion_model = 9; });
+    expectSafe(f, "unknown model", {"ret"}, "----", [](auto& c) {
+      c.record.cameras[1].intrinsics.distortion_model = CamModel::kNumDistortionModels;
+    });
     expectSafe(f, "no left X", {kMapsCheck}, ".-mm", noMap(0));
     expectSafe(f, "no right X", {kMapsCheck}, "mm.-", noMap(2));
     expectSafe(f, "no right Y", {kMapsCheck}, "mm-.", noMap(3));

@@ -155,7 +155,7 @@ TEST(Derivatives, OmegaOutOfRangeIsReportedAndBoundedBelow) {
 
 TEST(CameraModelDeathTest, UnknownModelsEndTheProcess) {
   EXPECT_FALSE(isKnownModel(DistortionModel(-1)));
-  const auto camera = makeCamera<float>(DistortionModel(9), {});
+  const auto camera = makeCamera<float>(DistortionModel(kNumDistortionModels), {});
   EXPECT_DEATH((void)modelName(camera.model), "0 && \"Unhandled distortion model\"");
   EXPECT_DEATH((void)maxNumRadialDistortionCoeffs(camera.model), "0 && \"Unhandled distortion mod");
   EXPECT_DEATH((void)camera.distortionFactor(1.0F), "0 && \"Distortion model not implemented\"");
