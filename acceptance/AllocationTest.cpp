@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "AR/CV/Camera/PinholeModel.h"
-#include "AR/CV/Image/ImageOps.h"
+#include "AR/CV/Map/MapJob.h"
 #include "Kel/kelRemapu8.h"
 #include "LibraryCamera.h"
 

@@ -10,9 +10,10 @@
 #include <vector>
 
 #include "AR/CV/Camera/PinholeModel.h"
-#include "AR/CV/Image/MapKernel.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Math/SO3.h"
 #include "LibraryCamera.h"
+#include "Map/MapKernel.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/InstructionSets.h"
 
@@ -83,14 +84,15 @@ bool isAtLimit(const Job& job, int x, int y) {
   Vec3 ray;
   float u = std::numeric_limits<float>::quiet_NaN();
   float v = u;
-  if (rayOfPixel(job, x, y, ray, ignored) == PixelSource::NoInverse) return false;
-  mapPixel(job, x, y, u, v, ignored);
+  const AR::CV::MapRow<float> row(job, y);
+  if (row.ray(x, ray, ignored) == PixelSource::NoInverse) return false;
+  row.source(x, u, v, ignored);
   const float eps = tolerance(std::max(job.width, job.height));
   const auto atSide = [eps](float p, float size) {
     return isNear(p, 0, 2 * eps) || isNear(p, size - 1, eps) || isNear(p, size, eps);
   };
   const float r2 = (ray(0) * ray(0) + ray(1) * ray(1)) / (ray(2) * ray(2));
-  const float range = job.source.spline.rangeMax;
+  const float range = job.source.getDistortionSpline().rangeMax;
   return atSide(u, job.width) || atSide(v, job.height) || isNear(r2, range, 1e-5F * range) ||
          isNear(ray(2), job.minDepth, 1e-6F);
 }
@@ -180,6 +182,21 @@ TEST_F(VectorMap, AgreesForEveryModelInBothDirections) {
       expectVectorFormsAgree({camera, target, R, DepthRule::InFront, false}, 640, 40);
       expectVectorFormsAgree({camera, target, R, DepthRule::NonZero, true}, 640, 40);
       expectVectorFormsAgree({target, camera, R, DepthRule::InFront, false}, 633, 40);
+    }
+  }
+}
+
+TEST_F(VectorMap, AgreesInLatitudeLongitude) {
+  for (const char* const lens : {"radial2+tangential", "fisheye4 wide"}) {
+    const Camera<float> camera = makeCamera<float>(intrinsicsOf(lensNamed(lens)));
+    for (const int axis : {0, 1}) {
+      // To 100 degrees on every side; no multiple of a vector wide.
+      const AR::CV::TargetView view{
+          AR::CV::TargetProjection::LatitudeLongitude, axis, 351, 351, 100, 100, 175, 175};
+      for (const Mat3& R : {Mat3::identity(), turned(0.3F, -0.9F, 0.4F)}) {
+        expectVectorFormsAgree({camera, view, R, DepthRule::InFront, false}, 351, 351);
+        expectVectorFormsAgree({camera, view, R, DepthRule::NonZero, true}, 351, 351);
+      }
     }
   }
 }

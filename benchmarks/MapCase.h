@@ -2,8 +2,8 @@
 
 #include <opencv2/core.hpp>
 
-#include "AR/CV/Image/MapKernel.h"
 #include "BenchCameras.h"
+#include "Map/MapKernel.h"
 
 namespace rectiline::bench {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "AR/CV/Image/ImageOps.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/WorkerPool.h"
 #include "MapCase.h"
 #include "Measurement.h"

@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "AR/CV/Image/ImageOps.h"
-#include "AR/CV/Image/MapKernel.h"
-#include "AR/CV/Image/MapRow.h"
+#include "Map/MapKernel.h"
 #include "PinholeModel.h"
 #include "testing/LogCapture.h"
 
@@ -41,7 +40,8 @@ struct Mapped {
 Mapped map(const Camera<float>& source, const Camera<float>& target, const Mat3& R, DepthRule rule,
            int x, int y) {
   Mapped m{};
-  m.reason = mapPixel({source, target, R, rule, false}, x, y, m.u, m.v, m.report);
+  const MapJob<float> job(source, target, R, rule, false);
+  m.reason = MapRow<float>(job, y).source(x, m.u, m.v, m.report);
   return m;
 }
 
@@ -157,7 +157,7 @@ TEST(MapRow, ALargeMapIsThatOfItsRows) {
   ASSERT_TRUE(Y.allocPixels({1200, 700}, MEMORY_ALIGNMENT_16, true));
   LogCapture log;
   std::vector<std::uint8_t> reasons(1200 * 700), reasonsOfRow(1200);
-  fillMap(job, true, X, Y, reasons.data());
+  fillMap(job, true, X, Y, {reasons.data(), 1200});
   const MapKernel kernel(job);
   std::vector<float> x(1200), y(1200);
   int noInverse = 0;

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "AR/CV/Camera/PinholeModel.h"
-#include "AR/CV/Image/MapKernel.h"
 #include "AR/Math/SO3.h"
+#include "Map/MapKernel.h"
 
 namespace {
 

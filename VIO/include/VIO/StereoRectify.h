@@ -4,6 +4,7 @@
 
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/CV/Image/Image.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/ArrayView.h"
 #include "AR/Math/SE3.h"
 #include "AR/Math/SO3.h"
@@ -13,7 +14,7 @@
 // are pixel positions. Pixels without a source hold -1 in both.
 //
 // `keepOutside` keeps positions that fall outside the source image; otherwise they become -1.
-// `reasons` is null or a dense plane of a byte per target pixel that receives AR::CV::PixelSource.
+// `reasons` receives an AR::CV::PixelSource per target pixel where it has data.
 // Checks are reported with the source "VIO/src/StereoRectify"; a map that fails them stays as it
 // is.
 
@@ -27,7 +28,7 @@ namespace VIO {
 void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                      const AR::CV::FullCamera<float>& target, const AR::Math::SO3<float>& R_oltl,
                      AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                     std::uint8_t* reasons = nullptr);
+                     AR::CV::MapReasons reasons = {});
 
 /// Fills the maps of an eye that looks at a plane parallel to its image, `planeDistance` metres in
 /// front of it, as a real camera sees that plane. Images as for setupRectifyMap; points less than
@@ -36,7 +37,7 @@ void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
 void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                         const AR::CV::FullCamera<float>& eye, float planeDistance,
                         AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                        std::uint8_t* reasons = nullptr);
+                        AR::CV::MapReasons reasons = {});
 
 /// The pinhole model of a camera's size and principal point, its corrected focal lengths times
 /// `focalScale`.
@@ -49,7 +50,7 @@ void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutsid
 void setupUndistortMap(const AR::CV::Camera<float>& source, const AR::CV::Camera<float>& target,
                        bool keepOutside, const AR::Math::SO3<float>& R_st,
                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                       std::uint8_t* reasons = nullptr);
+                       AR::CV::MapReasons reasons = {});
 
 /// As above, to a pinhole camera of the source's size and principal point whose focal lengths are
 /// the source's corrected ones times `focalScale`.

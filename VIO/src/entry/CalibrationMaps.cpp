@@ -70,7 +70,7 @@ void createOneMap(const Rig& source, const Rig& target, const CalibrationMapConf
     maps.fillNotMade();
     return;
   }
-  maps.make(size, [&](auto& mapXY, std::uint8_t* plane) {
+  maps.make(size, [&](auto& mapXY, AR::CV::MapReasons plane) {
     VIO::setupUndistortMap(*from, *to, config.keepOutside != 0, rotationOf(config, cameraIdx),
                            mapXY, plane);
   });

@@ -1,6 +1,6 @@
 #include "entry/CallerMaps.h"
 
-#include "AR/CV/Image/MapRow.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/Macros.h"
 
 namespace VIO {

@@ -8,6 +8,7 @@
 #include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/CV/Image/Image.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/ArrayView.h"
 #include "VIO/MapQuality.h"
 
@@ -51,7 +52,7 @@ struct CallerMapPair {
   }
 
   /// Calls make(mapXY, reasons) on the pair as two images of `size`, in place, or fills it when it
-  /// lacks room. `reasons` is null unless its plane holds a byte for each pixel.
+  /// lacks room. `reasons` has data when its plane holds a byte for each pixel.
   template <typename Make>
   void make(const AR::Math::Vec<int, 2>& size, Make&& make) const {
     const std::uint64_t count = pixelCount(size);
@@ -64,7 +65,8 @@ struct CallerMapPair {
     images[0].set(x.data, size, size, false);
     images[1].set(y.data, size, size, false);
     AR::Common::ArrayView<AR::CV::Image<float>> mapXY(images, 2);
-    make(mapXY, reasons.size >= count ? reasons.data : nullptr);
+    std::uint8_t* const plane = reasons.size >= count ? reasons.data : nullptr;
+    make(mapXY, AR::CV::MapReasons{plane, size(0)});
   }
 
  private:

@@ -37,7 +37,7 @@ bool tryConvert(const DeviceCalibrationZEL& device, const DeviceCalibrationZEL& 
 
 void lookThrough(const FullCamera<float>& camera, const FullCamera<float>& eye, float planeDistance,
                  bool keepOutside, const CallerMapPair& maps) {
-  maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY, std::uint8_t* reasons) {
+  maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY, AR::CV::MapReasons reasons) {
     VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY, reasons);
   });
 }

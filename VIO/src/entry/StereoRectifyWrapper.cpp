@@ -66,7 +66,7 @@ Vec<int, 2> targetSize(const Rectification& pair) {
 
 void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
                  const CallerMapPair& maps) {
-  maps.make(targetSize(pair), [&](auto& mapXY, std::uint8_t* reasons) {
+  maps.make(targetSize(pair), [&](auto& mapXY, AR::CV::MapReasons reasons) {
     VIO::setupRectifyMap(pair.source.at(index), keepOutside, pair.target.at(index), pair.R_oltl,
                          mapXY, reasons);
   });

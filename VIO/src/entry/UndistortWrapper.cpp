@@ -34,7 +34,7 @@ void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCa
     maps.fillNotMade();
     return;
   }
-  maps.make(size, [&](auto& mapXY, std::uint8_t* reasons) {
+  maps.make(size, [&](auto& mapXY, AR::CV::MapReasons reasons) {
     // The maps of a pair whose cameras differ in size are the left one's, and stay empty for the
     // other.
     for (auto& image : mapXY) image.clear(VIO::kNoSource);

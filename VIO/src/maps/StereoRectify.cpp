@@ -6,7 +6,7 @@
 
 #include "AR/CV/Camera/PinholeModel.h"
 #include "AR/CV/Camera/PixelSize.h"
-#include "AR/CV/Image/ImageOps.h"
+#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
 #include "VIO/Gains.h"
@@ -53,7 +53,7 @@ bool preparePair(const FullCamera<float>& source, const FullCamera<float>& targe
 
 void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
                      const FullCamera<float>& target, const SO3<float>& R_oltl,
-                     ArrayView<ImageF>& mapXY, std::uint8_t* reasons) {
+                     ArrayView<ImageF>& mapXY, AR::CV::MapReasons reasons) {
   if (!preparePair(source, target, mapXY)) return;
   const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
   const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
@@ -65,7 +65,7 @@ void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
 
 void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
                         const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
-                        std::uint8_t* reasons) {
+                        AR::CV::MapReasons reasons) {
   if (!preparePair(source, eye, mapXY)) return;
   const SE3<float> T_source_eye =
       source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
@@ -78,7 +78,8 @@ void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
 }
 
 void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
-                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY, std::uint8_t* reasons) {
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY,
+                       AR::CV::MapReasons reasons) {
   const Vec<int, 2> targetSize = pixelSize(target);
   if (!isPairOfSize(mapXY, targetSize, "mapXY[0].size() == targetSize",
                     "mapXY[1].size() == targetSize")) {

@@ -2,19 +2,8 @@
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/Image/Image.h"
-#include "AR/CV/Image/MapRow.h"
 
 namespace AR::CV {
-
-/// Runs `job` over all rows of a map pair and reports what the rows ask to be reported: a target
-/// pixel without an inverse as the failed check "result" (when `reportNoInverse`), a ray of depth
-/// exactly 0 as "nVal != 0". The images must have the same size; where one lacks pixels, which
-/// is reported, no pixel has a source. Large maps are made on the worker pool; the values and the
-/// reports are the same.
-/// @param reasons  a dense plane of PixelSource, a byte per pixel; null: not asked for
-template <typename P>
-void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
-             std::uint8_t* reasons = nullptr);
 
 namespace ImageOps {
 
@@ -37,10 +26,6 @@ template <typename P>
 
 }  // namespace ImageOps
 
-extern template void fillMap(const MapJob<float>&, bool, Image<float>&, Image<float>&,
-                             std::uint8_t*);
-extern template void fillMap(const MapJob<double>&, bool, Image<double>&, Image<double>&,
-                             std::uint8_t*);
 extern template void ImageOps::generateCalibrationMapping(const Camera<float>&,
                                                           const Camera<float>&, Image<float>&,
                                                           Image<float>&);

@@ -1,17 +1,17 @@
-#include "MapRowSimd.h"
+#include "Map/MapRowSimd.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "Image/MapRowSimd.cpp"
+#define HWY_TARGET_INCLUDE "Map/MapRowSimd.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
-#include "Image/SplineSimd-inl.h"
-#include "Image/TargetRowSimd-inl.h"
+#include "Map/SplineSimd-inl.h"
+#include "Map/TargetRowSimd-inl.h"
 #endif
 
 // A row is made in pieces of kPiece pixels and each piece in two passes, so that the first pass's
@@ -53,18 +53,18 @@ HWY_INLINE M isInside(VI reason) {
   return hn::RebindMask(d, hn::Eq(reason, reasonVector(PixelSource::Inside)));
 }
 
-/// From the target's ideal plane to rays of the source frame.
+/// From a row of the target's plane to rays of the source frame.
 class Rays {
  public:
-  explicit Rays(const MapJob<float>& job)
+  Rays(const MapJob<float>& job, const TargetRow<float>& row)
       : mMinDepth(hn::Set(d, job.minDepth)), mInFront(job.depthRule == DepthRule::InFront) {
     for (std::size_t i = 0; i < 3; ++i) {
-      for (std::size_t j = 0; j < 3; ++j) mR[i][j] = hn::Set(d, job.R_st(i, j));
+      for (std::size_t j = 0; j < 3; ++j) mR[i][j] = hn::Set(d, row.R_sp(i, j));
       mOffset[i] = hn::Set(d, job.offset_s(i));
     }
   }
 
-  /// Coordinate i of the ray through the ideal point p.
+  /// Coordinate i of the ray through the point p of the plane.
   HWY_INLINE V coordinate(int i, const Point& p) const {
     const V ofRow = hn::MulAdd(mR[i][1], p.y, hn::Add(mR[i][2], mOffset[i]));
     return hn::MulAdd(mR[i][0], p.x, ofRow);
@@ -100,13 +100,13 @@ HWY_INLINE void traceRays(const Target& target, const Rays& rays, const Spline& 
                           int count, Piece& piece, MapRowReport& report) {
   V column = hn::Iota(d, static_cast<float>(first));
   for (int x = 0; x < count; x += kLanes) {
-    Point ideal;
-    const M hasInverse = target.tryIdealAt(column, ideal);
+    Point plane;
+    const M hasInverse = target.tryPlaneAt(first + x, column, plane);
     column = hn::Add(column, hn::Set(d, static_cast<float>(kLanes)));
-    const V z = kAllValid ? rays.coordinate(2, ideal) : rays.exactDepth(ideal);
+    const V z = kAllValid ? rays.coordinate(2, plane) : rays.exactDepth(plane);
     const V invZ = hn::Div(hn::Set(d, 1.0F), z);
-    const Point p = {hn::Mul(rays.coordinate(0, ideal), invZ),
-                     hn::Mul(rays.coordinate(1, ideal), invZ)};
+    const Point p = {hn::Mul(rays.coordinate(0, plane), invZ),
+                     hn::Mul(rays.coordinate(1, plane), invZ)};
     const V r2 = hn::MulAdd(p.x, p.x, hn::Mul(p.y, p.y));
     hn::Store(p.x, d, piece.x + x);
     hn::Store(p.y, d, piece.y + x);
@@ -166,11 +166,11 @@ class Projection {
  public:
   Projection(const MapJob<float>& job, const Spline& spline)
       : mSpline(spline),
-        mTangential(job.source.p1, job.source.p2),
-        mFx(hn::Set(d, job.source.fx)),
-        mFy(hn::Set(d, job.source.fy)),
-        mCx(hn::Set(d, job.source.cx)),
-        mCy(hn::Set(d, job.source.cy)),
+        mTangential(job.source.getTangentialDistortionCoeffs()),
+        mFx(hn::Set(d, job.source.getOriginalFocalLength()(0))),
+        mFy(hn::Set(d, job.source.getOriginalFocalLength()(1))),
+        mCx(hn::Set(d, job.source.getPrincipalPoint()(0))),
+        mCy(hn::Set(d, job.source.getPrincipalPoint()(1))),
         mX(job.snapX, job.width),
         mY(job.snapY, job.height),
         mNoSource(hn::Set(d, job.noSource)),
@@ -230,8 +230,9 @@ struct Output {
 
 template <bool kAllValid, bool kTangential, bool kReasons, class Target>
 MapRowReport makeRow(const MapInput& input, int y, const Output& out) {
-  const Target target(input, y);
-  const Rays rays(input.job);
+  const TargetRow<float> row(input.job, y);
+  const Target target(input, row);
+  const Rays rays(input.job, row);
   const Spline spline(input.distortion);
   const Projection projection(input.job, spline);
   MapRowReport report;
@@ -247,8 +248,11 @@ MapRowReport makeRow(const MapInput& input, int y, const Output& out) {
 
 template <bool kTangential, bool kReasons>
 MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Output& out) {
-  if (!input.job.targetPlane.isUndistorted) {
+  if (input.job.target.kind == TargetKind::Distorted) {
     return makeRow<false, kTangential, kReasons, DistortedRow>(input, y, out);
+  }
+  if (input.job.target.kind == TargetKind::LatitudeLongitude) {
+    return makeRow<false, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out);
   }
   return allRaysValid ? makeRow<true, kTangential, kReasons, PinholeRow>(input, y, out)
                       : makeRow<false, kTangential, kReasons, PinholeRow>(input, y, out);
@@ -257,7 +261,8 @@ MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Outp
 MapRowReport mapRow(const MapInput& input, bool allRaysValid, int y, int width, float* mapX,
                     float* mapY, std::uint8_t* reasons) {
   const Output out{width, mapX, mapY, reasons};
-  const bool isTangential = input.job.source.p1 != 0 || input.job.source.p2 != 0;
+  const bool isTangential =
+      CamModel::hasTangentialTerm(input.job.source.getTangentialDistortionCoeffs());
   if (reasons != nullptr) {
     return isTangential ? makeRow<true, true>(input, allRaysValid, y, out)
                         : makeRow<false, true>(input, allRaysValid, y, out);

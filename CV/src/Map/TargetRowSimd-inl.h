@@ -1,15 +1,15 @@
-// Rows of a target camera as vectors: from pixels to its ideal plane.
+// Rows of a target as vectors: from pixels to its plane, as TargetRow::tryPlane() does it.
 // Highway compiles this file once for each instruction set, so its guard is open once for each.
 
-#if defined(AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
-#undef AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
+#if defined(AR_CV_MAP_TARGET_ROW_SIMD_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef AR_CV_MAP_TARGET_ROW_SIMD_INL_H
+#undef AR_CV_MAP_TARGET_ROW_SIMD_INL_H
 #else
-#define AR_CV_IMAGE_TARGET_ROW_SIMD_INL_H
+#define AR_CV_MAP_TARGET_ROW_SIMD_INL_H
 #endif
 
-#include "Image/MapRowSimd.h"
-#include "Image/SplineSimd-inl.h"
+#include "Map/MapRowSimd.h"
+#include "Map/SplineSimd-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace AR::CV::Internal {
@@ -18,11 +18,11 @@ namespace HWY_NAMESPACE {
 /// Brown's tangential terms.
 class Tangential {
  public:
-  Tangential(float p1, float p2)
-      : mP1(hn::Set(d, p1)),
-        mP2(hn::Set(d, p2)),
-        m2P1(hn::Set(d, 2 * p1)),
-        m2P2(hn::Set(d, 2 * p2)) {}
+  explicit Tangential(const Math::Vec<float, 2>& p)
+      : mP1(hn::Set(d, p(0))),
+        mP2(hn::Set(d, p(1))),
+        m2P1(hn::Set(d, 2 * p(0))),
+        m2P2(hn::Set(d, 2 * p(1))) {}
 
   /// What they add to the radially distorted point of p, in the plain form's operations.
   HWY_INLINE Point plainlyAt(const Point& p) const {
@@ -46,17 +46,15 @@ class Tangential {
   V mP1, mP2, m2P1, m2P2;
 };
 
-/// A row of a target camera: pixels to the distorted plane.
-class TargetRow {
+/// A row of a camera or a pinhole view: pixels to its own plane.
+class PlaneRow {
  public:
-  TargetRow(const TargetPlane<float>& plane, int y)
-      : mCx(hn::Set(d, plane.cx)),
-        mInvFx(hn::Set(d, plane.invFx)),
-        mY(hn::Set(d, plane.y(static_cast<float>(y)))) {}
+  explicit PlaneRow(const TargetRow<float>& row)
+      : mCx(hn::Set(d, row.target.cx)),
+        mInvFx(hn::Set(d, row.target.invFx)),
+        mY(hn::Set(d, row.y)) {}
 
-  HWY_INLINE Point distortedAt(V column) const {
-    return {hn::Mul(hn::Sub(column, mCx), mInvFx), mY};
-  }
+  HWY_INLINE Point at(V column) const { return {hn::Mul(hn::Sub(column, mCx), mInvFx), mY}; }
 
  private:
   V mCx, mInvFx, mY;
@@ -65,31 +63,32 @@ class TargetRow {
 /// A row of a target that has no distortion.
 class PinholeRow {
  public:
-  PinholeRow(const MapInput& input, int y)
-      : mRow(input.job.targetPlane, y), mRangeMax(hn::Set(d, input.job.targetPlane.rangeMax)) {}
+  PinholeRow(const MapInput& /*input*/, const TargetRow<float>& row)
+      : mRow(row), mRangeMax(hn::Set(d, row.target.rangeMax)) {}
 
-  HWY_INLINE M tryIdealAt(V column, Point& ideal) const {
-    ideal = mRow.distortedAt(column);
+  /// The points of the pixels from x on, whose columns are `column`.
+  HWY_INLINE M tryPlaneAt(int /*x*/, V column, Point& ideal) const {
+    ideal = mRow.at(column);
     return hn::Lt(normSquared(ideal), mRangeMax);
   }
 
  private:
-  TargetRow mRow;
+  PlaneRow mRow;
   V mRangeMax;
 };
 
 /// A row of a target whose pixels must be undistorted, as Camera::tryUndistort() does it.
 class DistortedRow {
  public:
-  DistortedRow(const MapInput& input, int y)
-      : mRow(input.job.targetPlane, y),
+  DistortedRow(const MapInput& input, const TargetRow<float>& row)
+      : mRow(row),
         mFactor(input.undistortion),
-        mTangential(input.job.target.getTangentialDistortionCoeffs()(0),
-                    input.job.target.getTangentialDistortionCoeffs()(1)),
-        mIsRadial(Math::isZero(input.job.target.getTangentialDistortionCoeffs())) {}
+        mTangential(row.target.camera->getTangentialDistortionCoeffs()),
+        mIsRadial(
+            !CamModel::hasTangentialTerm(row.target.camera->getTangentialDistortionCoeffs())) {}
 
-  HWY_INLINE M tryIdealAt(V column, Point& ideal) const {
-    const Point distorted = mRow.distortedAt(column);
+  HWY_INLINE M tryPlaneAt(int /*x*/, V column, Point& ideal) const {
+    const Point distorted = mRow.at(column);
     return mIsRadial ? tryRadial(distorted, ideal) : tryTangential(distorted, ideal);
   }
 
@@ -124,10 +123,29 @@ class DistortedRow {
     return settled;
   }
 
-  TargetRow mRow;
+  PlaneRow mRow;
   Spline mFactor;
   Tangential mTangential;
   bool mIsRadial;
+};
+
+/// A row of a latitude-longitude view.
+class LatitudeLongitudeRow {
+ public:
+  LatitudeLongitudeRow(const MapInput& /*input*/, const TargetRow<float>& row)
+      : mSine(row.target.sine.data()),
+        mCosine(row.target.cosine.data()),
+        mLeastCosine(hn::Set(d, row.leastCosine)) {}
+
+  HWY_INLINE M tryPlaneAt(int x, V /*column*/, Point& plane) const {
+    plane = {hn::LoadU(d, mSine + x), hn::LoadU(d, mCosine + x)};
+    return hn::Gt(plane.y, mLeastCosine);
+  }
+
+ private:
+  const float* mSine;
+  const float* mCosine;
+  V mLeastCosine;
 };
 
 }  // namespace HWY_NAMESPACE

@@ -1,4 +1,4 @@
-#include "AR/CV/Image/SplineTable.h"
+#include "Map/SplineTable.h"
 
 #include <algorithm>
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "AR/CV/Image/MapRow.h"
-#include "AR/CV/Image/SplineTable.h"
+#include "Map/MapRow.h"
+#include "Map/SplineTable.h"
 
 namespace AR::CV::Internal {
 
-/// One map with what its rows are made of. `undistortion` is not read for a pinhole target.
+/// One map with what its rows are made of. `undistortion` is read for a distorted
+/// target only.
 struct MapInput {
   const MapJob<float>& job;
   const SplineTable& distortion;

@@ -1,11 +1,11 @@
 // A spline evaluated at a vector of squared radii, and the vector types of the map kernel.
 // Highway compiles this file once for each instruction set, so its guard is open once for each.
 
-#if defined(AR_CV_IMAGE_SPLINE_SIMD_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef AR_CV_IMAGE_SPLINE_SIMD_INL_H
-#undef AR_CV_IMAGE_SPLINE_SIMD_INL_H
+#if defined(AR_CV_MAP_SPLINE_SIMD_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef AR_CV_MAP_SPLINE_SIMD_INL_H
+#undef AR_CV_MAP_SPLINE_SIMD_INL_H
 #else
-#define AR_CV_IMAGE_SPLINE_SIMD_INL_H
+#define AR_CV_MAP_SPLINE_SIMD_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -13,7 +13,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "AR/CV/Image/SplineTable.h"
+#include "Map/SplineTable.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace AR::CV::Internal {

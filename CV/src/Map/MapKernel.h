@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "AR/CV/Image/MapRow.h"
-#include "AR/CV/Image/SplineTable.h"
+#include "Map/MapRow.h"
+#include "Map/SplineTable.h"
 
 namespace AR::CV {
 
