@@ -17,7 +17,8 @@
   MODEL(FISHEYE_4_PARAMETERS, 5)           \
   MODEL(CHEBYSHEV_4_PARAMETERS, 6)         \
   MODEL(FISHEYE_SPLINE_3, 7)               \
-  MODEL(FISHEYE_RATIONAL, 8)
+  MODEL(FISHEYE_RATIONAL, 8)               \
+  /* a model is one line above this one */
 
 namespace CamModel {
 
