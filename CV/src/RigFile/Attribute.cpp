@@ -1,7 +1,5 @@
 #include "Attribute.h"
 
-#include "AR/Common/Logger.h"
-
 namespace AR::CV::RigFile {
 namespace {
 
@@ -14,12 +12,6 @@ std::string shown(const std::string& text) {
 }
 
 }  // namespace
-
-void logConfigError(const char* message) { AR_LOG(Common::Logger::ERR, kSource, message); }
-
-void logNotFinite(const std::string& path) {
-  AR_LOGF(Common::Logger::ERR, kSource, "Configuration: %s is not finite", path.c_str());
-}
 
 bool refuse(std::string& why, const std::string& reason) {
   if (why.empty()) why = reason;

@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "AR/Common/ConfigNode.h"
+#include "AR/Common/Logger.h"
 #include "AR/Common/TinyXml.h"
 #include "AR/Math/Vector.h"
 #include "XmlText.h"
@@ -20,9 +21,6 @@ using Common::ConfigNode;
 using Common::ParseResult;
 
 inline constexpr char kSource[] = "CV/src/Camera/StereoCamera";
-
-/// Logs at ERROR.
-void logConfigError(const char* message);
 
 /// Makes `reason` the answer to why something is refused, unless there is one already: what follows
 /// the first fault is mostly its consequence. Always false.
@@ -58,8 +56,6 @@ bool isFinite(const Math::Vec<P, N>& v) {
   return std::all_of(v.begin(), v.end(), [](const P number) { return std::isfinite(number); });
 }
 
-void logNotFinite(const std::string& path);
-
 /// Reads a setting; NaN and infinities are reported and refused like text that is no number.
 template <typename T>
 ParseResult readFinite(const ConfigNode& node, const std::string& path, const char* meaning,
@@ -68,7 +64,7 @@ ParseResult readFinite(const ConfigNode& node, const std::string& path, const ch
   const ParseResult result = node.ifExistsGetDescendentAttribute(path, found, meaning);
   if (result != ParseResult::Exists) return result;
   if (!isFinite(found)) {
-    logNotFinite(path);
+    AR_LOGF(Common::Logger::ERR, kSource, "Configuration: %s is not finite", path.c_str());
     return ParseResult::Malformed;
   }
   value = found;

@@ -3,6 +3,7 @@
 // Every attribute of a calibration document, by the element that holds it and in the order in which
 // it is written. A further attribute is one row here.
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 

@@ -28,7 +28,8 @@ bool readRig(const ConfigNode& cameraNode, Math::SE3<P>& T_local_ref, std::strin
   const ConfigNode* rig = nullptr;
   if (!findOnlyChild(cameraNode, "Rig", rig, why)) return false;
   if (rig == nullptr || !hasPose<P>(*rig)) {
-    logConfigError("no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "no extrinsics (SFConfig.Rig.stereo_rig or rotation/translation)");
     return true;
   }
   std::string reason;
@@ -43,14 +44,14 @@ bool isOnePose(const ParseResult hasLie, const ParseResult hasRotation,
   }
   const int parts = (hasRotation == ParseResult::Exists) + (hasTranslation == ParseResult::Exists);
   if (hasLie == ParseResult::Exists && parts > 0) {
-    logConfigError(
-        "Stereo calibration given twice in config--only specify either Lie element or [rotation "
-        "and translation]");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "Stereo calibration given twice in config--only specify either Lie element or [rotation "
+           "and translation]");
     return refuse(why, "stereo_rig: expected alone, found with a rotation or translation");
   }
   if (hasLie == ParseResult::Missing && parts < 2) {
-    logConfigError(
-        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)");
     return refuse(why, "rowMajorRotationMat: expected together with translation");
   }
   return true;
@@ -71,7 +72,7 @@ bool isOrthonormal(const Math::Mat<P, 3, 3>& R) {
 template <typename P>
 bool poseFromMatrix(PoseForms<P>& forms, Math::SE3<P>& pose, std::string& why) {
   if (!isOrthonormal(forms.rotation)) {
-    logConfigError("Stereo calibration is not a 3x3 rotation matrix");
+    AR_LOG(Common::Logger::ERR, kSource, "Stereo calibration is not a 3x3 rotation matrix");
     return refuse(why, "rowMajorRotationMat: expected rows of length 1 at right angles");
   }
   Math::enforceRotation(forms.rotation);
@@ -84,7 +85,7 @@ template <typename P>
 bool poseFromLieElement(const PoseForms<P>& forms, Math::SE3<P>& pose, std::string& why) {
   const Math::SE3<P> T = Math::SE3<P>::exp(forms.lieElement);
   if (!isFinite(T.translation())) {
-    logConfigError("Stereo calibration is not finite");
+    AR_LOG(Common::Logger::ERR, kSource, "Stereo calibration is not finite");
     return refuse(why, "stereo_rig: expected a smaller Lie element");
   }
   pose = T;
@@ -152,13 +153,15 @@ bool readRollingShutter(const ConfigNode& cameraNode, RollingShutterCorrector<P>
                                                          corrector, ignored) == ParseResult::Exists;
   if (!isGiven || !corrector.isRollingShutter) return true;
   if (readAttribute(cameraNode, kPrefix, kLineTime<P>, corrector, why) != ParseResult::Exists) {
-    logConfigError(
+    AR_LOG(
+        Common::Logger::ERR, kSource,
         "FullStereoCameraCalibration::loadRollingShutterConfig() - Unable to determine linetime of "
         "rolling shutter camera.");
     return false;
   }
   if (!(corrector.lineTime > 0)) {
-    logConfigError(
+    AR_LOG(
+        Common::Logger::ERR, kSource,
         "FullStereoCameraCalibration::loadRollingShutterConfig() - Rolling shutter is enabled but "
         "line time is set to <= 0. Set isRollingShutter = false in Camera Configuration");
     return refuse(why, expectation(cameraNode, "RollingShutter.linetime", kLineTime<P>.meaning));
@@ -176,11 +179,13 @@ bool readCamera(const ConfigNode& cameraNode, const CamImageId& id, FullCamera<P
   double delta = 0;
   if (!readModel(cameraNode, model, why) || !readRig(cameraNode, T_local_ref, why)) return false;
   if (!readCaptureDetails(cameraNode, details, why)) {
-    logConfigError("Failed to read CaptureDetails tag. All attributes are required.");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "Failed to read CaptureDetails tag. All attributes are required.");
     return false;
   }
   if (!readTimeAlignment(cameraNode, delta, why)) {
-    logConfigError("Failed to read TimeAlignment tag. The attribute delta is required.");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "Failed to read TimeAlignment tag. The attribute delta is required.");
     return false;
   }
   if (!readRollingShutter(cameraNode, corrector, why)) return false;

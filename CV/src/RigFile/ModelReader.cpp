@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "AR/Common/Logger.h"
 #include "AR/Common/SaturatingCast.h"
 #include "AttributeTable.h"
 #include "RigFile.h"
@@ -65,7 +64,8 @@ bool readDistortion(const ConfigNode& node, const Form form, CameraModel<P>& mod
                     std::string& why) {
   const bool isLinear = form == Form::Current && !has(node, "radial_distortion");
   if (form == Form::None || isLinear) {
-    logConfigError("None of radial_distortion, radial_distortion_8, or radial_distortion_4 found");
+    AR_LOG(Common::Logger::ERR, kSource,
+           "None of radial_distortion, radial_distortion_8, or radial_distortion_4 found");
   }
   switch (form) {
     case Form::Current:
@@ -94,7 +94,7 @@ bool readModel(const ConfigNode& cameraNode, CameraModel<P>& model, std::string&
   }
   if (!isUnique || form == Form::Incomplete ||
       !readAttributes(cameraNode, kPrefix, kGeometry<P>, model, why)) {
-    logConfigError("Can't find camera calibration detail attributes");
+    AR_LOG(Common::Logger::ERR, kSource, "Can't find camera calibration detail attributes");
     return false;
   }
   return readDistortion(cameraNode, form, model, why);
