@@ -8,6 +8,9 @@
 
 namespace AR::Common {
 
+/// A caller's text, or what stands for one that is null.
+inline const char* textOf(const char* text) { return text == nullptr ? "(null)" : text; }
+
 /// Writes one line, or its template, to `destination` (`capacity` bytes, zero-terminated, cut when
 /// it does not fit) and returns its uncut length as snprintf does: -1 on an error. Returns 0, with
 /// nothing written, when the line needs a file or a method name that is null.

@@ -12,8 +12,6 @@ namespace {
 
 constexpr int kMaxMethodNameLength = 80;
 
-const char* textOf(const char* text) { return text == nullptr ? "(null)" : text; }
-
 /// Where a line comes from.
 struct Place {
   const char* file;

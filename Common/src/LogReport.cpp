@@ -7,6 +7,7 @@
 
 #include "AR/Common/FailedChecks.h"
 #include "AR/Common/Logger.h"
+#include "LogFormat.h"
 
 namespace AR::Common {
 namespace {
@@ -14,8 +15,6 @@ namespace {
 constexpr char kSource[] = "Common/src/Logger";
 /// Log readers know the reporter by this line number.
 constexpr int kReporterLine = 724;
-
-const char* textOf(const char* text) { return text == nullptr ? "(null)" : text; }
 
 bool isLoggable(const int level) { return level >= Logger::ERR && level <= Logger::VERBOSE; }
 
