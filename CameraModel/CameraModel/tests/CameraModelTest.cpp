@@ -96,7 +96,8 @@ TEST(Arctangent, IsGoodToOneUlp) {
   }
 }
 
-// Some settle at once, some stop at the limit, some never settle: the lenses at their ends.
+// Some settle at once, some stop at the limit, some never settle: the lenses at their ends, and
+// behind them, where a closed form may have no value.
 TYPED_TEST(CameraModelTest, RadiiSideBySideAreThoseOfEachAlone) {
   using P = TypeParam;
   for (const Lens& lens : kLenses) {
@@ -108,7 +109,8 @@ TYPED_TEST(CameraModelTest, RadiiSideBySideAreThoseOfEachAlone) {
     camera.undistortionFactors(y, G);
     for (std::size_t i = 0; i < y.size(); ++i) {
       const P g = camera.undistortionFactor(y[i]);
-      EXPECT_TRUE(G[i] == g || (i == 7 && std::isnan(G[i]))) << y[i] << " " << G[i] << " " << g;
+      EXPECT_TRUE(G[i] == g || (std::isnan(G[i]) && std::isnan(g)))
+          << y[i] << " " << G[i] << " " << g;
     }
   }
 }
