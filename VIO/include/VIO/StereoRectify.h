@@ -30,6 +30,12 @@ void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                      AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
                      AR::CV::MapReasons reasons = {});
 
+/// The job of setupFixedPlaneMap(): `source` and `eye` must outlive it.
+[[nodiscard]] AR::CV::MapJob<float> fixedPlaneJob(const AR::CV::Camera<float>& source,
+                                                  const AR::CV::Camera<float>& eye,
+                                                  const AR::Math::SE3<float>& T_source_eye,
+                                                  float planeDistance, bool keepOutside);
+
 /// Fills the maps of an eye that looks at a plane parallel to its image, `planeDistance` metres in
 /// front of it, as a real camera sees that plane. Images as for setupRectifyMap; points less than
 /// 0.01 m in front of the source camera and pixels that the eye has no ray for have no source. An

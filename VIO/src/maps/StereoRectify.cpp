@@ -63,17 +63,23 @@ void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
   AR::CV::fillMap(job, true, mapXY[0], mapXY[1], reasons);
 }
 
+MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
+                     const SE3<float>& T_source_eye, float planeDistance, bool keepOutside) {
+  MapJob job(source, eye, T_source_eye.rotation().matrix(), DepthRule::InFront, keepOutside);
+  // Everything divided by the distance, so that an infinite one leaves the rotation alone.
+  job.offset_s = T_source_eye.translation() / planeDistance;
+  job.minDepth = std::max(MapJob::kMinDepth / planeDistance, std::numeric_limits<float>::min());
+  return job;
+}
+
 void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
                         const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
                         AR::CV::MapReasons reasons) {
   if (!preparePair(source, eye, mapXY)) return;
   const SE3<float> T_source_eye =
       source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
-  MapJob job(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye.rotation().matrix(),
-             DepthRule::InFront, keepOutside);
-  // Everything divided by the distance, so that an infinite one leaves the rotation alone.
-  job.offset_s = T_source_eye.translation() / planeDistance;
-  job.minDepth = std::max(MapJob::kMinDepth / planeDistance, std::numeric_limits<float>::min());
+  const MapJob job = fixedPlaneJob(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye,
+                                   planeDistance, keepOutside);
   AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
 }
 

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <vector>
+
+#include "VIO/quality/LargestRectangle.h"
 
 namespace VIO {
 namespace {
@@ -57,67 +58,6 @@ class ScaleStatistics {
   std::uint64_t mZero = 0;
 };
 
-/// The largest rectangle of pixels with a source, row by row: heights of the columns of such pixels
-/// that end in the row, and the largest rectangle under that histogram, found with a stack.
-class LargestRectangle {
- public:
-  explicit LargestRectangle(std::int32_t width)
-      : mHeights(static_cast<std::size_t>(width), 0), mStack(mHeights.size() + 1) {}
-
-  void addPixel(std::int32_t x, bool hasSource) {
-    std::int32_t& height = mHeights[static_cast<std::size_t>(x)];
-    height = hasSource ? height + 1 : 0;
-  }
-
-  void finishRow(std::int32_t y) {
-    mDepth = 0;
-    std::int32_t x = 0;
-    for (const std::int32_t height : mHeights) addBar(x++, y, height);
-    addBar(x, y, 0);  // ends what is still open
-  }
-
-  void write(MapReport& report) const {
-    report.rectX = mX;
-    report.rectY = mY;
-    report.rectWidth = mWidth;
-    report.rectHeight = mHeight;
-  }
-
- private:
-  struct Bar {
-    std::int32_t left;
-    std::int32_t height;
-  };
-
-  /// Ends the bars that are not lower than the new one, which reaches back to where they began.
-  void addBar(std::int32_t x, std::int32_t y, std::int32_t height) {
-    std::int32_t left = x;
-    while (mDepth > 0 && mStack[mDepth - 1].height >= height) {
-      const Bar& bar = mStack[--mDepth];
-      left = bar.left;
-      consider(bar.left, y - bar.height + 1, x - bar.left, bar.height);
-    }
-    mStack[mDepth++] = {left, height};
-  }
-
-  void consider(std::int32_t x, std::int32_t y, std::int32_t width, std::int32_t height) {
-    const std::int64_t area = static_cast<std::int64_t>(width) * height;
-    const bool earlier = y < mY || (y == mY && x < mX);
-    if (area < mArea || area == 0 || (area == mArea && !earlier)) return;
-    mArea = area;
-    mX = x;
-    mY = y;
-    mWidth = width;
-    mHeight = height;
-  }
-
-  std::vector<std::int32_t> mHeights;  // of the columns
-  std::vector<Bar> mStack;             // open bars of rising height, at most one a column and one 0
-  std::size_t mDepth = 0;
-  std::int64_t mArea = 0;
-  std::int32_t mX = 0, mY = 0, mWidth = 0, mHeight = 0;
-};
-
 }  // namespace
 
 MapReport reportOn(const MapView& map) {
@@ -142,7 +82,11 @@ MapReport reportOn(const MapView& map) {
   report.shareWithSource =
       static_cast<double>(report.pixelsWithSource) / static_cast<double>(report.pixels);
   scales.write(report);
-  rectangle.write(report);
+  const Rectangle& largest = rectangle.largest();
+  report.rectX = largest.x;
+  report.rectY = largest.y;
+  report.rectWidth = largest.width;
+  report.rectHeight = largest.height;
   return report;
 }
 

@@ -66,7 +66,7 @@ class Measurement {
         mRight(right),
         mT_orol(AR::CV::idl2se3<double>(claim.right.pose) *
                 AR::CV::idl2se3<double>(claim.left.pose).inverse()),
-        mR_ortl(mT_orol.rotation() * claim.R_oltl),
+        mR_ortl(claim.R_ortl.value_or(mT_orol.rotation() * claim.R_oltl)),
         mLeftLookup(claim.leftMap),
         mRightLookup(claim.rightMap),
         mAlong(static_cast<std::size_t>(claim.view.baselineAxis)) {}
@@ -99,7 +99,7 @@ class Measurement {
     if (mClaim.depthConstant) return *mClaim.depthConstant / (left - right);
     // x_tr = x_tl + t: the right camera stands at -t.
     const Vec3 t_tl = mR_ortl.inverse() * mT_orol.translation();
-    return mClaim.view.rangeFrom(-t_tl(mAlong), left, right);
+    return mClaim.view.rangeFrom(mClaim.baseline.value_or(-t_tl(mAlong)), left, right);
   }
 
   /// Measures one point; adds its squared row error to `sumOfSquares`.

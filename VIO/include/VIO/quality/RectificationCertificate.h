@@ -41,10 +41,14 @@ struct RectificationClaim {
   AR::CV::TargetView view;       // its baselineAxis says across which axis rows must agree
   AR::Math::SO3<double> R_oltl;  // directions of the rectified left frame into the left camera's
   /// Depth is this divided by the disparity. None, as in latitude-longitude: ranges are those of
-  /// the view and the true baseline.
+  /// the view and the baseline.
   std::optional<double> depthConstant;
   MapView leftMap;  // both of the view's size
   MapView rightMap;
+  /// As R_oltl, of the right camera. None: as the true poses have it.
+  std::optional<AR::Math::SO3<double>> R_ortl = std::nullopt;
+  /// From the left to the right camera along the view's axis, metres. None: the true one.
+  std::optional<double> baseline = std::nullopt;
 };
 
 /// Measures maps that claim to rectify two cameras. Nothing that made them is trusted: rays of the
