@@ -1,0 +1,39 @@
+#pragma once
+
+// A caller's options, checked.
+
+#include <optional>
+
+#include "AR/CV/Map/TargetView.h"
+#include "rectify/PairGeometry.h"
+#include "rectiline/rectiline.h"
+
+namespace rectiline::capi {
+
+/// How a caller wishes virtual cameras to be. What is not there was not asked for.
+struct ViewWishes {
+  struct Size {
+    int width;
+    int height;
+  };
+  AR::CV::TargetProjection projection;
+  std::optional<Size> size;
+  std::optional<AR::Math::Vec<double, 2>> principalPoint;
+  // At most one of:
+  std::optional<double> focalLength;  // pixels (per radian)
+  std::optional<double> fieldOfView;  // radians, across the width
+  std::optional<double> coverage;     // 0: no pixel without a source; 1: the whole of all images
+  bool keepOutside;
+};
+
+/// Options as the caller gave them; null: all zero.
+rectiline_options readOptions(const rectiline_options* callers);
+
+/// Refuses values that are not understood, and ones that contradict each other.
+ViewWishes checkedWishes(const rectiline_options& options);
+
+/// The two cameras that the options name. Refuses ones that the device does not have. Its number
+/// of cameras must have been checked.
+CameraPair checkedPair(const rectiline_options& options, const DeviceCalibrationZEL& device);
+
+}  // namespace rectiline::capi
