@@ -56,7 +56,7 @@ static_assert(sizeof(CamImageId) == 68);
 static_assert(std::is_trivially_copyable_v<CamImageId>);
 
 /// The name of a camera given by number: "left" for 0, "right" for 1, "cam2", "cam3" and so on.
-[[nodiscard]] std::string cameraIdToString(unsigned id);
+[[nodiscard]] AR_EXPORT std::string cameraIdToString(unsigned id);
 
 /// Where a calibration came from and which version of it this is. Every destruction, of copies and
 /// temporaries too, leaves a line in the log at level INFO.
