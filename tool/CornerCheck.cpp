@@ -18,13 +18,6 @@ struct Position {
   double y;
 };
 
-/// R^T p for the rotation R of a unit quaternion.
-Vec3d rotateBack(const QuaternionZEL& q, const Vec3d& p) {
-  const Vec3d v{-q.x, -q.y, -q.z};
-  const Vec3d c = cross(v, p) + p * q.w;
-  return p + cross(v, c) * 2;
-}
-
 std::vector<Corner> readCorners(const std::string& file) {
   std::ifstream in(file);
   if (!in) throw Error(file + ": cannot be read");
@@ -108,14 +101,13 @@ struct Expected {
 };
 
 std::optional<Expected> expect(const RectifiedImages& pair, const Vec3d& P_ol) {
-  const IntrinsicCameraCalibrationZEL& in = pair.camera.intrinsics;
-  const Vec3d P_tl = rotateBack(pair.camera.pose.orientation, P_ol);
+  const rectiline_view& view = pair.rectification.left;
+  const Vec3d P_tl = rotateBack(view.R_camera_view, P_ol);
   if (!(P_tl.z > 0.1)) return std::nullopt;
-  const Position left{in.principal_point_x + in.focal_length_x * P_tl.x / P_tl.z,
-                      in.principal_point_y + in.focal_length_y * P_tl.y / P_tl.z};
-  const double disparity = pair.depthConstant / P_tl.z;
-  const Position right{left.x - (pair.vertical ? 0 : disparity),
-                       left.y - (pair.vertical ? disparity : 0)};
+  const Position left{view.cx + view.fx * P_tl.x / P_tl.z, view.cy + view.fy * P_tl.y / P_tl.z};
+  const double disparity = pair.rectification.depth_constant / P_tl.z;
+  const Position right{left.x - (pair.isVertical() ? 0 : disparity),
+                       left.y - (pair.isVertical() ? disparity : 0)};
   return Expected{left, right, P_tl.z};
 }
 
@@ -151,19 +143,20 @@ std::optional<Measured> measure(const RectifiedImages& pair, const Corner& corne
   if (!left || !right) return std::nullopt;
   const double dx = left->x - right->x;
   const double dy = left->y - right->y;
-  return pair.vertical ? Measured{dx, dy, expected->depth} : Measured{dy, dx, expected->depth};
+  return pair.isVertical() ? Measured{dx, dy, expected->depth} : Measured{dy, dx, expected->depth};
 }
 
 }  // namespace
 
 CornerErrors checkCorners(const RectifiedImages& pair, const std::string& pointsFile) {
   CornerErrors errors;
+  const double depthConstant = pair.rectification.depth_constant;
   for (const Corner& corner : readCorners(pointsFile)) {
     const std::optional<Measured> m = measure(pair, corner);
     if (!m) continue;
     const double row = std::fabs(m->acrossBaseline);
-    const double disparityError = m->disparity - pair.depthConstant / m->depth;
-    const double depthShare = std::fabs(pair.depthConstant / m->disparity / m->depth - 1);
+    const double disparityError = m->disparity - depthConstant / m->depth;
+    const double depthShare = std::fabs(depthConstant / m->disparity / m->depth - 1);
     ++errors.points;
     errors.rowRms += row * row;
     errors.disparityRms += disparityError * disparityError;

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "Png.h"
-#include "rectiline/CalibrationRecords.h"
+#include "rectiline/rectiline.h"
 
 namespace rectiline::tool {
 
@@ -11,9 +11,9 @@ namespace rectiline::tool {
 struct RectifiedImages {
   GreyImage left;
   GreyImage right;
-  CameraCalibrationZEL camera;  // the rectified left camera, its pose holding R_oltl
-  double depthConstant;
-  bool vertical;  // the baseline runs along columns
+  rectiline_rectification rectification;
+
+  [[nodiscard]] bool isVertical() const { return rectification.axis == 1; }
 };
 
 /// How well known points agree with the rectified images.

@@ -4,84 +4,79 @@
 #include <cmath>
 #include <cstdio>
 
-#include "Error.h"
-#include "PairMaps.h"
+#include "Calls.h"
+#include "Maps.h"
 #include "Rig.h"
 
 namespace rectiline::tool {
 namespace {
 
 void printCamera(const CameraCalibrationZEL& camera) {
-  CameraCertificate c{};
-  if (!CertifyCamera(&camera, &c)) {
-    throw Error(std::string("camera ") + camera.name + " cannot be made");
-  }
+  auto c = sized<rectiline_camera_certificate>();
+  check(rectiline_certify_camera(&camera, &c));
   std::printf("camera %s\n", camera.name);
   std::printf("  ray to pixel  at most %.5f px off (at radius %.3f), %u bins\n",
-              c.maxDistortionError, c.distortionErrorRadius, c.distortionBins);
+              c.max_distortion_error, c.distortion_error_radius, c.distortion_bins);
   std::printf("  pixel to ray  at most %.5f px off (at radius %.3f), %u bins\n",
-              c.maxUndistortionError, c.undistortionErrorRadius, c.undistortionBins);
+              c.max_undistortion_error, c.undistortion_error_radius, c.undistortion_bins);
   std::printf("  valid         to radius %.3f, %.1f px from the principal point, %.1f degrees\n",
-              c.validRadius, c.validRadiusPixels, c.fieldOfView * 180 / M_PI);
+              c.valid_radius, c.valid_radius_pixels, c.field_of_view * 180 / M_PI);
 }
 
-void printMap(const char* name, const Map& X, const Map& Y, const Reasons& reasons) {
-  const MapReport r = reportOf(X, Y);
-  std::array<std::uint64_t, 256> count{};
-  for (const std::uint8_t reason : reasons.data) ++count[reason];
+void printMap(const char* name, Map& map) {
+  const rectiline_report r = reportOn(map);
+  std::array<unsigned long long, 256> count{};
+  for (const std::uint8_t reason : map.reasons().data) ++count[reason];
   std::printf("%s map\n", name);
   std::printf("  with a source %.2f %%, folded %llu pixels, magnification %.3f to %.3f\n",
-              100 * r.shareWithSource, static_cast<unsigned long long>(r.foldedPixels),
-              r.leastMagnification, r.greatestMagnification);
-  std::printf("  wholly valid  %d x %d at (%d, %d)\n", r.rectWidth, r.rectHeight, r.rectX, r.rectY);
+              100 * r.share_with_source, static_cast<unsigned long long>(r.folded_pixels),
+              r.least_magnification, r.greatest_magnification);
+  std::printf("  wholly valid  %d x %d at (%d, %d)\n", r.valid_width, r.valid_height, r.valid_x,
+              r.valid_y);
   std::printf(
       "  no source     behind %llu, beyond the distortion %llu, no ray %llu, outside %llu\n",
-      static_cast<unsigned long long>(count[MAP_PIXEL_BEHIND_CAMERA]),
-      static_cast<unsigned long long>(count[MAP_PIXEL_BEYOND_DISTORTION]),
-      static_cast<unsigned long long>(count[MAP_PIXEL_NO_INVERSE]),
-      static_cast<unsigned long long>(count[MAP_PIXEL_OUTSIDE_IMAGE]));
+      count[RECTILINE_PIXEL_BEHIND_CAMERA], count[RECTILINE_PIXEL_BEYOND_DISTORTION],
+      count[RECTILINE_PIXEL_NO_INVERSE], count[RECTILINE_PIXEL_OUTSIDE_IMAGE]);
 }
 
-RectificationCertificate certify(const PairMaps& maps, const DeviceCalibrationZEL& truth) {
-  RectificationCertificate c{};
-  const auto n = static_cast<std::uint32_t>(maps.leftX.data.size());
-  if (!CertifyRectification(&truth, maps.leftX.data.data(), n, maps.leftY.data.data(), n,
-                            maps.rightX.data.data(), n, maps.rightY.data.data(), n,
-                            maps.depthConstant, &maps.camera, &c)) {
-    throw Error("the maps cannot be measured");
-  }
+rectiline_certificate certify(PairMaps& maps, const DeviceCalibrationZEL& truth) {
+  auto c = sized<rectiline_certificate>();
+  const rectiline_map left = maps.left.view();
+  const rectiline_map right = maps.right.view();
+  check(rectiline_certify_rectification(&truth, &maps.rectification, &left, &right, &c));
   return c;
 }
 
-void printCertificate(const RectificationCertificate& c) {
+void printCertificate(const rectiline_certificate& c) {
   std::printf("rectification, %u points at 0.3 m to 30 m\n", c.points);
-  std::printf("  row error     rms %.5f px, greatest %.5f px at (%.0f, %.0f)\n", c.rmsRowError,
-              c.maxRowError, c.worstRow.x, c.worstRow.y);
-  std::printf("  depth error   greatest %.5f %%\n", 100 * c.maxDepthError);
-  std::printf("  map error     left %.5f px, right %.5f px\n", c.maxMapErrorLeft,
-              c.maxMapErrorRight);
+  std::printf("  row error     rms %.5f px, greatest %.5f px at (%.0f, %.0f)\n", c.rms_row_error,
+              c.max_row_error, c.worst_row.x, c.worst_row.y);
+  std::printf("  depth error   greatest %.5f %%\n", 100 * c.max_depth_error);
+  std::printf("  map error     left %.5f px, right %.5f px\n", c.max_map_error_left,
+              c.max_map_error_right);
 }
 
 }  // namespace
 
 void report(const std::string& rigFile) {
-  const DeviceCalibrationZEL device = deviceRecord(loadRig(rigFile, 1));
+  const DeviceCalibrationZEL device = loadRig(rigFile, 1);
   std::printf("%s\n", rigFile.c_str());
   for (int i = 0; i < device.num_cameras; ++i) printCamera(device.cameras[i]);
   if (device.num_cameras < 2) return;
-  const DeviceCalibrationZEL pair = pairRecord(loadRig(rigFile, 2));
-  const PairMaps maps = createPairMaps(pair);
-  printMap("left", maps.leftX, maps.leftY, maps.leftReasons);
-  printMap("right", maps.rightX, maps.rightY, maps.rightReasons);
-  printCertificate(certify(maps, pair));
+  PairMaps maps = createPairMaps(device);
+  printMap("left", maps.left);
+  printMap("right", maps.right);
+  printCertificate(certify(maps, device));
 }
 
 void verify(const std::string& rigFile, const std::string& truthFile, double limit) {
-  const DeviceCalibrationZEL device = pairRecord(loadRig(rigFile, 2));
-  const DeviceCalibrationZEL truth = truthFile.empty() ? device : pairRecord(loadRig(truthFile, 2));
-  const RectificationCertificate c = certify(createPairMaps(device), truth);
+  const DeviceCalibrationZEL device = loadRig(rigFile, 2);
+  const DeviceCalibrationZEL truth = truthFile.empty() ? device : loadRig(truthFile, 2);
+  PairMaps maps = createPairMaps(device);
+  const rectiline_certificate c = certify(maps, truth);
   printCertificate(c);
-  const double worst = std::fmax(c.maxRowError, std::fmax(c.maxMapErrorLeft, c.maxMapErrorRight));
+  const double worst =
+      std::fmax(c.max_row_error, std::fmax(c.max_map_error_left, c.max_map_error_right));
   if (!(worst <= limit)) {
     char message[128];
     std::snprintf(message, sizeof message, "the maps are %.5f px off, above the limit of %g px",

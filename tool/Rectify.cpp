@@ -6,7 +6,8 @@
 
 #include "CornerCheck.h"
 #include "Error.h"
-#include "PairMaps.h"
+#include "Geometry.h"
+#include "Maps.h"
 #include "Png.h"
 #include "Rig.h"
 
@@ -31,12 +32,12 @@ class StopWatch {
 GreyImage sideBySide(const RectifiedImages& pair) {
   const int w = pair.left.width;
   const int h = pair.left.height;
-  GreyImage joined(pair.vertical ? w : 2 * w, pair.vertical ? 2 * h : h, 3);
+  GreyImage joined(pair.isVertical() ? w : 2 * w, pair.isVertical() ? 2 * h : h, 3);
   for (int y = 0; y < joined.height; ++y) {
     for (int x = 0; x < joined.width; ++x) {
       const GreyImage& image = x < w && y < h ? pair.left : pair.right;
       const std::uint8_t grey = image(x % w, y % h);
-      const bool line = (pair.vertical ? x : y) % 32 == 16;
+      const bool line = (pair.isVertical() ? x : y) % 32 == 16;
       std::uint8_t* rgb = &joined.data[3 * joined.index(x, y)];
       rgb[0] = rgb[2] = line ? static_cast<std::uint8_t>(grey / 2) : grey;
       rgb[1] = line ? static_cast<std::uint8_t>(128 + grey / 2) : grey;
@@ -45,24 +46,36 @@ GreyImage sideBySide(const RectifiedImages& pair) {
   return joined;
 }
 
+/// A view as a camera named `name`, its axes turned back into the real camera's.
+CameraCalibrationZEL toCamera(const rectiline_view& view, const char* name) {
+  CameraCalibrationZEL camera{};
+  std::snprintf(camera.name, sizeof camera.name, "%s", name);
+  IntrinsicCameraCalibrationZEL& in = camera.intrinsics;
+  in.width = view.width;
+  in.height = view.height;
+  in.focal_length_x = view.fx;
+  in.focal_length_y = view.fy;
+  in.principal_point_x = view.cx;
+  in.principal_point_y = view.cy;
+  const QuaternionZEL q = toQuaternion(view.R_camera_view);
+  camera.pose.orientation = {-q.x, -q.y, -q.z, q.w};
+  return camera;
+}
+
 /// The rectified pair as a rig whose reference frame is the source left camera.
 void saveRectifiedRig(const std::string& file, const RectifiedImages& pair) {
-  CameraCalibrationZEL left = pair.camera;
-  QuaternionZEL& q = left.pose.orientation;  // R_oltl, made R_tlol
-  q = {-q.x, -q.y, -q.z, q.w};
-  std::snprintf(left.name, sizeof left.name, "left");
-  CameraCalibrationZEL right = left;
-  std::snprintf(right.name, sizeof right.name, "right");
-  const double f = pair.vertical ? left.intrinsics.focal_length_y : left.intrinsics.focal_length_x;
-  (pair.vertical ? right.pose.position.y : right.pose.position.x) = -pair.depthConstant / f;
-  Rig rig(AR::CV::CalibrationInfo(AR::CV::CalibrationInfo::RECTIFICATION, 0));
-  const CameraCalibrationZEL records[] = {left, right};
-  rig.setFromIdl({records, 2}, rig.getInfo());
-  if (!rig.saveCalibration(file)) throw Error(file + ": cannot be written");
+  const rectiline_rectification& r = pair.rectification;
+  DeviceCalibrationZEL device{};
+  device.num_cameras = 2;
+  device.cameras[0] = toCamera(r.left, "left");
+  device.cameras[1] = toCamera(r.left, "right");  // parallel to the left one
+  PositionZEL& position = device.cameras[1].pose.position;
+  (pair.isVertical() ? position.y : position.x) = -r.disparity_sign * r.baseline;
+  saveRig(file, device);
 }
 
 /// Prints how well known points agree with the result; throws Error when they do not.
-void check(const RectifiedImages& pair, const std::string& pointsFile) {
+void checkPoints(const RectifiedImages& pair, const std::string& pointsFile) {
   constexpr double kMaxRowRms = 0.25;       // pixels: what finding a corner in an image may cost
   constexpr double kMaxDisparityRms = 0.5;  // pixels
   const CornerErrors e = checkCorners(pair, pointsFile);
@@ -80,16 +93,15 @@ void check(const RectifiedImages& pair, const std::string& pointsFile) {
 
 void rectify(const RectifyOptions& options) {
   StopWatch watch;
-  const DeviceCalibrationZEL device = pairRecord(loadRig(options.rigFile, 2));
+  const DeviceCalibrationZEL device = loadRig(options.rigFile, 2);
   const double loadMs = watch.lap();
-  const GreyImage rawLeft = readImage(options.leftFile, device.cameras[0]);
-  const GreyImage rawRight = readImage(options.rightFile, device.cameras[1]);
+  GreyImage rawLeft = readImage(options.leftFile, device.cameras[0]);
+  GreyImage rawRight = readImage(options.rightFile, device.cameras[1]);
   const double readMs = watch.lap();
-  const PairMaps maps = createPairMaps(device);
+  PairMaps maps = createPairMaps(device);
+  const rectiline_rectification& result = maps.rectification;
   const double mapMs = watch.lap();
-  const RectifiedImages pair{remap(rawLeft, maps.leftX, maps.leftY),
-                             remap(rawRight, maps.rightX, maps.rightY), maps.camera,
-                             static_cast<double>(maps.depthConstant), isVertical(device)};
+  const RectifiedImages pair{remap(rawLeft, maps.left), remap(rawRight, maps.right), result};
   const double remapMs = watch.lap();
 
   std::error_code ignored;
@@ -100,21 +112,16 @@ void rectify(const RectifyOptions& options) {
   saveRectifiedRig(options.directory + "/rectified.rig.xml", pair);
   const double writeMs = watch.lap();
 
-  const IntrinsicCameraCalibrationZEL& in = maps.camera.intrinsics;
   std::printf("%s -> %s\n", options.rigFile.c_str(), options.directory.c_str());
-  std::printf("  size          %d x %d\n", in.width, in.height);
-  std::printf("  focal length  %.3f px\n", in.focal_length_x);
-  std::printf("  depth         %.6f px m / disparity\n", pair.depthConstant);
-  std::printf("  valid pixels  left %.1f %%, right %.1f %%\n",
-              100 * reportOf(maps.leftX, maps.leftY).shareWithSource,
-              100 * reportOf(maps.rightX, maps.rightY).shareWithSource);
-  if (maps.failedChecks > 0) {
-    std::printf("  failed checks %llu\n", static_cast<unsigned long long>(maps.failedChecks));
-  }
+  std::printf("  size          %d x %d\n", result.left.width, result.left.height);
+  std::printf("  focal length  %.3f px\n", result.left.fx);
+  std::printf("  depth         %.6f px m / disparity\n", result.depth_constant);
+  std::printf("  valid pixels  left %.1f %%, right %.1f %%\n", 100 * result.left_share,
+              100 * result.right_share);
   std::printf(
       "  time          rig %.1f ms, images %.1f ms, maps %.1f ms, remap %.1f ms, write %.1f ms\n",
       loadMs, readMs, mapMs, remapMs, writeMs);
-  if (!options.pointsFile.empty()) check(pair, options.pointsFile);
+  if (!options.pointsFile.empty()) checkPoints(pair, options.pointsFile);
 }
 
 }  // namespace rectiline::tool

@@ -6,17 +6,14 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Error.h"
+#include "Calls.h"
+#include "Geometry.h"
 #include "Png.h"
 #include "Rig.h"
 #include "Scene.h"
 
 namespace rectiline::tool {
 namespace {
-
-using AR::Math::SE3;
-using AR::Math::Vec;
-using Camera = AR::CV::Camera<double>;
 
 constexpr int kSamples = 4;  // rays per pixel and axis
 constexpr double kBlack = 0;
@@ -26,41 +23,77 @@ struct RawView {
   DepthImage depthMm;
 };
 
-Vec3d toVec3d(const Vec<double, 3>& v) { return {v(0), v(1), v(2)}; }
+/// A camera in the scene, whose frame is that of the left one.
+class SceneCamera {
+ public:
+  SceneCamera(const CameraCalibrationZEL& record, const XrPosedZEL_t& T_scene_ref)
+      : mRecord(record), mT_scene_ref(T_scene_ref), mCentre(toScene({0, 0, 0})) {}
 
-/// What the camera sees at a real pixel position. The hit's distance is the depth along its axis.
-std::optional<Hit> look(const Scene& scene, const Camera& camera, const SE3<double>& T_scene_cam,
-                        double u, double v) {
-  Vec<double, 2> ideal;
-  if (!camera.tryPixel2ideal({u, v}, ideal)) return std::nullopt;
-  const Vec<double, 3> ray_cam(ideal(0), ideal(1), 1.0);
-  return scene.trace(toVec3d(T_scene_cam.translation()), toVec3d(T_scene_cam.rotation() * ray_cam));
+  [[nodiscard]] int width() const { return mRecord.intrinsics.width; }
+  [[nodiscard]] int height() const { return mRecord.intrinsics.height; }
+  [[nodiscard]] const Vec3d& centre() const { return mCentre; }
+
+  /// What the camera sees at real positions of its image. A hit's distance is the depth along the
+  /// camera's axis.
+  [[nodiscard]] std::vector<std::optional<Hit>> look(const Scene& scene,
+                                                     const std::vector<double>& pixels) const {
+    const std::size_t n = pixels.size() / 2;
+    std::vector<double> rays(3 * n);
+    check(rectiline_pixels_to_rays(&mRecord, n, pixels.data(), rays.data(), nullptr));
+    std::vector<std::optional<Hit>> hits(n);
+    for (std::size_t i = 0; i < n; ++i) {
+      const double z = rays[3 * i + 2];
+      if (std::isnan(z)) continue;
+      const Vec3d end = toScene({rays[3 * i] / z, rays[3 * i + 1] / z, 1});
+      hits[i] = scene.trace(mCentre, end - mCentre);
+    }
+    return hits;
+  }
+
+ private:
+  [[nodiscard]] Vec3d toScene(const Vec3d& P_camera) const {
+    return toCamera(mT_scene_ref, toReference(mRecord.pose, P_camera));
+  }
+
+  CameraCalibrationZEL mRecord;
+  XrPosedZEL_t mT_scene_ref;
+  Vec3d mCentre;
+};
+
+/// The positions that row y is looked at from: each pixel's samples and then its middle.
+std::vector<double> positionsOfRow(int y, int width) {
+  std::vector<double> positions;
+  for (int x = 0; x < width; ++x) {
+    for (int k = 0; k < kSamples * kSamples; ++k) {
+      // Integer coordinates are pixel positions: the pixel reaches half a pixel to each side.
+      positions.push_back(x + (k % kSamples + 0.5) / kSamples - 0.5);
+      positions.push_back(y + (k / kSamples + 0.5) / kSamples - 0.5);
+    }
+    positions.push_back(x);
+    positions.push_back(y);
+  }
+  return positions;
 }
 
-std::uint8_t pixelGrey(const Scene& scene, const Camera& camera, const SE3<double>& T_scene_cam,
-                       int x, int y) {
+std::uint8_t meanGrey(const std::optional<Hit>* samples) {
   double sum = 0;
-  for (int j = 0; j < kSamples; ++j) {
-    for (int i = 0; i < kSamples; ++i) {
-      // Integer coordinates are pixel positions: the pixel reaches half a pixel to each side.
-      const double u = x + (i + 0.5) / kSamples - 0.5;
-      const double v = y + (j + 0.5) / kSamples - 0.5;
-      const std::optional<Hit> hit = look(scene, camera, T_scene_cam, u, v);
-      sum += hit ? std::clamp(hit->grey, 1.0, 255.0) : kBlack;
-    }
+  for (int k = 0; k < kSamples * kSamples; ++k) {
+    sum += samples[k] ? std::clamp(samples[k]->grey, 1.0, 255.0) : kBlack;
   }
   return static_cast<std::uint8_t>(std::lround(sum / (kSamples * kSamples)));
 }
 
-RawView renderView(const Scene& scene, const Camera& camera, const SE3<double>& T_scene_cam) {
-  const int width = static_cast<int>(camera.getSize()(0));
-  const int height = static_cast<int>(camera.getSize()(1));
-  RawView view{GreyImage(width, height), DepthImage(width, height)};
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      view.grey(x, y) = pixelGrey(scene, camera, T_scene_cam, x, y);
-      const std::optional<Hit> hit = look(scene, camera, T_scene_cam, x, y);
-      const double mm = hit ? std::min(hit->distance * 1000, 65535.0) : 0.0;
+RawView renderView(const Scene& scene, const SceneCamera& camera) {
+  constexpr std::size_t kLooks = kSamples * kSamples + 1;
+  RawView view{GreyImage(camera.width(), camera.height()),
+               DepthImage(camera.width(), camera.height())};
+  for (int y = 0; y < camera.height(); ++y) {
+    const auto hits = camera.look(scene, positionsOfRow(y, camera.width()));
+    for (int x = 0; x < camera.width(); ++x) {
+      const std::optional<Hit>* const samples = &hits[static_cast<std::size_t>(x) * kLooks];
+      const std::optional<Hit>& middle = samples[kLooks - 1];
+      const double mm = middle ? std::min(middle->distance * 1000, 65535.0) : 0.0;
+      view.grey(x, y) = meanGrey(samples);
       view.depthMm(x, y) = static_cast<std::uint16_t>(std::lround(mm));
     }
   }
@@ -85,17 +118,16 @@ void writePoints(const std::string& file, const std::vector<Corner>& corners) {
 }  // namespace
 
 void render(const std::string& rigFile, const std::string& directory) {
-  const Rig rig = loadRig(rigFile, 2);
-  const SE3<double> T_ol_ref = rig.at(0).getCamReferenceToLocal();
+  const DeviceCalibrationZEL device = loadRig(rigFile, 2);
   const Scene scene;
   std::error_code ignored;
   std::filesystem::create_directories(directory, ignored);
   std::vector<Vec3d> viewpoints;
-  for (const std::size_t i : {0U, 1U}) {
+  for (const int i : {0, 1}) {
     const std::string name = directory + (i == 0 ? "/left" : "/right");
-    const SE3<double> T_ol_cam = T_ol_ref * rig.at(i).getLocalToCamReference();
-    viewpoints.push_back(toVec3d(T_ol_cam.translation()));
-    const RawView view = renderView(scene, rig.at(i).getIntrinsics(), T_ol_cam);
+    const SceneCamera camera(device.cameras[i], device.cameras[0].pose);
+    viewpoints.push_back(camera.centre());
+    const RawView view = renderView(scene, camera);
     writeGrey(name + ".png", view.grey);
     writeDepth(name + "_depth_mm.png", view.depthMm);
   }

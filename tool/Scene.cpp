@@ -31,12 +31,6 @@ double noise(double x, double y) {
 
 }  // namespace
 
-double dot(const Vec3d& a, const Vec3d& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-
-Vec3d cross(const Vec3d& a, const Vec3d& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
 Scene::Scene() {
   // Boards at different depths, two of them at the side for wide lenses; then walls, floor, ceiling
   // and boxes.

@@ -4,25 +4,9 @@
 #include <optional>
 #include <vector>
 
+#include "Geometry.h"
+
 namespace rectiline::tool {
-
-/// A point or direction, metres.
-struct Vec3d {
-  double x = 0;
-  double y = 0;
-  double z = 0;
-
-  friend Vec3d operator+(const Vec3d& a, const Vec3d& b) {
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-  }
-  friend Vec3d operator-(const Vec3d& a, const Vec3d& b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-  }
-  friend Vec3d operator*(const Vec3d& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
-};
-
-double dot(const Vec3d& a, const Vec3d& b);
-Vec3d cross(const Vec3d& a, const Vec3d& b);
 
 /// What a ray meets: the distance in lengths of its direction, and the grey value there.
 struct Hit {

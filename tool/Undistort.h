@@ -9,7 +9,7 @@ struct UndistortOptions {
   std::string rigFile;
   std::vector<std::string> imageFiles;  // of the rig's first cameras, in rig order
   std::string directory;
-  bool largest = false;  // keep the whole height of the view instead of the focal length
+  bool whole = false;  // keep the whole image instead of the focal length
 };
 
 /// Turns images of a rig's first cameras into images of pinhole cameras. Writes NAME.png per camera

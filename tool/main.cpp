@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "AR/Common/Logger.h"
+#include "Calls.h"
 #include "Quality.h"
 #include "Rectify.h"
 #include "Render.h"
@@ -21,10 +21,9 @@ using rectiline::tool::UndistortOptions;
 
 /// The library's log goes to the terminal only when asked for; the commands print their own lines.
 void setUpLog(bool verbose) {
-  using AR::Common::Logger;
-  Logger& logger = Logger::getInstance();
-  logger.setLevel(verbose ? Logger::DEBUG : Logger::ERR);
-  logger.setFlag(Logger::kFlagConsole, verbose);
+  constexpr int kErrors = 1;
+  constexpr int kDebug = 3;
+  rectiline::tool::check(rectiline_set_log(verbose ? kDebug : kErrors, verbose ? 1 : 0));
 }
 
 /// The arguments of all commands.
@@ -66,8 +65,8 @@ void addCommands(CLI::App& app, Arguments& a) {
                        a.undistort.rigFile, [&a] { tool::undistort(a.undistort); });
   command->add_option("IMAGES", a.undistort.imageFiles, "images of the first cameras")->required();
   command->add_option("-o,--output", a.undistort.directory, kOutputHelp)->required();
-  command->add_flag("--largest", a.undistort.largest,
-                    "keep the whole height of the view instead of the focal length");
+  command->add_flag("--whole", a.undistort.whole,
+                    "keep the whole image instead of the focal length at its centre");
 
   command = addCommand(app, "render", "draw a raw pair of a simple scene", a.rigFile,
                        [&a] { tool::render(a.rigFile, a.directory); });

@@ -32,11 +32,13 @@ DeviceCalibrationZEL toRecord(const Rig& rig) {
   return device;
 }
 
-DeviceCalibrationZEL readDocument(const char* bytes, std::size_t size) {
+/// @param name  what the document is called in a refusal
+DeviceCalibrationZEL readDocument(const char* bytes, std::size_t size, const char* name) {
   Rig rig = emptyRig();
   std::string why;
   if (!AR::CV::tryRigFromXml(bytes, size, rig, why)) {
-    refuse(RECTILINE_BAD_FILE, "The rig file is refused: %s.", why.c_str());
+    refuse(RECTILINE_BAD_FILE, "%s is no device configuration that can be used: %s.", name,
+           why.c_str());
   }
   return toRecord(rig);
 }
@@ -109,7 +111,7 @@ std::int32_t rectiline_rig_from_xml(const char* bytes, std::size_t size,
   return guarded([&] {
     requirePointer(bytes, "bytes");
     requirePointer(device, "device");
-    *device = readDocument(bytes, size);
+    *device = readDocument(bytes, size, "The document");
   });
 }
 
@@ -118,7 +120,7 @@ std::int32_t rectiline_rig_from_file(const char* path, DeviceCalibrationZEL* dev
     requirePointer(path, "path");
     requirePointer(device, "device");
     const std::string document = readFile(path);
-    *device = readDocument(document.data(), document.size());
+    *device = readDocument(document.data(), document.size(), path);
   });
 }
 
