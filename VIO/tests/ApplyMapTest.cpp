@@ -4,8 +4,8 @@
 #include <limits>
 #include <vector>
 
-#include "VIO/StereoRectifyWrapper.h"
 #include "VIO/Gains.h"
+#include "VIO/StereoRectifyWrapper.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/InstructionSets.h"
 

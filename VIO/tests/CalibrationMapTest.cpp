@@ -186,7 +186,6 @@ struct MapPair {
     images[0].set(X.data(), {width, height}, {width, height}, false);
     images[1].set(Y.data(), {width, height}, {width, height}, false);
   }
-  [[nodiscard]] bool untouched() const { return X[0] == -7 && Y[X.size() - 1] == -7; }
 
   GuardedBuffer<float> X, Y;
   ImageFloat images[2];
@@ -224,24 +223,39 @@ TEST(StereoRectify, UndistortMapsMirrorWhatIsBehindAndRectifyMapsDoNot) {
   EXPECT_EQ(log.count("AR_ASSERT nVal != 0 "), testing::kHeight) << log.text();
 }
 
-TEST(StereoRectify, ReportsMapsThatDoNotFit) {
+TEST(StereoRectify, GoesOnWithMapsThatDoNotFitAsFarAsTheyReach) {
   const auto rig = rigOf(device());
   const auto& camera = rig.at(0).getIntrinsics();
-  MapPair right(testing::kWidth, testing::kHeight), wrong(testing::kWidth, testing::kHeight - 1);
-  ArrayView<ImageFloat> one(right.images, 1);
+  MapPair lone(testing::kWidth, testing::kHeight), wrong(testing::kWidth + 1, testing::kHeight - 1);
+  ArrayView<ImageFloat> one(lone.images, 1);
   LogCapture log;
   setupUndistortMap(camera, camera, false, {}, one);
   setupRectifyMap(rig.at(0), false, rig.at(0), {}, one);
   EXPECT_EQ(log.count("AR_ASSERT mapXY.size() == 2 VIO/src/StereoRectify("), 2) << log.text();
+  EXPECT_TRUE(lone.X[0] == -1 && lone.X[testing::kPixels - 1] == -1 && lone.Y[0] == -7);
   setupUndistortMap(camera, camera, false, {}, wrong.view);
   EXPECT_EQ(log.count("mapXY[0].size() == targetSize"), 1) << log.text();
-  EXPECT_EQ(log.count("mapXY[1].size() == targetSize"), 1) << log.text();
+  EXPECT_EQ(log.count("void VIO::setupUndistortMap("), 4) << log.text();
+  EXPECT_NEAR(wrong.images[0].getPixel(63, 46), 63, 1e-4);
+  EXPECT_EQ(wrong.images[1].getPixel(64, 46), -1) << "beyond the target";
+  EXPECT_TRUE(lone.X.intact() && wrong.X.intact() && wrong.Y.intact());
+}
+
+TEST(StereoRectify, CamerasAndMemoryThatAreNotThereLeaveNoSource) {
+  const auto rig = rigOf(device());
+  const auto& camera = rig.at(0).getIntrinsics();
+  MapPair maps(testing::kWidth, testing::kHeight);
+  LogCapture log;
   const AR::CV::FullCamera<float> empty;
-  setupRectifyMap(empty, false, rig.at(0), {}, right.view);
+  setupRectifyMap(empty, false, rig.at(0), {}, maps.view);
+  setupUndistortMap({}, false, {}, 1.0F, maps.view);
   EXPECT_EQ(log.count("AR_ASSERT isInitialized() VIO/src/StereoRectify("), 1) << log.text();
-  EXPECT_TRUE(right.untouched() && wrong.untouched());
-  right.images[1].set(nullptr, right.images[0].size(), right.images[0].size(), false);
-  setupUndistortMap(camera, camera, false, {}, right.view);
+  EXPECT_EQ(log.count("AR_ASSERT result "), 1) << log.text();
+  for (std::size_t i = 0; i < testing::kPixels; ++i) {
+    ASSERT_TRUE(maps.X[i] == -1 && maps.Y[i] == -1) << i;
+  }
+  maps.images[1].set(nullptr, maps.images[0].size(), maps.images[0].size(), false);
+  setupUndistortMap(camera, camera, false, {}, maps.view);
   EXPECT_EQ(log.count("AR_ASSERT mPixels "), 1) << log.text();
 }
 
@@ -270,15 +284,16 @@ TEST(StereoRectify, CopiesMapsOfTheRightSize) {
   const ArrayView<ImageFloat> maps(images, 2);
   GuardedBuffer<float> X(6), Y(7);
   const LogCapture log;
-  copyMapToArrays(maps, X.data(), 6, Y.data(), 7);
-  EXPECT_TRUE(X[3] == 4 && X[5] == 6 && Y[0] == -7 && X.intact());
+  copyMapToArrays(maps, X.data(), 6, Y.data(), 7);  // a larger array is still copied to
+  EXPECT_TRUE(X[3] == 4 && X[5] == 6 && Y[3] == 16 && Y[6] == -7 && X.intact());
   EXPECT_EQ(log.count("AR_ASSERT mapXY[1].numPixels() == mapYOut_size"), 1) << log.text();
-  copyMapToArrays(maps, nullptr, 5, Y.data(), 6);
-  EXPECT_TRUE(Y[3] == 16 && Y[6] == -7 && Y.intact());
-  copyMapToArrays(maps, nullptr, 6, nullptr, 6);
-  EXPECT_EQ(log.count("AR_ASSERT out != nullptr"), 2) << log.text();
-  copyMapToArrays(ArrayView<ImageFloat>(images, 1), pixels[0], 6, pixels[1], 6);
+  GuardedBuffer<float> small(5);
+  copyMapToArrays(maps, small.data(), 5, nullptr, 6);
+  EXPECT_TRUE(small[0] == -7 && small.intact());
+  EXPECT_EQ(log.count("AR_ASSERT out != nullptr"), 1) << log.text();
+  copyMapToArrays(ArrayView<ImageFloat>(images, 1), X.data(), 6, Y.data(), 7);
   EXPECT_EQ(log.count("AR_ASSERT mapXY.size() == 2"), 1) << log.text();
+  EXPECT_EQ(log.count("mapXY[0]: 6, mapXY[1]: 0, mapXOut_size=6, mapYOut_size=7"), 1);
 }
 
 TEST(StereoRectify, ALeftCameraAloneIsMovedToTheOrigin) {

@@ -172,6 +172,21 @@ TEST(CameraCertificate, MeasuresTheTables) {
     EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens->name;
     EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens->name;
   }
+  // Tangential terms move the disc of the radial table: it reaches less far on one side.
+  Lens moved = lensNamed("radial2");
+  moved.p1 = moved.p2 = 0.01;
+  CameraCertificate centred{};
+  DeviceCalibrationZEL limited[] = {device(lensNamed("radial2")), device(moved)};
+  for (DeviceCalibrationZEL& record : limited) {
+    record.cameras[0].intrinsics.distortion_limit = 1;
+    record.cameras[0].intrinsics.undistortion_limit = 0.7;
+    record.cameras[0].intrinsics.focal_length_y = 200;
+  }
+  ASSERT_TRUE(CertifyCamera(limited[0].cameras, &centred) && CertifyCamera(limited[1].cameras, &c));
+  EXPECT_NEAR(centred.validRadiusPixels, 140, 1e-3);
+  EXPECT_LT(c.validRadiusPixels, 138);
+  EXPECT_GT(c.validRadiusPixels, 130);
+  EXPECT_TRUE(std::isfinite(c.maxUndistortionError));
   // Uniform bins over the squared radius are coarse at the centre of a wide one-parameter fisheye.
   DeviceCalibrationZEL coarse = device(lensNamed("fisheye1"), 95);
   ASSERT_TRUE(CertifyCamera(coarse.cameras, &c));

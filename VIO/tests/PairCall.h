@@ -160,6 +160,7 @@ inline void expectSafe(PairFunction function, const char* name,
       EXPECT_NE(position, std::string::npos) << check << log.text();
     }
     EXPECT_EQ(log.count("VIO/src/StereoRectify"), checks.size()) << log.text();
+    EXPECT_EQ(log.count("anonymous namespace"), 0) << "checks name the entry point" << log.text();
   }
 }
 

@@ -98,7 +98,7 @@ void repoint(const Math::SE3<F>& T_ref, const Math::Vec<F, 3>& desiredDir,
              Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> dir_ol = T_ref.rotation().inverse() * desiredDir;
   turnTowards(dir_ol, baselineDir, R_oltl);
-  const Math::Vec<F, 3> dir_tl = Math::unit(R_oltl.inverse() * dir_ol);
+  const Math::Vec<F, 3> dir_tl = R_oltl.inverse() * dir_ol;
   Math::Vec<F, 2> pixel;
   const bool projected = target.at(0).getIntrinsics().tryProjectToPix(dir_tl, pixel);
   if (AR_CHECK(projected, "0 && \"Principal point moved outside FOV. Rotation too large\"",

@@ -15,8 +15,8 @@
 //
 // `keepOutside` keeps positions that fall outside the source image; otherwise they become -1.
 // `reasons` receives an AR::CV::PixelSource per target pixel where it has data.
-// Checks are reported with the source "VIO/src/StereoRectify"; a map that fails them stays as it
-// is.
+// Checks are reported with the source "VIO/src/StereoRectify". Where one fails, both maps are
+// cleared to -1 and filled as far as they reach: the pixels that target and both images have.
 
 namespace VIO {
 
@@ -70,7 +70,7 @@ void setupVignettingMap(const AR::CV::Camera<float>& source, const AR::CV::Camer
                         AR::CV::Image<float>& scale);
 
 /// Copies a map pair into dense caller-owned arrays whose element counts must be the maps'.
-/// A map whose array has another size is reported and not copied.
+/// An array of another size is reported; a larger one is still copied to, a smaller one is not.
 void copyMapToArrays(const AR::Common::ArrayView<AR::CV::Image<float>>& mapXY, float* mapXOut,
                      std::uint32_t mapXOut_size, float* mapYOut, std::uint32_t mapYOut_size);
 

@@ -181,7 +181,7 @@ AR_EXPORT bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibra
 ///     centre column stays visible; otherwise it is the source's
 /// On any failure (null, a record that cannot be converted, a camera that cannot be made) `target`
 /// is untouched. A centre column that does not spread at all when `largest` ends the process
-/// ("nVal != 0"), and so does a source image size of 0 that is to be resized ("nVec2(i) != 0").
+/// ("nVal != 0"). A source image size of 0 is no camera: the conversion refuses it.
 AR_EXPORT void getLinearCalibration(const DeviceCalibrationZEL* source, bool largest,
                                     const CalibrationTransform& transform,
                                     DeviceCalibrationZEL* target);

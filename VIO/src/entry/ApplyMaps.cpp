@@ -5,9 +5,9 @@
 
 #include "AR/Common/RowBands.h"
 #include "Kel/kelRemapu8.h"
+#include "VIO/Gains.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/Status.h"
-#include "VIO/Gains.h"
 
 namespace {
 

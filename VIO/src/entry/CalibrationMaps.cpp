@@ -11,6 +11,7 @@
 
 namespace {
 
+using AR::Common::CallSite;
 using AR::CV::CalibrationInfo;
 using AR::CV::Camera;
 using AR::CV::FullCamera;
@@ -44,27 +45,30 @@ SO3<float> rotationOf(const CalibrationMapConfig& config, std::size_t i) {
 }
 
 /// The intrinsics of camera i, or null after a report.
-const Camera<float>* intrinsicsOf(const Rig& rig, std::size_t i) {
+const Camera<float>* intrinsicsOf(const CallSite& site, const Rig& rig, std::size_t i) {
   const FullCamera<float>& camera = rig[i];
   if (i >= rig.size()) return nullptr;  // reported by the lookup
-  const bool ok = AR_CHECK(camera.isInitialized(), "isInitialized()", kWrapperSource);
+  const bool ok = AR_CHECK_AT(site, camera.isInitialized(), "isInitialized()", kWrapperSource);
   return ok ? &camera.getIntrinsics() : nullptr;
 }
 
-void createOneMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
-                  std::size_t cameraIdx, const UndistortionMap& map, ReasonPlane reasons) {
-  const bool x = AR_CHECK(map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
-  const bool y = AR_CHECK(map.Y != nullptr, "undistortionMap[cameraIdx].Y", kWrapperSource);
+void createOneMap(const CallSite& site, const Rig& source, const Rig& target,
+                  const CalibrationMapConfig& config, std::size_t cameraIdx,
+                  const UndistortionMap& map, ReasonPlane reasons) {
+  const bool x =
+      AR_CHECK_AT(site, map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
+  const bool y =
+      AR_CHECK_AT(site, map.Y != nullptr, "undistortionMap[cameraIdx].Y", kWrapperSource);
   const VIO::CallerMapPair maps = callerPair(map, reasons);
-  const Camera<float>* const from = intrinsicsOf(source, cameraIdx);
-  const Camera<float>* const to = intrinsicsOf(target, cameraIdx);
+  const Camera<float>* const from = intrinsicsOf(site, source, cameraIdx);
+  const Camera<float>* const to = intrinsicsOf(site, target, cameraIdx);
   if (!x || !y || from == nullptr || to == nullptr) {
     maps.fillNotMade();
     return;
   }
   const Vec<int, 2> size = VIO::pixelSize(*to);
-  const bool fits = AR_CHECK(
-      isOfSize(map.X_width, map.X_height, size) && isOfSize(map.Y_width, map.Y_height, size),
+  const bool fits = AR_CHECK_AT(
+      site, isOfSize(map.X_width, map.X_height, size) && isOfSize(map.Y_width, map.Y_height, size),
       "undistortionMap[cameraIdx] size == target camera size", kWrapperSource);
   if (!fits) {
     maps.fillNotMade();
@@ -76,13 +80,14 @@ void createOneMap(const Rig& source, const Rig& target, const CalibrationMapConf
   });
 }
 
-void createMaps(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
-                UndistortionMap* undistortionMap, const ReasonPlane* reasons) {
-  const bool isThere = AR_CHECK(undistortionMap, "undistortionMap", kWrapperSource);
+void createMaps(const CallSite& site, const Rig& source, const Rig& target,
+                const CalibrationMapConfig& config, UndistortionMap* undistortionMap,
+                const ReasonPlane* reasons) {
+  const bool isThere = AR_CHECK_AT(site, undistortionMap, "undistortionMap", kWrapperSource);
   for (std::size_t i = 0; i < config.numCameras; ++i) {
     const ReasonPlane plane = reasons == nullptr ? ReasonPlane{nullptr, 0} : reasons[i];
     if (isThere) {
-      createOneMap(source, target, config, i, undistortionMap[i], plane);
+      createOneMap(site, source, target, config, i, undistortionMap[i], plane);
     } else {
       VIO::CallerMapPair{{nullptr, 0}, {nullptr, 0}, plane}.fillNotMade();
     }
@@ -103,42 +108,63 @@ bool haveTargetSizes(const DeviceCalibrationZEL& target, const CalibrationMapCon
   return true;
 }
 
-void createOneVignettingMap(const Rig& source, const Rig& target, std::size_t cameraIdx,
-                            const VignettingMap& map) {
+void createOneVignettingMap(const CallSite& site, const Rig& source, const Rig& target,
+                            std::size_t cameraIdx, const VignettingMap& map) {
   const bool there =
-      AR_CHECK(map.scaleFactors != nullptr, "calibrationMap.vignettingMaps[cameraIdx].scaleFactors",
-               kWrapperSource);
-  const Camera<float>* const from = intrinsicsOf(source, cameraIdx);
-  const Camera<float>* const to = intrinsicsOf(target, cameraIdx);
+      AR_CHECK_AT(site, map.scaleFactors != nullptr,
+                  "calibrationMap.vignettingMaps[cameraIdx].scaleFactors", kWrapperSource);
+  const Camera<float>* const from = intrinsicsOf(site, source, cameraIdx);
+  const Camera<float>* const to = intrinsicsOf(site, target, cameraIdx);
   if (!there || from == nullptr || to == nullptr) return;
   const Vec<int, 2> size = VIO::pixelSize(*from);
-  if (!AR_CHECK(isOfSize(map.width, map.height, size),
-                "calibrationMap.vignettingMaps[cameraIdx] size == source camera size",
-                kWrapperSource)) {
+  if (!AR_CHECK_AT(site, isOfSize(map.width, map.height, size),
+                   "calibrationMap.vignettingMaps[cameraIdx] size == source camera size",
+                   kWrapperSource)) {
     return;
   }
   ImageF scale(map.scaleFactors, size, false);
   VIO::setupVignettingMap(*from, *to, scale);
 }
 
+int createCalibrationMap(const CallSite& site, const DeviceCalibrationZEL& source,
+                         const DeviceCalibrationZEL& target, const CalibrationMapConfig& config,
+                         CalibrationMap& map, const ReasonPlane* undistortionReasons,
+                         const ReasonPlane* inverseReasons) {
+  const CalibrationInfo info(CalibrationInfo::API, 0);
+  Rig sourceRig(info);
+  Rig targetRig(info);
+  const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
+  if (converted != VIO::kSuccess) return converted;
+  if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
+  if (config.numCameras > 0 &&
+      !AR_CHECK_AT(site, map.undistortion, "undistortionMap", kWrapperSource)) {
+    return VIO::kNullPointer;
+  }
+  if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
+  createMaps(site, sourceRig, targetRig, config, map.undistortion, undistortionReasons);
+  createMaps(site, targetRig, sourceRig, config, map.inverse, inverseReasons);
+  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
+  return VIO::kSuccess;
+}
+
 }  // namespace
 
 void CreateUndistortMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
                         UndistortionMap* maps) {
-  createMaps(source, target, config, maps, nullptr);
+  createMaps(AR_HERE, source, target, config, maps, nullptr);
 }
 
 void CreateUndistortMapWithReasons(const Rig& source, const Rig& target,
                                    const CalibrationMapConfig& config, UndistortionMap* maps,
                                    const ReasonPlane* reasons) {
-  createMaps(source, target, config, maps, reasons);
+  createMaps(AR_HERE, source, target, config, maps, reasons);
 }
 
 void CreateVignettingMap(const Rig& source, const Rig& target, bool enable, CalibrationMap& map) {
   if (!AR_CHECK(map.vignettingMaps, "calibrationMap.vignettingMaps", kWrapperSource)) return;
   if (!enable) return;
   for (std::size_t i = 0; i < map.numCameras; ++i) {
-    createOneVignettingMap(source, target, i, map.vignettingMaps[i]);
+    createOneVignettingMap(AR_HERE, source, target, i, map.vignettingMaps[i]);
   }
 }
 
@@ -147,23 +173,11 @@ int CreateCalibrationMapWithReasons(const DeviceCalibrationZEL& source,
                                     const CalibrationMapConfig& config, CalibrationMap& map,
                                     const ReasonPlane* undistortionReasons,
                                     const ReasonPlane* inverseReasons) {
-  const CalibrationInfo info(CalibrationInfo::API, 0);
-  Rig sourceRig(info);
-  Rig targetRig(info);
-  const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
-  if (converted != VIO::kSuccess) return converted;
-  if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
-  if (config.numCameras > 0 && !AR_CHECK(map.undistortion, "undistortionMap", kWrapperSource)) {
-    return VIO::kNullPointer;
-  }
-  if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
-  createMaps(sourceRig, targetRig, config, map.undistortion, undistortionReasons);
-  createMaps(targetRig, sourceRig, config, map.inverse, inverseReasons);
-  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
-  return VIO::kSuccess;
+  return createCalibrationMap(AR_HERE, source, target, config, map, undistortionReasons,
+                              inverseReasons);
 }
 
 int CreateCalibrationMap(const DeviceCalibrationZEL& source, const DeviceCalibrationZEL& target,
                          const CalibrationMapConfig& config, CalibrationMap& map) {
-  return CreateCalibrationMapWithReasons(source, target, config, map, nullptr, nullptr);
+  return createCalibrationMap(AR_HERE, source, target, config, map, nullptr, nullptr);
 }

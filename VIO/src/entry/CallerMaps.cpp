@@ -1,7 +1,6 @@
 #include "entry/CallerMaps.h"
 
 #include "AR/CV/Map/MapJob.h"
-#include "AR/Common/Macros.h"
 
 namespace VIO {
 namespace {
@@ -18,23 +17,25 @@ static_assert(same(MAP_PIXEL_OUTSIDE_IMAGE, AR::CV::PixelSource::OutsideImage));
 
 }  // namespace
 
-bool checkMaps(const CallerMaps& maps) {
-  return AR_CHECK(maps.areAllThere(),
-                  "mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY "
-                  "!= nullptr",
-                  kWrapperSource);
+bool checkMaps(const AR::Common::CallSite& site, const CallerMaps& maps) {
+  return AR_CHECK_AT(
+      site, maps.areAllThere(),
+      "mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY "
+      "!= nullptr",
+      kWrapperSource);
 }
 
-bool checkMapSizes(const CallerMaps& maps, const AR::Math::Vec<int, 2>& leftSize,
-                   const AR::Math::Vec<int, 2>& rightSize) {
-  return AR_CHECK(maps.left.isOfSize(leftSize) && maps.right.isOfSize(rightSize),
-                  "mapLeftX_size==map_buffer_size && mapLeftY_size==map_buffer_size && "
-                  "mapRightX_size==map_buffer_size && mapRightY_size==map_buffer_size",
-                  kWrapperSource);
+bool checkMapSizes(const AR::Common::CallSite& site, const CallerMaps& maps,
+                   const AR::Math::Vec<int, 2>& leftSize, const AR::Math::Vec<int, 2>& rightSize) {
+  return AR_CHECK_AT(site, maps.left.isOfSize(leftSize) && maps.right.isOfSize(rightSize),
+                     "mapLeftX_size==map_buffer_size && mapLeftY_size==map_buffer_size && "
+                     "mapRightX_size==map_buffer_size && mapRightY_size==map_buffer_size",
+                     kWrapperSource);
 }
 
-bool checkDevice(const DeviceCalibrationZEL* device, const char* text) {
-  AR_CHECK(device != nullptr && device->num_cameras == 2, text, kWrapperSource);
+bool checkDevice(const AR::Common::CallSite& site, const DeviceCalibrationZEL* device,
+                 const char* text) {
+  AR_CHECK_AT(site, device != nullptr && device->num_cameras == 2, text, kWrapperSource);
   return device != nullptr && device->num_cameras != 0 && device->num_cameras != 1;
 }
 

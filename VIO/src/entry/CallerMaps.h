@@ -10,6 +10,7 @@
 #include "AR/CV/Image/Image.h"
 #include "AR/CV/Map/MapJob.h"
 #include "AR/Common/ArrayView.h"
+#include "AR/Common/Macros.h"
 #include "VIO/MapQuality.h"
 
 namespace VIO {
@@ -92,14 +93,17 @@ struct CallerMaps {
   }
 };
 
+// Checks that several entry points share. `site` is the place of the one that was called.
+
 /// Reported: a null map.
-bool checkMaps(const CallerMaps& maps);
+bool checkMaps(const AR::Common::CallSite& site, const CallerMaps& maps);
 /// Reported: maps that do not all hold width times height floats.
-bool checkMapSizes(const CallerMaps& maps, const AR::Math::Vec<int, 2>& leftSize,
-                   const AR::Math::Vec<int, 2>& rightSize);
+bool checkMapSizes(const AR::Common::CallSite& site, const CallerMaps& maps,
+                   const AR::Math::Vec<int, 2>& leftSize, const AR::Math::Vec<int, 2>& rightSize);
 /// Reported as `text`: a null record, or one that has not exactly two cameras. False for null, one
 /// camera and none. A count that no record can have is left to the conversion, which refuses it.
-bool checkDevice(const DeviceCalibrationZEL* device, const char* text);
+bool checkDevice(const AR::Common::CallSite& site, const DeviceCalibrationZEL* device,
+                 const char* text);
 
 inline constexpr char kDeviceText[] =
     "deviceCalibration != nullptr && deviceCalibration->num_cameras == 2";

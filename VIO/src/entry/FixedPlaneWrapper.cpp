@@ -9,6 +9,7 @@
 
 namespace {
 
+using AR::Common::CallSite;
 using AR::CV::CalibrationInfo;
 using AR::CV::FullCamera;
 using AR::Math::SE3;
@@ -23,10 +24,10 @@ struct SeeThrough {
   Rig eyes{CalibrationInfo(CalibrationInfo::API, 0)};
 };
 
-bool tryConvert(const DeviceCalibrationZEL& device, const DeviceCalibrationZEL& seeThrough,
-                SeeThrough& rigs) {
+bool convert(const CallSite& site, const DeviceCalibrationZEL& device,
+             const DeviceCalibrationZEL& seeThrough, SeeThrough& rigs) {
   const bool ret = copySourceAndTargetCalibration(device, seeThrough, rigs.cameras, rigs.eyes) == 0;
-  if (!AR_CHECK(ret, "ret", kWrapperSource)) return false;
+  if (!AR_CHECK_AT(site, ret, "ret", kWrapperSource)) return false;
   SE3<float> T_ref_moved;
   VIO::moveLeftCameraToOrigin(rigs.cameras, T_ref_moved);
   for (FullCamera<float>& eye : rigs.eyes) {
@@ -42,13 +43,13 @@ void lookThrough(const FullCamera<float>& camera, const FullCamera<float>& eye, 
   });
 }
 
-bool createFixedPlaneMaps(const DeviceCalibrationZEL* deviceCalibration,
+bool createFixedPlaneMaps(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
                           const DeviceCalibrationZEL* seeThroughCalibration, bool keepOutside,
                           float planeDistance, const CallerMaps& maps) {
-  VIO::checkMaps(maps);
-  const bool usableDevice = VIO::checkDevice(deviceCalibration, VIO::kDeviceText);
+  VIO::checkMaps(site, maps);
+  const bool usableDevice = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
   const bool usableEyes = VIO::checkDevice(
-      seeThroughCalibration,
+      site, seeThroughCalibration,
       "seeThroughCalibration != nullptr && seeThroughCalibration->num_cameras == 2");
   if (!(planeDistance > 0)) {
     AR_LOGF(AR::Common::Logger::ERR, kWrapperSource, "Invalid fixed plane distance %f",
@@ -57,11 +58,11 @@ bool createFixedPlaneMaps(const DeviceCalibrationZEL* deviceCalibration,
   }
   SeeThrough rigs;
   if (!usableDevice || !usableEyes ||
-      !tryConvert(*deviceCalibration, *seeThroughCalibration, rigs)) {
+      !convert(site, *deviceCalibration, *seeThroughCalibration, rigs)) {
     maps.fillNotMade();
     return true;
   }
-  VIO::checkMapSizes(maps, VIO::pixelSize(rigs.eyes.at(0).getIntrinsics()),
+  VIO::checkMapSizes(site, maps, VIO::pixelSize(rigs.eyes.at(0).getIntrinsics()),
                      VIO::pixelSize(rigs.eyes.at(1).getIntrinsics()));
   lookThrough(rigs.cameras.at(0), rigs.eyes.at(0), planeDistance, keepOutside, maps.left);
   lookThrough(rigs.cameras.at(1), rigs.eyes.at(1), planeDistance, keepOutside, maps.right);
@@ -77,7 +78,7 @@ bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibration,
                              std::uint32_t mapLeftY_size, float* mapRightX,
                              std::uint32_t mapRightX_size, float* mapRightY,
                              std::uint32_t mapRightY_size) {
-  return createFixedPlaneMaps(deviceCalibration, seeThroughCalibration, keepOutside != 0,
+  return createFixedPlaneMaps(AR_HERE, deviceCalibration, seeThroughCalibration, keepOutside != 0,
                               planeDistance,
                               {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                                {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
@@ -92,7 +93,7 @@ bool CreateFixedPlaneVSTMapsWithReasons(const DeviceCalibrationZEL* deviceCalibr
                                         float* mapRightY, std::uint32_t mapRightY_size,
                                         ReasonPlane leftReasons, ReasonPlane rightReasons) {
   return createFixedPlaneMaps(
-      deviceCalibration, seeThroughCalibration, keepOutside != 0, planeDistance,
+      AR_HERE, deviceCalibration, seeThroughCalibration, keepOutside != 0, planeDistance,
       {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
        {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}});
 }

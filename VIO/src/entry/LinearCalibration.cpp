@@ -29,7 +29,7 @@ bool tryMakeCamera(const Pinhole& pinhole, CameraF& camera) {
 }
 
 /// Applies the caller's wishes for camera `i`: a new size scales the intrinsics with it, intrinsics
-/// replace them. A size of the source with a 0 in it ends the process, as any division by 0.
+/// replace them. The source's size is that of a camera, so not 0.
 void transformCamera(const CalibrationTransform& transform, std::size_t i, Pinhole& pinhole) {
   if (i >= transform.numCameras) return;
   if (transform.imageSizes != nullptr) {

@@ -13,6 +13,7 @@
 
 namespace {
 
+using AR::Common::CallSite;
 using AR::CV::CalibrationInfo;
 using AR::Math::SO3;
 using AR::Math::Vec;
@@ -30,14 +31,14 @@ struct Rectification {
 };
 
 /// False, after a report, when the device has no rectified pair.
-bool rectify(const DeviceCalibrationZEL& device, Rectification& pair) {
+bool rectify(const CallSite& site, const DeviceCalibrationZEL& device, Rectification& pair) {
   constexpr std::uint32_t kNumDisparities = 64;
   constexpr float kMinDepth = 0;
   constexpr float kMaxDepth = 10;
   constexpr std::uint32_t kSourceWidth = 0;
   VIO::IMUCalibration<float> imu;
   const bool ret = VIO::deviceFromIdl(device, pair.source, imu);
-  if (!AR_CHECK(ret, "ret", kWrapperSource) || pair.source.size() < 2) return false;
+  if (!AR_CHECK_AT(site, ret, "ret", kWrapperSource) || pair.source.size() < 2) return false;
   AR::CV::makeTargetCalibration(pair.source, kNumDisparities, kMinDepth, kMaxDepth, kSourceWidth,
                                 AR::Math::SE3<float>(), Vec<float, 3>(), pair.target, pair.R_oltl,
                                 pair.depth);
@@ -72,22 +73,22 @@ void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
   });
 }
 
-bool createRectifyMap(const DeviceCalibrationZEL* deviceCalibration, bool keepOutside,
-                      const CallerMaps& maps, float* depthConstant,
+bool createRectifyMap(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
+                      bool keepOutside, const CallerMaps& maps, float* depthConstant,
                       CameraCalibrationZEL* rectifiedCam) {
-  VIO::checkMaps(maps);
-  AR_CHECK(rectifiedCam != nullptr, "rectifiedCam != nullptr", kWrapperSource);
-  const bool usable = VIO::checkDevice(deviceCalibration, VIO::kDeviceText);
+  VIO::checkMaps(site, maps);
+  AR_CHECK_AT(site, rectifiedCam != nullptr, "rectifiedCam != nullptr", kWrapperSource);
+  const bool usable = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
   if (depthConstant != nullptr) *depthConstant = -1.0F;
 
   Rectification pair;
-  if (!usable || !rectify(*deviceCalibration, pair)) {
+  if (!usable || !rectify(site, *deviceCalibration, pair)) {
     if (rectifiedCam != nullptr) *rectifiedCam = {};
     maps.fillNotMade();
     return true;
   }
   if (depthConstant != nullptr) *depthConstant = pair.depth.constant;
-  VIO::checkMapSizes(maps, targetSize(pair), targetSize(pair));
+  VIO::checkMapSizes(site, maps, targetSize(pair), targetSize(pair));
   if (rectifiedCam != nullptr) *rectifiedCam = toRectifiedRecord(pair);
   rectifyInto(pair, 0, keepOutside, maps.left);
   rectifyInto(pair, 1, keepOutside, maps.right);
@@ -101,7 +102,7 @@ bool CreateRectifyMap(const DeviceCalibrationZEL* deviceCalibration, std::uint32
                       std::uint32_t mapLeftY_size, float* mapRightX, std::uint32_t mapRightX_size,
                       float* mapRightY, std::uint32_t mapRightY_size, float* depthConstant,
                       CameraCalibrationZEL* rectifiedCam) {
-  return createRectifyMap(deviceCalibration, keepOutside != 0,
+  return createRectifyMap(AR_HERE, deviceCalibration, keepOutside != 0,
                           {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                            {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}},
                           depthConstant, rectifiedCam);
@@ -116,7 +117,7 @@ bool CreateRectifyMapWithReasons(const DeviceCalibrationZEL* deviceCalibration,
                                  CameraCalibrationZEL* rectifiedCam, ReasonPlane leftReasons,
                                  ReasonPlane rightReasons) {
   return createRectifyMap(
-      deviceCalibration, keepOutside != 0,
+      AR_HERE, deviceCalibration, keepOutside != 0,
       {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
        {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}},
       depthConstant, rectifiedCam);

@@ -10,6 +10,7 @@
 namespace {
 
 using AR::Common::assertSuccess;
+using AR::Common::CallSite;
 using AR::CV::CalibrationInfo;
 using AR::CV::CamImageId;
 using AR::Math::SO3;
@@ -34,19 +35,22 @@ void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCa
     maps.fillNotMade();
     return;
   }
+  const bool isOfSize = VIO::pixelSize(target.getIntrinsics()) == size;
   maps.make(size, [&](auto& mapXY, AR::CV::MapReasons reasons) {
-    // The maps of a pair whose cameras differ in size are the left one's, and stay empty for the
-    // other.
-    for (auto& image : mapXY) image.clear(VIO::kNoSource);
     VIO::setupUndistortMap(source.getIntrinsics(), target.getIntrinsics(), keepOutside,
-                           SO3<float>(), mapXY, reasons);
+                           SO3<float>(), mapXY, isOfSize ? reasons : AR::CV::MapReasons{});
+    // Both pairs have the left camera's size. What of a right camera of another size would fit, and
+    // was made after the report, is not an image of it.
+    for (auto& image : mapXY) {
+      if (!isOfSize) image.clear(VIO::kNoSource);
+    }
   });
 }
 
-bool createUndistortMap(const DeviceCalibrationZEL* deviceCalibration, bool keepOutside,
-                        float fovFactor, const CallerMaps& maps) {
-  VIO::checkMaps(maps);
-  const bool usable = VIO::checkDevice(deviceCalibration, VIO::kDeviceText);
+bool createUndistortMap(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
+                        bool keepOutside, float fovFactor, const CallerMaps& maps) {
+  VIO::checkMaps(site, maps);
+  const bool usable = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
   if (!(fovFactor > 0)) {
     AR_LOGF(AR::Common::Logger::ERR, kWrapperSource, "Invalid undistortion field of view factor %f",
             static_cast<double>(fovFactor));
@@ -55,13 +59,13 @@ bool createUndistortMap(const DeviceCalibrationZEL* deviceCalibration, bool keep
   Rig source(CalibrationInfo(CalibrationInfo::API, 0));
   VIO::IMUCalibration<float> scratch;
   const bool ret = usable && VIO::deviceFromIdl(*deviceCalibration, source, scratch);
-  if (usable) AR_CHECK(ret, "ret", kWrapperSource);
+  if (usable) AR_CHECK_AT(site, ret, "ret", kWrapperSource);
   if (!ret) {
     maps.fillNotMade();
     return true;
   }
   const AR::Math::Vec<int, 2> size = VIO::pixelSize(source.at(0).getIntrinsics());
-  VIO::checkMapSizes(maps, size, size);
+  VIO::checkMapSizes(site, maps, size, size);
   const Rig target = pinholePair(source, fovFactor);
   undistortInto(source.at(0), target.at(0), keepOutside, size, maps.left);
   undistortInto(source.at(1), target.at(1), keepOutside, size, maps.right);
@@ -75,7 +79,7 @@ bool CreateUndistortMap(const DeviceCalibrationZEL* deviceCalibration, std::uint
                         float* mapLeftY, std::uint32_t mapLeftY_size, float* mapRightX,
                         std::uint32_t mapRightX_size, float* mapRightY,
                         std::uint32_t mapRightY_size) {
-  return createUndistortMap(deviceCalibration, keepOutside != 0, fovFactor,
+  return createUndistortMap(AR_HERE, deviceCalibration, keepOutside != 0, fovFactor,
                             {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                              {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
 }
@@ -88,7 +92,7 @@ bool CreateUndistortMapWithReasons(const DeviceCalibrationZEL* deviceCalibration
                                    std::uint32_t mapRightY_size, ReasonPlane leftReasons,
                                    ReasonPlane rightReasons) {
   return createUndistortMap(
-      deviceCalibration, keepOutside != 0, fovFactor,
+      AR_HERE, deviceCalibration, keepOutside != 0, fovFactor,
       {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
        {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}});
 }

@@ -16,6 +16,7 @@ namespace {
 
 using AR::Common::ArrayView;
 using AR::Common::assertSuccess;
+using AR::Common::CallSite;
 using AR::Common::Logger;
 using AR::CV::Camera;
 using AR::CV::DepthRule;
@@ -29,24 +30,37 @@ using MapJob = AR::CV::MapJob<float>;
 
 constexpr char kSource[] = "VIO/src/StereoRectify";
 
-bool isPairOfSize(const ArrayView<ImageF>& mapXY, const Vec<int, 2>& size, const char* textX,
-                  const char* textY) {
-  if (!AR_CHECK(mapXY.size() == 2, "mapXY.size() == 2", kSource)) return false;
-  const bool x = AR_CHECK(mapXY[0].size() == size, textX, kSource);
-  const bool y = AR_CHECK(mapXY[1].size() == size, textY, kSource);
-  return x && y;
+/// Reports a pair that is not two images of `size`.
+void checkPair(const CallSite& site, const ArrayView<ImageF>& mapXY, const Vec<int, 2>& size,
+               const char* textX, const char* textY) {
+  AR_CHECK_AT(site, mapXY.size() == 2, "mapXY.size() == 2", kSource);
+  AR_CHECK_AT(site, mapXY[0].size() == size, textX, kSource);
+  AR_CHECK_AT(site, mapXY[1].size() == size, textY, kSource);
 }
 
-/// Gives both maps the target's size; false, after a report, when a camera or a map
-/// is not there.
-bool preparePair(const FullCamera<float>& source, const FullCamera<float>& target,
-                 ArrayView<ImageF>& mapXY) {
-  const bool haveSource = AR_CHECK(source.isInitialized(), "isInitialized()", kSource);
-  const bool haveTarget = AR_CHECK(target.isInitialized(), "isInitialized()", kSource);
-  if (!haveSource || !haveTarget) return false;
+/// Reports cameras that are not there, and gives the maps the target's size.
+void preparePair(const CallSite& site, const FullCamera<float>& source,
+                 const FullCamera<float>& target, ArrayView<ImageF>& mapXY) {
+  AR_CHECK_AT(site, source.isInitialized(), "isInitialized()", kSource);
+  AR_CHECK_AT(site, target.isInitialized(), "isInitialized()", kSource);
   const Vec<int, 2> size = pixelSize(target.getIntrinsics());
   for (ImageF& image : mapXY) image.allocPixels(size, AR::CV::MEMORY_ALIGNMENT_16, false);
-  return isPairOfSize(mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size");
+  checkPair(site, mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size");
+}
+
+/// Runs the job over the pixels of `targetSize` that both maps have; all others get no source.
+void fillPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& targetSize,
+              ArrayView<ImageF>& mapXY, AR::CV::MapReasons reasons) {
+  Vec<int, 2> size = targetSize;
+  for (ImageF& image : mapXY) {
+    if (image.size() != targetSize || mapXY.size() != 2) image.clear(job.noSource);
+    size = {std::min(size(0), image.size()(0)), std::min(size(1), image.size()(1))};
+  }
+  if (mapXY.size() < 2) return;
+  ImageF X, Y;
+  X.set(mapXY[0].pixels(), size, mapXY[0].bufSize(), false);
+  Y.set(mapXY[1].pixels(), size, mapXY[1].bufSize(), false);
+  AR::CV::fillMap(job, reportNoInverse, X, Y, reasons);
 }
 
 }  // namespace
@@ -54,13 +68,13 @@ bool preparePair(const FullCamera<float>& source, const FullCamera<float>& targe
 void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
                      const FullCamera<float>& target, const SO3<float>& R_oltl,
                      ArrayView<ImageF>& mapXY, AR::CV::MapReasons reasons) {
-  if (!preparePair(source, target, mapXY)) return;
+  preparePair(AR_HERE, source, target, mapXY);
   const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
   const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
   const SO3<float> R_st = R_s_ol * R_oltl * R_t_tl.inverse();
   const MapJob job(source.getIntrinsics(), target.getIntrinsics(), R_st.matrix(),
                    DepthRule::InFront, keepOutside);
-  AR::CV::fillMap(job, true, mapXY[0], mapXY[1], reasons);
+  fillPair(job, true, pixelSize(target.getIntrinsics()), mapXY, reasons);
 }
 
 MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
@@ -75,24 +89,22 @@ MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
 void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
                         const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
                         AR::CV::MapReasons reasons) {
-  if (!preparePair(source, eye, mapXY)) return;
+  preparePair(AR_HERE, source, eye, mapXY);
   const SE3<float> T_source_eye =
       source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
   const MapJob job = fixedPlaneJob(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye,
                                    planeDistance, keepOutside);
-  AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
+  fillPair(job, false, pixelSize(eye.getIntrinsics()), mapXY, reasons);
 }
 
 void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
                        const SO3<float>& R_st, ArrayView<ImageF>& mapXY,
                        AR::CV::MapReasons reasons) {
   const Vec<int, 2> targetSize = pixelSize(target);
-  if (!isPairOfSize(mapXY, targetSize, "mapXY[0].size() == targetSize",
-                    "mapXY[1].size() == targetSize")) {
-    return;
-  }
+  checkPair(AR_HERE, mapXY, targetSize, "mapXY[0].size() == targetSize",
+            "mapXY[1].size() == targetSize");
   const MapJob job(source, target, R_st.matrix(), DepthRule::NonZero, keepOutside);
-  AR::CV::fillMap(job, false, mapXY[0], mapXY[1], reasons);
+  fillPair(job, false, targetSize, mapXY, reasons);
 }
 
 CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float focalScale) {
@@ -103,7 +115,7 @@ CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float f
 void setupUndistortMap(const Camera<float>& source, bool keepOutside, const SO3<float>& R_st,
                        float focalScale, ArrayView<ImageF>& mapXY) {
   Camera<float> target;
-  if (!assertSuccess(target.init(pinholeModelOf(source, focalScale)))) return;
+  assertSuccess(target.init(pinholeModelOf(source, focalScale)));
   setupUndistortMap(source, target, keepOutside, R_st, mapXY);
 }
 
@@ -117,15 +129,13 @@ void setupVignettingMap(const Camera<float>& source, const Camera<float>& /*targ
 
 void copyMapToArrays(const ArrayView<ImageF>& mapXY, float* mapXOut, std::uint32_t mapXOut_size,
                      float* mapYOut, std::uint32_t mapYOut_size) {
-  if (!AR_CHECK(mapXY.size() == 2, "mapXY.size() == 2", kSource)) return;
   AR_LOGF(Logger::DEBUG, kSource, "mapXY[0]: %zu, mapXY[1]: %zu, mapXOut_size=%u, mapYOut_size=%u",
           mapXY[0].numPixels(), mapXY[1].numPixels(), mapXOut_size, mapYOut_size);
-  const bool fitsX = AR_CHECK(mapXY[0].numPixels() == mapXOut_size,
-                              "mapXY[0].numPixels() == mapXOut_size", kSource);
-  const bool fitsY = AR_CHECK(mapXY[1].numPixels() == mapYOut_size,
-                              "mapXY[1].numPixels() == mapYOut_size", kSource);
-  if (fitsX) copyImageToArray(mapXY[0], mapXOut);
-  if (fitsY) copyImageToArray(mapXY[1], mapYOut);
+  AR_CHECK(mapXY.size() == 2, "mapXY.size() == 2", kSource);
+  AR_CHECK(mapXY[0].numPixels() == mapXOut_size, "mapXY[0].numPixels() == mapXOut_size", kSource);
+  AR_CHECK(mapXY[1].numPixels() == mapYOut_size, "mapXY[1].numPixels() == mapYOut_size", kSource);
+  if (mapXY[0].numPixels() <= mapXOut_size) copyImageToArray(mapXY[0], mapXOut);
+  if (mapXY[1].numPixels() <= mapYOut_size) copyImageToArray(mapXY[1], mapYOut);
 }
 
 void copyImageToArray(const ImageF& image, float* out) {

@@ -1,6 +1,8 @@
 #include "VIO/quality/CameraCertificate.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "AR/CV/Camera/Camera.h"
@@ -15,6 +17,7 @@ using Worst = WorstError<double>;  // by radius
 using Camera = AR::CV::Camera<float>;
 using Vec2 = AR::Math::Vec<float, 2>;
 
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::size_t kSamplesPerBin = 8;
 constexpr int kAngles = 8;  // the image's axes among them
 
@@ -40,30 +43,74 @@ void measureDistortion(const Camera& camera, const ExactCamera& exact, const Wor
   overDisc(camera.getDistortionSpline(), [&](double x, double y) {
     const Vec2 ideal(static_cast<float>(x), static_cast<float>(y));
     Vec2 pixel;
-    if (!camera.tryIdeal2pixel(ideal, pixel)) return;
     const PixelPosition p = toDouble(ideal);
-    worst.add(distance(exact.pixel(p(0), p(1)), toDouble(pixel)), AR::Math::norm(p));
+    const bool found = camera.tryIdeal2pixel(ideal, pixel);
+    worst.add(found ? distance(exact.pixel(p(0), p(1)), toDouble(pixel)) : kInfinity,
+              AR::Math::norm(p));
   });
 }
 
-void measureUndistortion(const Camera& camera, const ExactCamera& exact, const Worst& worst) {
+/// Measures pixels less than `validRadius` away from the principal point.
+void measureUndistortion(const Camera& camera, const ExactCamera& exact, double validRadius,
+                         const Worst& worst) {
   const Vec2& c = camera.getPrincipalPoint();
   const Vec2& f = camera.getOriginalFocalLength();
   overDisc(camera.getUndistortionSpline(), [&](double xd, double yd) {
-    const Vec2 pixel(c(0) + f(0) * static_cast<float>(xd), c(1) + f(1) * static_cast<float>(yd));
+    const Vec2 offset(f(0) * static_cast<float>(xd), f(1) * static_cast<float>(yd));
+    const Vec2 pixel = c + offset;
     Vec2 ideal;
-    if (!camera.tryPixel2ideal(pixel, ideal)) return;
+    const bool found = camera.tryPixel2ideal(pixel, ideal);
+    if (!found && AR::Math::norm(toDouble(offset)) > validRadius) return;
     const PixelPosition p = toDouble(ideal);
-    worst.add(distance(exact.pixel(p(0), p(1)), toDouble(pixel)), AR::Math::norm(p));
+    worst.add(found ? distance(exact.pixel(p(0), p(1)), toDouble(pixel)) : kInfinity,
+              AR::Math::norm(p));
   });
+}
+
+/// Where, up to `limit`, the pixels in one direction from the principal point cease to have a ray.
+double lastRadius(const Camera& camera, double angle, double limit) {
+  constexpr int kSteps = 256;    // a gap between them is not seen
+  constexpr int kHalvings = 20;  // to a fraction of a pixel that a float cannot hold
+  const auto hasRay = [&](double r) {
+    const Vec2 offset(static_cast<float>(r * std::cos(angle)),
+                      static_cast<float>(r * std::sin(angle)));
+    Vec2 ideal;
+    return camera.tryPixel2ideal(camera.getPrincipalPoint() + offset, ideal);
+  };
+  double good = 0;
+  double bad = 0;
+  for (int i = 1; i <= kSteps && bad <= good; ++i) {
+    const double r = limit * i / kSteps;
+    (hasRay(r) ? good : bad) = r;
+  }
+  if (bad <= good) return limit;
+  for (int i = 0; i < kHalvings; ++i) {
+    const double middle = (good + bad) / 2;
+    (hasRay(middle) ? good : bad) = middle;
+  }
+  return good;
+}
+
+/// How far from the principal point, pixels, every pixel still has a ray. Measured, because the
+/// tangential terms move the disc of the radial table off the centre.
+double validRadiusPixels(const Camera& camera) {
+  constexpr int kDirections = 64;
+  const Vec2& f = camera.getOriginalFocalLength();
+  double radius = static_cast<double>(std::max(f(0), f(1))) *
+                  std::sqrt(static_cast<double>(camera.getUndistortionSpline().rangeMax));
+  for (int i = 0; i < kDirections; ++i) {
+    radius = lastRadius(camera, 2 * AR_PI * i / kDirections, radius);
+  }
+  return radius;
 }
 
 CameraCertificate certify(const Camera& camera, const ExactCamera& exact) {
   CameraCertificate result{};
   measureDistortion(camera, exact, {result.maxDistortionError, result.distortionErrorRadius});
-  measureUndistortion(camera, exact, {result.maxUndistortionError, result.undistortionErrorRadius});
+  result.validRadiusPixels = validRadiusPixels(camera);
+  measureUndistortion(camera, exact, result.validRadiusPixels,
+                      {result.maxUndistortionError, result.undistortionErrorRadius});
   result.validRadius = std::sqrt(static_cast<double>(camera.getDistortionSpline().rangeMax));
-  result.validRadiusPixels = static_cast<double>(camera.getFOVPixels());
   result.fieldOfView = 2 * std::atan(result.validRadius);
   result.distortionBins = static_cast<std::uint32_t>(camera.getDistortionSpline().coeffs.size());
   result.undistortionBins =

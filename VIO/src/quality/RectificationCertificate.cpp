@@ -7,10 +7,10 @@
 
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Math/SE3.h"
+#include "VIO/RecordChecks.h"
 #include "VIO/quality/ExactCamera.h"
 #include "quality/MapLookup.h"
 #include "quality/WorstError.h"
-#include "VIO/RecordChecks.h"
 
 namespace VIO {
 namespace {

@@ -8,9 +8,9 @@
 #include "AR/CV/Camera/Interchange.h"
 #include "AR/Common/TimeStamp.h"
 #include "AR/Common/WorkerPool.h"
+#include "VIO/RecordChecks.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/Status.h"
-#include "VIO/RecordChecks.h"
 
 namespace VIO {
 namespace {

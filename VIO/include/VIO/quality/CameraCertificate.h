@@ -14,7 +14,7 @@ struct CameraCertificate {
   double maxUndistortionError;     // pixel to ray, judged by the exact pixel of the ray
   double undistortionErrorRadius;  // where, as the ideal radius of the ray
   double validRadius;              // largest ideal radius of the distortion table
-  double validRadiusPixels;        // pixels this far from the principal point still have a ray
+  double validRadiusPixels;        // all pixels this far from the principal point have a ray
   double fieldOfView;              // radians, full angle at validRadius
   std::uint32_t distortionBins;
   std::uint32_t undistortionBins;
