@@ -184,6 +184,17 @@ TEST(RectifyTest, EveryOptionIsAsGoodAsTheCameras) {
       EXPECT_LT(certificate.max_row_error, 0.001);
       EXPECT_LT(certificate.max_map_error_left, 0.001);
       EXPECT_LT(certificate.max_map_error_right, 0.001);
+      if (option.options.projection == RECTILINE_LATITUDE_LONGITUDE) {
+        // What an error along the baseline does to the range, by the derivative of its formula.
+        const rectiline_place& worst = certificate.worst_depth;
+        const double f = result.left.fx;
+        const double a =
+            (result.axis == 0 ? worst.x - result.left.cx : worst.y - result.left.cy) / f;
+        const double magnification = 2;  // at most, of target pixels per source pixel
+        const double error = certificate.max_map_error_left + certificate.max_map_error_right;
+        EXPECT_LT(certificate.max_depth_error,
+                  magnification * error * worst.depth / (result.baseline * f * std::cos(a)));
+      }
     }
   }
 }

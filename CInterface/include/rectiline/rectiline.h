@@ -107,7 +107,7 @@ RECTILINE_API const char* rectiline_version(void);
 
 typedef enum rectiline_warning_code {
   RECTILINE_WARNING_RIGHT_IS_LEFT = 1,  /* cameras swapped, or poses inverted */
-  RECTILINE_WARNING_TURNED = 2,         /* the views are turned by more than 30 degrees */
+  RECTILINE_WARNING_TURNED = 2,         /* a view is turned by more than 30 degrees */
   RECTILINE_WARNING_LONG_BASELINE = 3,  /* above 5 m: wrong unit? */
   RECTILINE_WARNING_SHORT_BASELINE = 4, /* below 1 mm: wrong unit? */
   RECTILINE_WARNING_FEW_SOURCES = 5,    /* less than half of a map has a source */
@@ -243,7 +243,7 @@ typedef struct rectiline_options {
   int32_t left_camera; /* indices in the device record; both 0: cameras 0 and 1 */
   int32_t right_camera;
   int32_t projection; /* rectiline_projection */
-  int32_t width;      /* of the target, pixels; width and height 0: the left camera's */
+  int32_t width;      /* of the target, pixels; both 0: the left camera's */
   int32_t height;
   int32_t has_principal_point; /* non-zero: cx and cy are given */
   int32_t coverage;            /* rectiline_coverage */
@@ -295,8 +295,9 @@ typedef struct rectiline_rectification {
  * so that the baseline lies along an image axis. A pair given right camera first is rectified
  * without a half turn: disparity and depth constant are then both negative.
  *
- * With latitude-longitude, coverage WHOLE and no size, size and focal length are chosen so that
- * both images fit; otherwise the default focal length is that of the left camera at its centre.
+ * With latitude-longitude the default focal length is that of the left camera at its centre; with
+ * coverage WHOLE, no size and no principal point, the size is chosen so that both images fit at
+ * that focal length.
  *
  * @param options      null: all zero
  * @param left, right  maps of the target's size; both null: only the result
@@ -327,7 +328,8 @@ RECTILINE_API int32_t rectiline_range_from_columns(const rectiline_rectification
  * Undistorts one camera: the map to a virtual camera of the same orientation.
  *
  * All options zero: a pinhole of the camera's own size and principal point with the focal length
- * that the lens has at its centre, as CreateUndistortMap() makes it.
+ * that the lens has at its centre, as CreateUndistortMap() makes it. Another size adds or takes
+ * away as much on each side, unless a principal point or a coverage is given.
  * @param options  null: all zero; left_camera and right_camera must be 0
  * @param map      of the target's size; null: only the view
  * @param view     may be null

@@ -61,20 +61,28 @@ TargetView automaticView(const ViewWishes& wishes, const CameraF& left, int inde
   return view;
 }
 
-/// Sets what the maps cover.
-void setCoverage(const VIO::MapView& left, const VIO::MapView& right,
-                 rectiline_rectification& result) {
+/// Sets what maps that were just made cover: nothing in them is broken, so that -1 alone tells.
+void setCoverage(const Map& left, const Map& right, rectiline_rectification& result) {
   VIO::LargestRectangle rectangle(left.width);
-  std::uint64_t leftCount = 0;
-  std::uint64_t rightCount = 0;
+  std::int64_t leftCount = 0;
+  std::int64_t rightCount = 0;
   for (int y = 0; y < left.height; ++y) {
+    const auto row = static_cast<std::size_t>(y);
+    const float* const leftX = left.x.row<float>(row);
+    const float* const leftY = left.y.row<float>(row);
+    const float* const rightX = right.x.row<float>(row);
+    const float* const rightY = right.y.row<float>(row);
+    int leftInRow = 0;
+    int rightInRow = 0;
     for (int x = 0; x < left.width; ++x) {
-      const bool inLeft = left.hasSource(x, y);
-      const bool inRight = right.hasSource(x, y);
-      leftCount += inLeft ? 1 : 0;
-      rightCount += inRight ? 1 : 0;
-      rectangle.addPixel(x, inLeft && inRight);
+      const bool inLeft = (leftX[x] != -1) | (leftY[x] != -1);
+      const bool inRight = (rightX[x] != -1) | (rightY[x] != -1);
+      leftInRow += inLeft;
+      rightInRow += inRight;
+      rectangle.addPixel(x, inLeft & inRight);
     }
+    leftCount += leftInRow;
+    rightCount += rightInRow;
     rectangle.finishRow(y);
   }
   const double pixels = static_cast<double>(left.width) * left.height;
@@ -153,7 +161,7 @@ void rectify(const DeviceCalibrationZEL* device, const rectiline_options* option
   if (callersResult == nullptr) return;
   rectiline_rectification result = rectifier.result();
   if (maps.left) {
-    setCoverage(viewOf(*maps.left), viewOf(*maps.right), result);
+    setCoverage(*maps.left, *maps.right, result);
     warnOfShares(result);
   }
   result.failed_checks = AR::Common::failedCheckCount() - failedBefore;

@@ -40,10 +40,11 @@ class LargestRectangle {
     std::int32_t height;
   };
 
-  /// Ends the bars that are not lower than the new one, which reaches back to where they began.
+  /// Ends the bars that are higher than the new one, which reaches back to where they began.
   void addBar(std::int32_t x, std::int32_t y, std::int32_t height) {
+    if (mDepth > 0 && mStack[mDepth - 1].height == height) return;  // that bar goes on
     std::int32_t left = x;
-    while (mDepth > 0 && mStack[mDepth - 1].height >= height) {
+    while (mDepth > 0 && mStack[mDepth - 1].height > height) {
       const Bar& bar = mStack[--mDepth];
       left = bar.left;
       consider(bar.left, y - bar.height + 1, x - bar.left, bar.height);
