@@ -115,8 +115,10 @@ TEST_F(RigReader, RefusesBadCameras) {
     std::string document, message, why;
   } kCases[] = {
       {oneCamera(kIdentity), kNoDetails, "size: expected width and height, pixels, found no such"},
-      {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails, "expected both model"},
-      {oneCalibration(R"(model="FISHEYE_RATIONAL")"), kNoDetails, "expected both model and"},
+      {oneCalibration(R"(radial_distortion="0.1 0 0 0 0 0")"), kNoDetails,
+       "Calibration.model: expe"},
+      {oneCalibration(R"(model="FISHEYE_RATIONAL")"), "None of radial_distortion, radial_distortio",
+       "Calibration.radial_distortion: expected k0 to k5, found no such attribute"},
       {oneCalibration(R"(model="Linear" radial_distortion="0 0 0 0 0 0")"),
        "Radial distortion model Linear not supported (use UPPERCASE).", "upper case, found \"Lin"},
       {oneCalibration(kBad), "Cannot initialize camera from invalid", "Calibration: Radial distor"},
@@ -128,6 +130,8 @@ TEST_F(RigReader, RefusesBadCameras) {
        "fish_eye: expected true for the four-parameter fisheye model, or false, found \"1\""},
       {withPose(R"(stereo_rig="0 0 0 0 0 0" translation="0 0 0")"),
        "Stereo calibration given twice in config--only specify either Lie ", "stereo_rig: expect"},
+      {withPose(R"(stereo_rig="0 0 0 0 0 0" stereoRig="1 2 3" translation="x")"),
+       "Failed parsing Vec6D", "Rig.stereoRig: expected the six numbers"},
       {withPose(kMatrix),
        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)",
        "Rig.rowMajorRotationMat: expected together with translation"},
@@ -135,6 +139,8 @@ TEST_F(RigReader, RefusesBadCameras) {
       {withPose(R"(translation="0 inf 0" )" + kMatrix), "translation is not finite",
        "Rig.translation: expected x, y and z, metres, found \"0 inf 0\""},
       {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 1e-3 0 0 1 0 0 0 1")"), kNoRotation,
+       kOrthonormal},
+      {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 1.001")"), kNoRotation,
        kOrthonormal},
       {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 nan 0 0 0 1")"), kNoRotation,
        kOrthonormal},
@@ -169,7 +175,7 @@ TEST_F(RigReader, RefusesBadDocuments) {
   const std::pair<std::string, std::string> kCases[] = {
       {"", "no root element, line 1, column 1"},
       {"<DeviceConfiguration>\n<Camera></DeviceConfiguration>", ", line 2, column "},
-      {"<Device/>", "expected the root element DeviceConfiguration, found Device"},
+      {"<Device/>", "expected the root element DeviceConfiguration, found \"Device\""},
       {device(""), "expected a Camera element, found none"},
       {device(seven), "camera 6: expected at most 6 cameras"},
       {device("<Camera cam_name='a'>" + kIntrinsics + "</Camera><Camera cam_name='a'/>"),
@@ -182,9 +188,21 @@ TEST_F(RigReader, RefusesBadDocuments) {
   EXPECT_EQ(why, "expected a document, found none");
 }
 
+TEST_F(RigReader, LetsPassWhatADocumentMayNotHold) {
+  const std::pair<std::string, std::string> kCases[] = {
+      {with(R"(<RollingShutter isRollingShutter="1"/>)"),
+       "RollingShutter.isRollingShutter: expect"},
+      {withPose(R"(translation="0 0 0" rowMajorRotationMat="1 0 0 0 1 0 0 0 -1")"),
+       "Rig.rowMajorRotationMat: expected a rotation, found a reflection"}};
+  for (const auto& [document, why] : kCases) {
+    expectRefused(document, why);
+    EXPECT_TRUE(load(document)) << log.text();
+  }
+}
+
 TEST_F(RigReader, PrefersTheNewerDistortionForm) {
   const std::string kEight = R"(radial_distortion_8="0.3 0.03 0.003 0 0 0 0 0" )";
-  const std::string kFour = R"(radial_distortion_4="0.4 0.04 0.004 0" )";
+  const std::string kFour = R"(radial_distortion_4="0.4 0.04 0.004 0.0004" )";
   const std::string kNone =
       "None of radial_distortion, radial_distortion_8, or radial_distortion_4 found";
   const std::string kOld = "Loading old combined 8D radial+tangential distortion.";

@@ -151,7 +151,7 @@ TEST_F(ToolTest, BadInputGivesOneLineAndAFailure) {
   } rows[] = {
       {path("none.xml"), good, good, "none.xml cannot be read"},
       {path("broken.xml"), good, good, "broken.xml is no device configuration"},
-      {path("foreign.xml"), good, good, "found svg"},
+      {path("foreign.xml"), good, good, "found \"svg\""},
       {path("empty.xml"), good, good, "empty.xml is no device configuration"},
       {path("one.xml"), good, good, "has no two cameras"},
       {rig, path("none.png"), good, "cannot be read as PNG"},

@@ -6,14 +6,16 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <type_traits>
 
 #include "AR/Common/ConfigNode.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/TinyXml.h"
+#include "AR/Math/Matrix.h"
 #include "AR/Math/Vector.h"
-#include "XmlText.h"
 
 namespace AR::CV::RigFile {
 
@@ -21,10 +23,59 @@ using Common::ConfigNode;
 using Common::ParseResult;
 
 inline constexpr char kSource[] = "CV/src/Camera/StereoCamera";
+inline constexpr char kRootElement[] = "DeviceConfiguration";
+inline constexpr char kCameraElement[] = "Camera";
+
+// ---- values as text, the same in every locale ---------------------------------------------------
+
+/// As printf's "%.<significantDigits>g" in the C locale.
+[[nodiscard]] std::string numberText(double value, int significantDigits);
+
+/// All components with eight significant digits, each with one space behind it.
+template <typename NUMBERS>
+[[nodiscard]] std::string vecToXMLString(const NUMBERS& v) {
+  std::string text;
+  for (const auto component : v) text += numberText(static_cast<double>(component), 8) + ' ';
+  return text;
+}
+
+/// All entries, row by row, as vecToXMLString() writes them.
+template <typename MATRIX>
+[[nodiscard]] std::string matrixToRowMajorXMLString(const MATRIX& m) {
+  return vecToXMLString(std::span(m.data(), m.size()));
+}
+
+// A value of any type that an attribute may have. A single real number has six significant digits.
+[[nodiscard]] inline std::string toXMLString(const std::string& text) { return text; }
+[[nodiscard]] inline std::string toXMLString(bool value) { return value ? "true" : "false"; }
+[[nodiscard]] inline std::string toXMLString(std::int32_t value) { return std::to_string(value); }
+[[nodiscard]] inline std::string toXMLString(double value) { return numberText(value, 6); }
+template <typename P, int N>
+[[nodiscard]] std::string toXMLString(const Math::Vec<P, N>& v) {
+  return vecToXMLString(v);
+}
+template <typename P, int ROWS, int COLS>
+[[nodiscard]] std::string toXMLString(const Math::Mat<P, ROWS, COLS>& m) {
+  return matrixToRowMajorXMLString(m);
+}
+
+/// Nothing for an empty text.
+void writeAttribute(const char* name, const std::string& text, TiXmlElement& element);
+
+// ---- why something is refused -------------------------------------------------------------------
 
 /// Makes `reason` the answer to why something is refused, unless there is one already: what follows
 /// the first fault is mostly its consequence. Always false.
 bool refuse(std::string& why, const std::string& reason);
+
+/// A text of a document in quotes, cut if it is long: a foreign document may have any.
+[[nodiscard]] std::string shown(const std::string& text);
+
+/// What a person is told of an attribute that is missing or malformed.
+[[nodiscard]] std::string expectation(const ConfigNode& node, const std::string& path,
+                                      const char* meaning);
+
+// ---- rows ---------------------------------------------------------------------------------------
 
 /// One attribute of the element that holds a RECORD.
 template <typename RECORD>
@@ -44,11 +95,8 @@ inline constexpr bool kOptional = false;
 
 template <typename T>
 bool isFinite(const T& value) {
-  if constexpr (std::is_floating_point_v<T>) {
-    return std::isfinite(value);
-  } else {
-    return true;
-  }
+  if constexpr (std::is_floating_point_v<T>) return std::isfinite(value);
+  return true;
 }
 
 template <typename P, int N>
@@ -71,40 +119,30 @@ ParseResult readFinite(const ConfigNode& node, const std::string& path, const ch
   return result;
 }
 
-template <typename MEMBER>
-struct MemberPointer;
 template <typename RECORD, typename VALUE>
-struct MemberPointer<VALUE RECORD::*> {
-  using Record = RECORD;
-  using Value = VALUE;
-};
+RECORD recordOf(VALUE RECORD::*);  // for its type only
 
 /// The row of an attribute that holds one member of a record.
-template <auto MEMBER>
-constexpr auto field(const char* name, const char* meaning, const bool isRequired = kRequired) {
-  using Record = typename MemberPointer<decltype(MEMBER)>::Record;
-  return Attribute<Record>{
-      name, meaning, isRequired,
-      [](const ConfigNode& node, const std::string& path, const char* what, Record& record) {
-        return readFinite(node, path, what, record.*MEMBER);
-      },
-      [](const Record& record) { return toXMLString(record.*MEMBER); }};
+template <auto MEMBER, typename RECORD = decltype(recordOf(MEMBER))>
+constexpr Attribute<RECORD> field(const char* name, const char* meaning,
+                                  const bool isRequired = kRequired) {
+  return {name, meaning, isRequired,
+          [](const ConfigNode& node, const std::string& path, const char* what, RECORD& record) {
+            return readFinite(node, path, what, record.*MEMBER);
+          },
+          [](const RECORD& record) { return toXMLString(record.*MEMBER); }};
 }
 
 /// The row of an optional attribute that is left out where the member is zero, its default.
-template <auto MEMBER>
-constexpr auto fieldUnlessZero(const char* name, const char* meaning) {
-  using Record = typename MemberPointer<decltype(MEMBER)>::Record;
-  using Value = typename MemberPointer<decltype(MEMBER)>::Value;
-  auto row = field<MEMBER>(name, meaning, kOptional);
-  row.text = [](const Record& record) {
-    return record.*MEMBER == Value{} ? std::string() : toXMLString(record.*MEMBER);
+template <auto MEMBER, typename RECORD = decltype(recordOf(MEMBER))>
+constexpr Attribute<RECORD> fieldUnlessZero(const char* name, const char* meaning) {
+  Attribute<RECORD> row = field<MEMBER>(name, meaning, kOptional);
+  row.text = [](const RECORD& record) {
+    const auto& value = record.*MEMBER;
+    return value == std::decay_t<decltype(value)>{} ? std::string() : toXMLString(value);
   };
   return row;
 }
-
-/// What a person is told of an attribute that is missing or malformed.
-std::string expectation(const ConfigNode& node, const std::string& path, const char* meaning);
 
 /// Reads one attribute of `node`, or, with a `prefix` that ends in a dot, of a descendant.
 template <typename RECORD>
@@ -128,9 +166,6 @@ bool readAttributes(const ConfigNode& node, const std::string& prefix,
     return result == ParseResult::Exists || (result == ParseResult::Missing && !row.isRequired);
   });
 }
-
-/// Nothing for an empty text.
-void writeAttribute(const char* name, const std::string& text, TiXmlElement& element);
 
 /// Writes the attributes in the order of the rows.
 template <typename RECORD, std::size_t N>

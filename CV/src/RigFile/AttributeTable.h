@@ -3,35 +3,28 @@
 // Every attribute of a calibration document, by the element that holds it and in the order in which
 // it is written. A further attribute is one row here.
 
-#include <algorithm>
-#include <cmath>
 #include <string>
 
 #include "AR/CV/Camera/CameraUtil.h"
 #include "AR/CV/Camera/FullCamera.h"
-#include "AR/Math/Matrix.h"
 #include "Attribute.h"
 
 namespace AR::CV::RigFile {
 
-// ---- the root, "Camera"
-// -----------------------------------------------------------------------------------
+// ---- the root and "Camera" ----------------------------------------------------------------------
 
+/// The row of an attribute that is a record by itself.
 template <typename T>
-ParseResult readItself(const ConfigNode& node, const std::string& path, const char* meaning,
-                       T& value) {
-  return readFinite(node, path, meaning, value);
+constexpr Attribute<T> whole(const char* name, const char* meaning, const bool isRequired) {
+  return {name, meaning, isRequired, readFinite<T>, [](const T& v) { return toXMLString(v); }};
 }
-
-inline std::string itself(const std::string& text) { return text; }
 
 /// Read, but never written.
 inline constexpr Attribute<std::string> kDeviceUID[] = {
-    {"deviceUID", "the unique identifier of the device", kOptional, readItself<std::string>,
-     nullptr}};
+    whole<std::string>("deviceUID", "the unique identifier of the device", kOptional)};
 
 inline constexpr Attribute<std::string> kName[] = {
-    {"cam_name", "the name of the camera", kOptional, readItself<std::string>, itself}};
+    whole<std::string>("cam_name", "the name of the camera", kOptional)};
 
 // ---- "Calibration" ------------------------------------------------------------------------------
 
@@ -41,64 +34,36 @@ inline constexpr Attribute<CamModel::CameraModel<P>> kGeometry[] = {
     field<&CamModel::CameraModel<P>::principalPoint>("principal_point", "cx and cy, pixels"),
     field<&CamModel::CameraModel<P>::focalLength>("focal_length", "fx and fy, pixels")};
 
+/// The current form of distortion. A document holds limits as radii, a model their squares; one
+/// that is not above 0 is not given.
 template <typename P>
-ParseResult readModelName(const ConfigNode& node, const std::string& path, const char* meaning,
-                          CamModel::CameraModel<P>& model) {
-  std::string name;
-  const ParseResult result = readFinite(node, path, meaning, name);
-  if (result != ParseResult::Exists) return result;
-  return radialDistortionModelStringToEnum(name, model.model) ? result : ParseResult::Malformed;
-}
-
-/// A document holds limits as radii, a model their squares. One that is not above 0 is not given,
-/// and 0 in the model.
-template <typename P, auto LIMIT>
-ParseResult readLimit(const ConfigNode& node, const std::string& path, const char* meaning,
-                      CamModel::CameraModel<P>& model) {
-  P radius = 0;
-  const ParseResult result = readFinite(node, path, meaning, radius);
-  if (result == ParseResult::Exists) model.limits.*LIMIT = radius > 0 ? radius * radius : P(0);
-  return result;
-}
-
-template <typename P, auto LIMIT>
-std::string limitText(const CamModel::CameraModel<P>& model) {
-  return toXMLString(std::sqrt(static_cast<double>(model.limits.*LIMIT)));
-}
+struct CurrentDistortion {
+  std::string model;
+  CamModel::RDVec<P> radial;
+  double distortionRadius = 0;
+  double undistortionRadius = 0;
+  Math::Vec<P, 2> tangential;
+};
 
 template <typename P>
-inline constexpr Attribute<CamModel::CameraModel<P>> kDistortion[] = {
-    {"model", "the name of a distortion model, in upper case", kRequired, readModelName<P>,
-     [](const CamModel::CameraModel<P>& model) {
-       return std::string(CamModel::modelName(model.model));
-     }},
+inline constexpr Attribute<CurrentDistortion<P>> kCurrent[] = {
+    field<&CurrentDistortion<P>::model>("model", "the name of a distortion model, in upper case"),
     // Required of every model but LINEAR, which has none.
-    field<&CamModel::CameraModel<P>::radialDistortion>("radial_distortion", "k0 to k5", kOptional),
-    {"distortion_limit", "the largest ideal radius", kOptional,
-     readLimit<P, &CamModel::RadiusLimits<P>::distortionLimit>,
-     limitText<P, &CamModel::RadiusLimits<P>::distortionLimit>},
-    {"undistortion_limit", "the largest distorted radius", kOptional,
-     readLimit<P, &CamModel::RadiusLimits<P>::undistortionLimit>,
-     limitText<P, &CamModel::RadiusLimits<P>::undistortionLimit>},
-    fieldUnlessZero<&CamModel::CameraModel<P>::tangentialDistortion>("tangential_distortion",
-                                                                     "p1 and p2")};
+    field<&CurrentDistortion<P>::radial>("radial_distortion", "k0 to k5", kOptional),
+    field<&CurrentDistortion<P>::distortionRadius>("distortion_limit", "the largest ideal radius",
+                                                   kOptional),
+    field<&CurrentDistortion<P>::undistortionRadius>("undistortion_limit",
+                                                     "the largest distorted radius", kOptional),
+    fieldUnlessZero<&CurrentDistortion<P>::tangential>("tangential_distortion", "p1 and p2")};
 
-/// The legacy form of distortion, one vector: radial k0, k1, tangential p1, p2, radial k2 to k5; or
-/// k0 to k3 of a fisheye lens.
+/// The legacy form, one vector: radial k0, k1, tangential p1, p2, radial k2 to k5; or k0 to k3 of a
+/// fisheye lens. Some documents give its first half alone.
 template <typename P>
 struct CombinedDistortion {
   bool isFisheye = false;
   Math::Vec<P, 8> values;
+  Math::Vec<P, 4> firstHalf;
 };
-
-template <typename P>
-ParseResult readFirstHalf(const ConfigNode& node, const std::string& path, const char* meaning,
-                          CombinedDistortion<P>& combined) {
-  Math::Vec<P, 4> half;
-  const ParseResult result = readFinite(node, path, meaning, half);
-  if (result == ParseResult::Exists) std::copy(half.begin(), half.end(), combined.values.begin());
-  return result;
-}
 
 template <typename P>
 inline constexpr auto kFishEye = fieldUnlessZero<&CombinedDistortion<P>::isFisheye>(
@@ -111,7 +76,7 @@ inline constexpr Attribute<CombinedDistortion<P>> kCombined8[] = {
 /// Read, but never written.
 template <typename P>
 inline constexpr Attribute<CombinedDistortion<P>> kCombined4[] = {
-    kFishEye<P>, {"radial_distortion_4", "four numbers", kRequired, readFirstHalf<P>, nullptr}};
+    kFishEye<P>, field<&CombinedDistortion<P>::firstHalf>("radial_distortion_4", "four numbers")};
 
 // ---- "Rig" --------------------------------------------------------------------------------------
 
@@ -161,7 +126,6 @@ inline constexpr auto kLineTime =
     field<&RollingShutterCorrector<P>::lineTime>("linetime", "seconds per row, above 0");
 
 inline constexpr Attribute<double> kDelta[] = {
-    {"delta", "the time offset, seconds", kRequired, readItself<double>,
-     [](const double& delta) { return toXMLString(delta); }}};
+    whole<double>("delta", "the time offset, seconds", kRequired)};
 
 }  // namespace AR::CV::RigFile
