@@ -47,10 +47,16 @@ ConfigNode::ConfigNode(const ConfigNode& other)
   for (const auto& child : other.mChildren) appendChild(*child);
 }
 
-// By way of a copy: `other` may be a node of this tree.
-ConfigNode& ConfigNode::operator=(const ConfigNode& other) {
-  ConfigNode copy(other);
-  return *this = std::move(copy);
+// By way of another node: `other` may be a node of this tree, and a container may destroy what it
+// holds before it takes over what it is given.
+ConfigNode& ConfigNode::operator=(const ConfigNode& other) { return *this = ConfigNode(other); }
+
+ConfigNode& ConfigNode::operator=(ConfigNode&& other) noexcept {
+  ConfigNode taken(std::move(other));
+  mName.swap(taken.mName);
+  std::swap(mAttributes, taken.mAttributes);
+  mChildren.swap(taken.mChildren);
+  return *this;
 }
 
 ConfigNode& ConfigNode::appendChild(ConfigNode child) {

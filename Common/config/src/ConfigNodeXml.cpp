@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cstdio>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <ostream>
 
 #include "AR/Common/ConfigNode.h"
@@ -16,15 +18,17 @@ constexpr char kSource[] = "Common/src/ConfigNode";
 
 /// Reads a file up to one byte more than is accepted. False when it cannot be read.
 bool tryReadFile(const char* filename, std::string& text) {
-  std::ifstream file(filename, std::ios::binary);
+  // Not a stream: libc++'s takes a folder for an empty file.
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(filename, "rb"),
+                                                             std::fclose);
   if (!file) return false;
   char chunk[4096];
-  while (text.size() <= ConfigNode::kMaxBytes) {
-    file.read(chunk, sizeof(chunk));
-    text.append(chunk, static_cast<size_t>(file.gcount()));
-    if (!file) break;
-  }
-  return !file.bad();
+  size_t count = 0;
+  do {
+    count = std::fread(chunk, 1, sizeof(chunk), file.get());
+    text.append(chunk, count);
+  } while (count == sizeof(chunk) && text.size() <= ConfigNode::kMaxBytes);
+  return std::ferror(file.get()) == 0;
 }
 
 size_t numElements(const TiXmlNode& node) {

@@ -51,11 +51,11 @@ class AR_EXPORT ConfigNode {
   /// ("wasSet && ..."), after which the node is empty.
   explicit ConfigNode(const char* filenameXML);
 
-  /// Copies are deep.
+  /// Copies are deep. What is assigned may be a node of this tree.
   ConfigNode(const ConfigNode& other);
   ConfigNode& operator=(const ConfigNode& other);
   ConfigNode(ConfigNode&&) = default;
-  ConfigNode& operator=(ConfigNode&&) = default;
+  ConfigNode& operator=(ConfigNode&& other) noexcept;
   ~ConfigNode() = default;
 
   // Loading. Each replaces the tree and returns true, or leaves the tree as it was and returns
