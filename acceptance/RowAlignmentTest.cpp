@@ -12,7 +12,7 @@
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/Common/ConfigNode.h"
 #include "DeviceRecords.h"
-#include "VIO/MapQuality.h"
+#include "rectiline/rectiline.h"
 #include "testing/Lenses.h"
 
 namespace rectiline::acceptance {
@@ -30,23 +30,39 @@ DeviceCalibrationZEL loadRig(const std::string& file) {
   return device;
 }
 
+/// The maps of a pair of one size, in memory of their own.
+struct PairMaps {
+  explicit PairMaps(const IntrinsicCameraCalibrationZEL& in)
+      : values(4, std::vector<float>(static_cast<std::size_t>(in.width * in.height))),
+        left{sizeof left,      in.width, in.height, 0, values[0].data(),
+             values[1].data(), 0,        nullptr,   0},
+        right{sizeof right,     in.width, in.height, 0, values[2].data(),
+              values[3].data(), 0,        nullptr,   0} {}
+
+  std::vector<std::vector<float>> values;
+  rectiline_map left, right;
+};
+
 /// The library's own certificate of its maps, and of the tables under them.
 void expectCertified(const char* name, const DeviceCalibrationZEL& device) {
-  RectifiedPair pair(device, 1);
-  const auto n = static_cast<std::uint32_t>(pair.count());
-  RectificationCertificate c{};
-  ASSERT_TRUE(CertifyRectification(&device, pair.leftX.data(), n, pair.leftY.data(), n,
-                                   pair.rightX.data(), n, pair.rightY.data(), n, pair.depthConstant,
-                                   &pair.camera, &c));
+  PairMaps maps(device.cameras[0].intrinsics);
+  rectiline_rectification claim{};
+  claim.struct_size = sizeof claim;
+  rectiline_certificate c{};
+  c.struct_size = sizeof c;
+  ASSERT_EQ(rectiline_rectify(&device, nullptr, &maps.left, &maps.right, &claim), RECTILINE_OK);
+  ASSERT_EQ(rectiline_certify_rectification(&device, &claim, &maps.left, &maps.right, &c),
+            RECTILINE_OK);
   std::printf("%-28s %5u points: row %.5f px (rms %.5f), depth %.5f, maps %.5f and %.5f px\n", name,
-              c.points, c.maxRowError, c.rmsRowError, c.maxDepthError, c.maxMapErrorLeft,
-              c.maxMapErrorRight);
-  EXPECT_LT(std::max({c.maxRowError, c.maxMapErrorLeft, c.maxMapErrorRight}), 0.02) << name;
+              c.points, c.max_row_error, c.rms_row_error, c.max_depth_error, c.max_map_error_left,
+              c.max_map_error_right);
+  EXPECT_LT(std::max({c.max_row_error, c.max_map_error_left, c.max_map_error_right}), 0.02) << name;
   EXPECT_GT(c.points, 500U) << name;
   for (int i = 0; i < 2; ++i) {
-    CameraCertificate camera{};
-    ASSERT_TRUE(CertifyCamera(&device.cameras[i], &camera));
-    EXPECT_LT(std::max(camera.maxDistortionError, camera.maxUndistortionError), 0.02) << name;
+    rectiline_camera_certificate camera{};
+    camera.struct_size = sizeof camera;
+    ASSERT_EQ(rectiline_certify_camera(&device.cameras[i], &camera), RECTILINE_OK);
+    EXPECT_LT(std::max(camera.max_distortion_error, camera.max_undistortion_error), 0.02) << name;
   }
 }
 

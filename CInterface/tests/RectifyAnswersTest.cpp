@@ -344,4 +344,56 @@ TEST(SeeThroughTest, MapsAreThoseOfCreateFixedPlaneVSTMaps) {
   EXPECT_STREQ(lastError().field, "eyes.intrinsics.width");
 }
 
+/// Two pinhole cameras of 64 x 48 pixels at the origin, f 50.
+DeviceCalibrationZEL pinholes() {
+  DeviceCalibrationZEL device{};
+  device.num_cameras = 2;
+  for (int i = 0; i < 2; ++i) {
+    device.cameras[i].intrinsics = {64, 48, 32, 24, 50, 50, {}, 0, 0, 0, 0};
+    device.cameras[i].pose.orientation.w = 1;
+  }
+  return device;
+}
+
+TEST(SeeThroughTest, ReasonsSayWhatHappenedToThePixel) {
+  const auto limit = [](DeviceCalibrationZEL& rig) {  // to a radius of 20.5 pixels
+    IntrinsicCameraCalibrationZEL& in = rig.cameras[0].intrinsics;
+    in.distortion_limit = in.undistortion_limit = 0.41;
+  };
+  const auto isFar = [](int x, int y) { return (x - 32) * (x - 32) + (y - 24) * (y - 24) > 420; };
+  using Rig = DeviceCalibrationZEL;
+  const struct {
+    std::function<void(Rig& device, Rig& eyes)> change;
+    std::function<int(int x, int y)> expected;
+  } kCases[] = {
+      {[](Rig&, Rig& eyes) {
+         eyes.cameras[0].pose.orientation = {0, 1, 0, 0};
+       },
+       [](int, int) { return RECTILINE_PIXEL_BEHIND_CAMERA; }},
+      {[&](Rig& device, Rig&) { limit(device); },
+       [&](int x, int y) {
+         return isFar(x, y) ? RECTILINE_PIXEL_BEYOND_DISTORTION : RECTILINE_PIXEL_OK;
+       }},
+      {[&](Rig&, Rig& eyes) { limit(eyes); },
+       [&](int x, int y) { return isFar(x, y) ? RECTILINE_PIXEL_NO_INVERSE : RECTILINE_PIXEL_OK; }},
+      {[](Rig& device, Rig&) { device.cameras[0].intrinsics.principal_point_x += 0.5; },
+       [](int x, int) {
+         return x == 63 ? RECTILINE_PIXEL_OK_PAST_LAST_CENTRE : RECTILINE_PIXEL_OK;
+       }},
+      {[](Rig& device, Rig&) { device.cameras[0].intrinsics.principal_point_y += 2; },
+       [](int, int y) { return y > 45 ? RECTILINE_PIXEL_OUTSIDE_IMAGE : RECTILINE_PIXEL_OK; }},
+  };
+  for (const auto& c : kCases) {
+    Rig device = pinholes(), eyes = pinholes();
+    c.change(device, eyes);
+    OwnMap map(64, 48);
+    ASSERT_EQ(rectiline_see_through(&device, &eyes, 1, 0, &map.map, nullptr), RECTILINE_OK);
+    for (int i = 0; i < 64 * 48; ++i) {
+      const auto at = static_cast<std::size_t>(i);
+      ASSERT_EQ(map.reasons[at], c.expected(i % 64, i / 64)) << &c - kCases << " " << i;
+      ASSERT_EQ(map.x[at] == -1, map.reasons[at] > RECTILINE_PIXEL_OK_PAST_LAST_CENTRE) << i;
+    }
+  }
+}
+
 }  // namespace

@@ -24,19 +24,16 @@ using Rig = AR::CV::FullStereoCameraCalibration<float>;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-/// The maps of two cameras both ways, their reasons and their gains, in guarded buffers.
+/// The maps of two cameras both ways and their gains, in guarded buffers.
 struct Maps {
   Maps() {
     constexpr std::uint32_t width = testing::kWidth, height = testing::kHeight, n = width * height;
     for (int i = 0; i < 10; ++i) floats.emplace_back(n, -7.0F, 4);
-    for (int i = 0; i < 4; ++i) planes.emplace_back(n);
     for (std::size_t i = 0; i < 2; ++i) {
       const auto data = [&](std::size_t k) { return floats[4 * i + k].data(); };
       forward[i] = {data(0), width, height, data(1), width, height};
       inverse[i] = {data(2), width, height, data(3), width, height};
       vignetting[i] = {floats[8 + i].data(), width, height};
-      forwardReasons[i] = {planes[2 * i].data(), n};
-      inverseReasons[i] = {planes[2 * i + 1].data(), n};
     }
   }
 
@@ -50,24 +47,17 @@ struct Maps {
   [[nodiscard]] bool intact() const {
     bool ok = true;
     for (const auto& values : floats) ok &= values.intact();
-    for (const auto& plane : planes) ok &= plane.intact();
     return ok;
   }
 
   std::vector<GuardedBuffer<float>> floats;
-  std::vector<GuardedBuffer<std::uint8_t>> planes;
   UndistortionMap forward[2], inverse[2];
   VignettingMap vignetting[2];
-  ReasonPlane forwardReasons[2], inverseReasons[2];
   CalibrationMap map{forward, inverse, vignetting, 2};
 };
 
 struct Call : Maps {
-  int run(bool withReasons) {
-    return withReasons ? CreateCalibrationMapWithReasons(source, target, config, map,
-                                                         forwardReasons, inverseReasons)
-                       : CreateCalibrationMap(source, target, config, map);
-  }
+  int run() { return CreateCalibrationMap(source, target, config, map); }
 
   DeviceCalibrationZEL source = device(), target = device();
   CalibrationMapConfig config{0, true, nullptr, 2};
@@ -78,25 +68,18 @@ using Checks = std::vector<const char*>;
 void expectSafe(const char* name, int status, const Checks& checks, const std::string& contents,
                 const std::function<void(Call&)>& spoil) {
   SCOPED_TRACE(name);
-  for (const bool withReasons : {false, true}) {
-    Call call;
-    spoil(call);
-    LogCapture log;
-    EXPECT_EQ(call.run(withReasons), status);
-    EXPECT_EQ(call.contents(), contents);
-    EXPECT_TRUE(call.intact());
-    for (std::size_t i = 0; i < 4; ++i) {  // reasons are there where they could be
-      const bool isAsked = withReasons && status == 0 && i / 2 < call.config.numCameras;
-      const char plane = contents.substr(2 * i, 2) == "mm" ? 'm' : '-';
-      EXPECT_EQ(PairCall::content(call.planes[i]), isAsked ? plane : '.') << i;
-    }
-    std::size_t position = 0;
-    for (const std::string check : checks) {
-      position = log.text().find("AR_ASSERT " + check + " ", position);
-      ASSERT_NE(position++, std::string::npos) << check << log.text();
-    }
-    EXPECT_EQ(log.failedChecks(), checks.size()) << log.text();
+  Call call;
+  spoil(call);
+  LogCapture log;
+  EXPECT_EQ(call.run(), status);
+  EXPECT_EQ(call.contents(), contents);
+  EXPECT_TRUE(call.intact());
+  std::size_t position = 0;
+  for (const std::string check : checks) {
+    position = log.text().find("AR_ASSERT " + check + " ", position);
+    ASSERT_NE(position++, std::string::npos) << check << log.text();
   }
+  EXPECT_EQ(log.failedChecks(), checks.size()) << log.text();
 }
 
 TEST(CalibrationMap, GoesOnSafelyFromEveryBadInput) {
@@ -162,7 +145,7 @@ TEST(CalibrationMap, RotationsTurnTheTargetFrameIntoTheSourceFrame) {
     call.target.cameras[1].intrinsics.focal_length_x = 25;
     call.source.cameras[1].pose.orientation = {1, 0, 0, 0};  // poses do not enter
     call.config = {keepOutside, true, rotations, 2};
-    ASSERT_EQ(call.run(false), 0);
+    ASSERT_EQ(call.run(), 0);
     EXPECT_EQ(call.contents().substr(0, 4), "mmmm");
     // Ideal (0.2, 0) turned by 0.3 about z; the inverse is made with the same rotation.
     const std::size_t row = 24 * testing::kWidth;
@@ -175,7 +158,7 @@ TEST(CalibrationMap, RotationsTurnTheTargetFrameIntoTheSourceFrame) {
   const float noRotations[] = {kNaN, 0, 0, 1e38F, 0, 0};
   Call call;
   call.config.rotations = noRotations;
-  EXPECT_EQ(call.run(false), 0);
+  EXPECT_EQ(call.run(), 0);
   EXPECT_EQ(call.contents(), "--------gg");
 }
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "TestDevices.h"
-#include "VIO/MapQuality.h"
+#include "VIO/StereoRectifyWrapper.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/LogCapture.h"
 
@@ -28,37 +28,26 @@ struct PairCall {
   explicit PairCall(PairFunction which, Sizes declared = Sizes(4, kPixels), std::size_t offset = 0)
       : function(which), sizes(std::move(declared)) {
     for (const std::uint32_t size : sizes) maps.emplace_back(size, -7.0F, offset);
-    for (const std::uint32_t size : {sizes[0], sizes[2]}) reasons.emplace_back(size);
     std::memset(static_cast<void*>(&camera), 0x55, sizeof camera);
   }
 
-  bool run(bool withReasons) {
+  bool run() {
     float* m[4];
     for (std::size_t i = 0; i < 4; ++i) m[i] = i == nullMap ? nullptr : maps[i].data();
     const Sizes& s = sizes;
     const auto* const d = isDeviceNull ? nullptr : &record;
     const auto* const e = areEyesNull ? nullptr : &eyes;
-    const ReasonPlane l{reasons[0].data(), static_cast<std::uint32_t>(reasons[0].size())};
-    const ReasonPlane r{reasons[1].data(), static_cast<std::uint32_t>(reasons[1].size())};
     const std::uint32_t k = keepOutside;
     float* const f = isDepthNull ? nullptr : &depth;
     CameraCalibrationZEL* const c = isCameraNull ? nullptr : &camera;
     switch (function) {
       case PairFunction::Rectify:
-        return withReasons
-                   ? CreateRectifyMapWithReasons(d, k, m[0], s[0], m[1], s[1], m[2], s[2], m[3],
-                                                 s[3], f, c, l, r)
-                   : CreateRectifyMap(d, k, m[0], s[0], m[1], s[1], m[2], s[2], m[3], s[3], f, c);
+        return CreateRectifyMap(d, k, m[0], s[0], m[1], s[1], m[2], s[2], m[3], s[3], f, c);
       case PairFunction::Undistort:
-        return withReasons ? CreateUndistortMapWithReasons(d, k, factor, m[0], s[0], m[1], s[1],
-                                                           m[2], s[2], m[3], s[3], l, r)
-                           : CreateUndistortMap(d, k, factor, m[0], s[0], m[1], s[1], m[2], s[2],
-                                                m[3], s[3]);
+        return CreateUndistortMap(d, k, factor, m[0], s[0], m[1], s[1], m[2], s[2], m[3], s[3]);
       case PairFunction::FixedPlane:
-        return withReasons ? CreateFixedPlaneVSTMapsWithReasons(d, e, k, factor, m[0], s[0], m[1],
-                                                                s[1], m[2], s[2], m[3], s[3], l, r)
-                           : CreateFixedPlaneVSTMaps(d, e, k, factor, m[0], s[0], m[1], s[1], m[2],
-                                                     s[2], m[3], s[3]);
+        return CreateFixedPlaneVSTMaps(d, e, k, factor, m[0], s[0], m[1], s[1], m[2], s[2], m[3],
+                                       s[3]);
     }
     return false;
   }
@@ -82,22 +71,6 @@ struct PairCall {
     return same == map.size() ? 'm' : none == map.size() ? '-' : '?';
   }
 
-  /// Of each plane: 'm' all ok over the first kPixels and nothing beyond, '-' all not made, else
-  /// as above.
-  [[nodiscard]] std::string reasonContents() const {
-    return {content(reasons[0]), content(reasons[1])};
-  }
-  static char content(const GuardedBuffer<std::uint8_t>& plane) {
-    constexpr std::uint8_t kUntouched = 249;
-    std::size_t ok = 0, none = 0, untouched = 0;
-    for (std::size_t i = 0; i < plane.size(); ++i) {
-      ok += i >= kPixels ? plane[i] == kUntouched : plane[i] == MAP_PIXEL_OK;
-      none += plane[i] == MAP_PIXEL_NOT_MADE;
-      untouched += plane[i] == kUntouched;
-    }
-    if (untouched == plane.size()) return '.';
-    return ok == plane.size() ? 'm' : none == plane.size() ? '-' : '?';
-  }
   /// 'm' rectified, '-' zeroed, '.' untouched.
   [[nodiscard]] char cameraContent() const {
     const CameraCalibrationZEL zero{};
@@ -105,7 +78,7 @@ struct PairCall {
     return camera.intrinsics.width == 0x55555555 ? '.' : 'm';
   }
   [[nodiscard]] bool intact() const {
-    bool ok = reasons[0].intact() && reasons[1].intact();
+    bool ok = true;
     for (const auto& map : maps) ok &= map.intact();
     return ok;
   }
@@ -117,7 +90,6 @@ struct PairCall {
   float factor = 1;  // of the field of view, or the plane's distance
   Sizes sizes;
   std::vector<GuardedBuffer<float>> maps;
-  std::vector<GuardedBuffer<std::uint8_t>> reasons;
   std::size_t nullMap = 4;
   bool isDeviceNull = false, areEyesNull = false;
   bool isDepthNull = false, isCameraNull = false;  // of a rectification
@@ -130,24 +102,19 @@ inline constexpr char kDeviceCheck[] =
 inline constexpr char kMapsCheck[] =
     "mapLeftX != nullptr && mapLeftY != nullptr && mapRightX != nullptr && mapRightY != nullptr";
 
-/// Makes the call with and without reasons, at two alignments, and compares everything; `checks`
-/// are the entry point's failed ones in their order. Reasons are there where both maps are.
+/// Makes the call at two alignments and compares everything; `checks` are the entry point's failed
+/// ones in their order.
 inline void expectSafe(PairFunction function, const char* name,
                        const std::vector<const char*>& checks, const std::string& maps,
                        const std::function<void(PairCall&)>& spoil,
                        const PairCall::Sizes& sizes = PairCall::Sizes(4, kPixels)) {
   SCOPED_TRACE(name);
-  std::string reasons;
-  for (const auto& pair : {maps.substr(0, 2), maps.substr(2)}) {
-    reasons += pair == "mm" ? 'm' : pair == ".." ? '.' : '-';
-  }
-  for (const auto& [withReasons, offset] : {std::pair(false, 0U), {true, 4U}}) {
+  for (const std::size_t offset : {0U, 4U}) {
     PairCall call(function, sizes, offset);
     spoil(call);
     LogCapture log;
-    EXPECT_TRUE(call.run(withReasons));
+    EXPECT_TRUE(call.run());
     EXPECT_EQ(call.mapContents(), maps);
-    EXPECT_EQ(call.reasonContents(), withReasons ? reasons : "..");
     EXPECT_TRUE(call.intact());
     if (function == PairFunction::Rectify) {
       const bool isMade = call.mapContents().find('m') != std::string::npos;

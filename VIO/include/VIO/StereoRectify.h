@@ -14,7 +14,6 @@
 // are pixel positions. Pixels without a source hold -1 in both.
 //
 // `keepOutside` keeps positions that fall outside the source image; otherwise they become -1.
-// `reasons` receives an AR::CV::PixelSource per target pixel where it has data.
 // Checks are reported with the source "VIO/src/StereoRectify". Where one fails, both maps are
 // cleared to -1 and filled as far as they reach: the pixels that target and both images have.
 
@@ -27,8 +26,7 @@ namespace VIO {
 /// @param R_oltl  rotates directions of the target left frame into the source left frame
 void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                      const AR::CV::FullCamera<float>& target, const AR::Math::SO3<float>& R_oltl,
-                     AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                     AR::CV::MapReasons reasons = {});
+                     AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
 
 /// The job of setupFixedPlaneMap(): `source` and `eye` must outlive it.
 [[nodiscard]] AR::CV::MapJob<float> fixedPlaneJob(const AR::CV::Camera<float>& source,
@@ -42,8 +40,7 @@ void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
 /// infinite distance leaves the rotation.
 void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                         const AR::CV::FullCamera<float>& eye, float planeDistance,
-                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                        AR::CV::MapReasons reasons = {});
+                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
 
 /// The pinhole model of a camera's size and principal point, its corrected focal lengths times
 /// `focalScale`.
@@ -55,8 +52,7 @@ void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutsid
 /// @param R_st  rotates directions of the target frame into the source frame
 void setupUndistortMap(const AR::CV::Camera<float>& source, const AR::CV::Camera<float>& target,
                        bool keepOutside, const AR::Math::SO3<float>& R_st,
-                       AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
-                       AR::CV::MapReasons reasons = {});
+                       AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
 
 /// As above, to a pinhole camera of the source's size and principal point whose focal lengths are
 /// the source's corrected ones times `focalScale`.

@@ -33,9 +33,8 @@ VIO::CallerMap callerMap(float* data, std::uint32_t width, std::uint32_t height)
   return {addressable ? data : nullptr, addressable ? static_cast<std::uint32_t>(count) : 0};
 }
 
-VIO::CallerMapPair callerPair(const UndistortionMap& map, ReasonPlane reasons) {
-  return {callerMap(map.X, map.X_width, map.X_height), callerMap(map.Y, map.Y_width, map.Y_height),
-          reasons};
+VIO::CallerMapPair callerPair(const UndistortionMap& map) {
+  return {callerMap(map.X, map.X_width, map.X_height), callerMap(map.Y, map.Y_width, map.Y_height)};
 }
 
 SO3<float> rotationOf(const CalibrationMapConfig& config, std::size_t i) {
@@ -54,12 +53,12 @@ const Camera<float>* intrinsicsOf(const CallSite& site, const Rig& rig, std::siz
 
 void createOneMap(const CallSite& site, const Rig& source, const Rig& target,
                   const CalibrationMapConfig& config, std::size_t cameraIdx,
-                  const UndistortionMap& map, ReasonPlane reasons) {
+                  const UndistortionMap& map) {
   const bool x =
       AR_CHECK_AT(site, map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
   const bool y =
       AR_CHECK_AT(site, map.Y != nullptr, "undistortionMap[cameraIdx].Y", kWrapperSource);
-  const VIO::CallerMapPair maps = callerPair(map, reasons);
+  const VIO::CallerMapPair maps = callerPair(map);
   const Camera<float>* const from = intrinsicsOf(site, source, cameraIdx);
   const Camera<float>* const to = intrinsicsOf(site, target, cameraIdx);
   if (!x || !y || from == nullptr || to == nullptr) {
@@ -74,23 +73,17 @@ void createOneMap(const CallSite& site, const Rig& source, const Rig& target,
     maps.fillNotMade();
     return;
   }
-  maps.make(size, [&](auto& mapXY, AR::CV::MapReasons plane) {
+  maps.make(size, [&](auto& mapXY) {
     VIO::setupUndistortMap(*from, *to, config.keepOutside != 0, rotationOf(config, cameraIdx),
-                           mapXY, plane);
+                           mapXY);
   });
 }
 
 void createMaps(const CallSite& site, const Rig& source, const Rig& target,
-                const CalibrationMapConfig& config, UndistortionMap* undistortionMap,
-                const ReasonPlane* reasons) {
-  const bool isThere = AR_CHECK_AT(site, undistortionMap, "undistortionMap", kWrapperSource);
+                const CalibrationMapConfig& config, UndistortionMap* undistortionMap) {
+  if (!AR_CHECK_AT(site, undistortionMap, "undistortionMap", kWrapperSource)) return;
   for (std::size_t i = 0; i < config.numCameras; ++i) {
-    const ReasonPlane plane = reasons == nullptr ? ReasonPlane{nullptr, 0} : reasons[i];
-    if (isThere) {
-      createOneMap(site, source, target, config, i, undistortionMap[i], plane);
-    } else {
-      VIO::CallerMapPair{{nullptr, 0}, {nullptr, 0}, plane}.fillNotMade();
-    }
+    createOneMap(site, source, target, config, i, undistortionMap[i]);
   }
 }
 
@@ -126,38 +119,11 @@ void createOneVignettingMap(const CallSite& site, const Rig& source, const Rig& 
   VIO::setupVignettingMap(*from, *to, scale);
 }
 
-int createCalibrationMap(const CallSite& site, const DeviceCalibrationZEL& source,
-                         const DeviceCalibrationZEL& target, const CalibrationMapConfig& config,
-                         CalibrationMap& map, const ReasonPlane* undistortionReasons,
-                         const ReasonPlane* inverseReasons) {
-  const CalibrationInfo info(CalibrationInfo::API, 0);
-  Rig sourceRig(info);
-  Rig targetRig(info);
-  const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
-  if (converted != VIO::kSuccess) return converted;
-  if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
-  if (config.numCameras > 0 &&
-      !AR_CHECK_AT(site, map.undistortion, "undistortionMap", kWrapperSource)) {
-    return VIO::kNullPointer;
-  }
-  if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
-  createMaps(site, sourceRig, targetRig, config, map.undistortion, undistortionReasons);
-  createMaps(site, targetRig, sourceRig, config, map.inverse, inverseReasons);
-  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
-  return VIO::kSuccess;
-}
-
 }  // namespace
 
 void CreateUndistortMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
                         UndistortionMap* maps) {
-  createMaps(AR_HERE, source, target, config, maps, nullptr);
-}
-
-void CreateUndistortMapWithReasons(const Rig& source, const Rig& target,
-                                   const CalibrationMapConfig& config, UndistortionMap* maps,
-                                   const ReasonPlane* reasons) {
-  createMaps(AR_HERE, source, target, config, maps, reasons);
+  createMaps(AR_HERE, source, target, config, maps);
 }
 
 void CreateVignettingMap(const Rig& source, const Rig& target, bool enable, CalibrationMap& map) {
@@ -168,16 +134,20 @@ void CreateVignettingMap(const Rig& source, const Rig& target, bool enable, Cali
   }
 }
 
-int CreateCalibrationMapWithReasons(const DeviceCalibrationZEL& source,
-                                    const DeviceCalibrationZEL& target,
-                                    const CalibrationMapConfig& config, CalibrationMap& map,
-                                    const ReasonPlane* undistortionReasons,
-                                    const ReasonPlane* inverseReasons) {
-  return createCalibrationMap(AR_HERE, source, target, config, map, undistortionReasons,
-                              inverseReasons);
-}
-
 int CreateCalibrationMap(const DeviceCalibrationZEL& source, const DeviceCalibrationZEL& target,
                          const CalibrationMapConfig& config, CalibrationMap& map) {
-  return createCalibrationMap(AR_HERE, source, target, config, map, nullptr, nullptr);
+  const CalibrationInfo info(CalibrationInfo::API, 0);
+  Rig sourceRig(info);
+  Rig targetRig(info);
+  const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
+  if (converted != VIO::kSuccess) return converted;
+  if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
+  if (config.numCameras > 0 && !AR_CHECK(map.undistortion, "undistortionMap", kWrapperSource)) {
+    return VIO::kNullPointer;
+  }
+  if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
+  createMaps(AR_HERE, sourceRig, targetRig, config, map.undistortion);
+  createMaps(AR_HERE, targetRig, sourceRig, config, map.inverse);
+  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
+  return VIO::kSuccess;
 }

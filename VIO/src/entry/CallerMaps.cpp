@@ -1,21 +1,6 @@
 #include "entry/CallerMaps.h"
 
-#include "AR/CV/Map/MapJob.h"
-
 namespace VIO {
-namespace {
-
-constexpr bool same(MapPixelReason reason, AR::CV::PixelSource source) {
-  return static_cast<int>(reason) == static_cast<int>(source);
-}
-static_assert(same(MAP_PIXEL_OK, AR::CV::PixelSource::Inside));
-static_assert(same(MAP_PIXEL_OK_PAST_LAST_CENTRE, AR::CV::PixelSource::PastLastCentre));
-static_assert(same(MAP_PIXEL_BEHIND_CAMERA, AR::CV::PixelSource::BehindCamera));
-static_assert(same(MAP_PIXEL_BEYOND_DISTORTION, AR::CV::PixelSource::BeyondDistortion));
-static_assert(same(MAP_PIXEL_NO_INVERSE, AR::CV::PixelSource::NoInverse));
-static_assert(same(MAP_PIXEL_OUTSIDE_IMAGE, AR::CV::PixelSource::OutsideImage));
-
-}  // namespace
 
 bool checkMaps(const AR::Common::CallSite& site, const CallerMaps& maps) {
   return AR_CHECK_AT(

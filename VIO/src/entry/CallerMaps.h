@@ -8,10 +8,9 @@
 #include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Camera/StereoCamera.h"
 #include "AR/CV/Image/Image.h"
-#include "AR/CV/Map/MapJob.h"
 #include "AR/Common/ArrayView.h"
 #include "AR/Common/Macros.h"
-#include "VIO/MapQuality.h"
+#include "rectiline/CalibrationRecords.h"
 
 namespace VIO {
 
@@ -36,11 +35,10 @@ inline std::uint64_t pixelCount(const AR::Math::Vec<int, 2>& size) {
   return static_cast<std::uint64_t>(size(0)) * static_cast<std::uint64_t>(size(1));
 }
 
-/// The two maps of one camera and, where asked for, the reasons of their pixels.
+/// The two maps of one camera.
 struct CallerMapPair {
   CallerMap x;
   CallerMap y;
-  ReasonPlane reasons{nullptr, 0};
 
   [[nodiscard]] bool isOfSize(const AR::Math::Vec<int, 2>& size) const {
     return x.size == pixelCount(size) && y.size == pixelCount(size);
@@ -49,15 +47,13 @@ struct CallerMapPair {
   void fillNotMade() const {
     x.fill(kNoSource);
     y.fill(kNoSource);
-    if (reasons.data != nullptr) std::fill_n(reasons.data, reasons.size, MAP_PIXEL_NOT_MADE);
   }
 
-  /// Calls make(mapXY, reasons) on the pair as two images of `size`, in place, or fills it when it
-  /// lacks room. `reasons` has data when its plane holds a byte for each pixel.
+  /// Calls make(mapXY) on the pair as two images of `size`, in place, or fills it when it lacks
+  /// room.
   template <typename Make>
   void make(const AR::Math::Vec<int, 2>& size, Make&& make) const {
     const std::uint64_t count = pixelCount(size);
-    markNotMade(count);
     if (!x.hasRoom(count) || !y.hasRoom(count)) {
       fillNotMade();
       return;
@@ -66,15 +62,7 @@ struct CallerMapPair {
     images[0].set(x.data, size, size, false);
     images[1].set(y.data, size, size, false);
     AR::Common::ArrayView<AR::CV::Image<float>> mapXY(images, 2);
-    std::uint8_t* const plane = reasons.size >= count ? reasons.data : nullptr;
-    make(mapXY, AR::CV::MapReasons{plane, size(0)});
-  }
-
- private:
-  /// What the reasons are until the map has been made.
-  void markNotMade(std::uint64_t count) const {
-    if (reasons.data == nullptr) return;
-    std::fill_n(reasons.data, std::min<std::uint64_t>(reasons.size, count), MAP_PIXEL_NOT_MADE);
+    make(mapXY);
   }
 };
 

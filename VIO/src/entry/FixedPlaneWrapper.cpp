@@ -38,8 +38,8 @@ bool convert(const CallSite& site, const DeviceCalibrationZEL& device,
 
 void lookThrough(const FullCamera<float>& camera, const FullCamera<float>& eye, float planeDistance,
                  bool keepOutside, const CallerMapPair& maps) {
-  maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY, AR::CV::MapReasons reasons) {
-    VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY, reasons);
+  maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY) {
+    VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY);
   });
 }
 
@@ -82,18 +82,4 @@ bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibration,
                               planeDistance,
                               {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                                {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
-}
-
-bool CreateFixedPlaneVSTMapsWithReasons(const DeviceCalibrationZEL* deviceCalibration,
-                                        const DeviceCalibrationZEL* seeThroughCalibration,
-                                        std::uint32_t keepOutside, float planeDistance,
-                                        float* mapLeftX, std::uint32_t mapLeftX_size,
-                                        float* mapLeftY, std::uint32_t mapLeftY_size,
-                                        float* mapRightX, std::uint32_t mapRightX_size,
-                                        float* mapRightY, std::uint32_t mapRightY_size,
-                                        ReasonPlane leftReasons, ReasonPlane rightReasons) {
-  return createFixedPlaneMaps(
-      AR_HERE, deviceCalibration, seeThroughCalibration, keepOutside != 0, planeDistance,
-      {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
-       {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}});
 }

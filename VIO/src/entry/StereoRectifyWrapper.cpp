@@ -67,9 +67,9 @@ Vec<int, 2> targetSize(const Rectification& pair) {
 
 void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
                  const CallerMapPair& maps) {
-  maps.make(targetSize(pair), [&](auto& mapXY, AR::CV::MapReasons reasons) {
+  maps.make(targetSize(pair), [&](auto& mapXY) {
     VIO::setupRectifyMap(pair.source.at(index), keepOutside, pair.target.at(index), pair.R_oltl,
-                         mapXY, reasons);
+                         mapXY);
   });
 }
 
@@ -106,19 +106,4 @@ bool CreateRectifyMap(const DeviceCalibrationZEL* deviceCalibration, std::uint32
                           {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                            {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}},
                           depthConstant, rectifiedCam);
-}
-
-bool CreateRectifyMapWithReasons(const DeviceCalibrationZEL* deviceCalibration,
-                                 std::uint32_t keepOutside, float* mapLeftX,
-                                 std::uint32_t mapLeftX_size, float* mapLeftY,
-                                 std::uint32_t mapLeftY_size, float* mapRightX,
-                                 std::uint32_t mapRightX_size, float* mapRightY,
-                                 std::uint32_t mapRightY_size, float* depthConstant,
-                                 CameraCalibrationZEL* rectifiedCam, ReasonPlane leftReasons,
-                                 ReasonPlane rightReasons) {
-  return createRectifyMap(
-      AR_HERE, deviceCalibration, keepOutside != 0,
-      {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
-       {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}},
-      depthConstant, rectifiedCam);
 }

@@ -36,9 +36,9 @@ void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCa
     return;
   }
   const bool isOfSize = VIO::pixelSize(target.getIntrinsics()) == size;
-  maps.make(size, [&](auto& mapXY, AR::CV::MapReasons reasons) {
+  maps.make(size, [&](auto& mapXY) {
     VIO::setupUndistortMap(source.getIntrinsics(), target.getIntrinsics(), keepOutside,
-                           SO3<float>(), mapXY, isOfSize ? reasons : AR::CV::MapReasons{});
+                           SO3<float>(), mapXY);
     // Both pairs have the left camera's size. What of a right camera of another size would fit, and
     // was made after the report, is not an image of it.
     for (auto& image : mapXY) {
@@ -82,17 +82,4 @@ bool CreateUndistortMap(const DeviceCalibrationZEL* deviceCalibration, std::uint
   return createUndistortMap(AR_HERE, deviceCalibration, keepOutside != 0, fovFactor,
                             {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
                              {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
-}
-
-bool CreateUndistortMapWithReasons(const DeviceCalibrationZEL* deviceCalibration,
-                                   std::uint32_t keepOutside, const float fovFactor,
-                                   float* mapLeftX, std::uint32_t mapLeftX_size, float* mapLeftY,
-                                   std::uint32_t mapLeftY_size, float* mapRightX,
-                                   std::uint32_t mapRightX_size, float* mapRightY,
-                                   std::uint32_t mapRightY_size, ReasonPlane leftReasons,
-                                   ReasonPlane rightReasons) {
-  return createUndistortMap(
-      AR_HERE, deviceCalibration, keepOutside != 0, fovFactor,
-      {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}, leftReasons},
-       {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}, rightReasons}});
 }

@@ -50,7 +50,7 @@ void preparePair(const CallSite& site, const FullCamera<float>& source,
 
 /// Runs the job over the pixels of `targetSize` that both maps have; all others get no source.
 void fillPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& targetSize,
-              ArrayView<ImageF>& mapXY, AR::CV::MapReasons reasons) {
+              ArrayView<ImageF>& mapXY) {
   Vec<int, 2> size = targetSize;
   for (ImageF& image : mapXY) {
     if (image.size() != targetSize || mapXY.size() != 2) image.clear(job.noSource);
@@ -60,21 +60,21 @@ void fillPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& target
   ImageF X, Y;
   X.set(mapXY[0].pixels(), size, mapXY[0].bufSize(), false);
   Y.set(mapXY[1].pixels(), size, mapXY[1].bufSize(), false);
-  AR::CV::fillMap(job, reportNoInverse, X, Y, reasons);
+  AR::CV::fillMap(job, reportNoInverse, X, Y);
 }
 
 }  // namespace
 
 void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
                      const FullCamera<float>& target, const SO3<float>& R_oltl,
-                     ArrayView<ImageF>& mapXY, AR::CV::MapReasons reasons) {
+                     ArrayView<ImageF>& mapXY) {
   preparePair(AR_HERE, source, target, mapXY);
   const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
   const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
   const SO3<float> R_st = R_s_ol * R_oltl * R_t_tl.inverse();
   const MapJob job(source.getIntrinsics(), target.getIntrinsics(), R_st.matrix(),
                    DepthRule::InFront, keepOutside);
-  fillPair(job, true, pixelSize(target.getIntrinsics()), mapXY, reasons);
+  fillPair(job, true, pixelSize(target.getIntrinsics()), mapXY);
 }
 
 MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
@@ -87,24 +87,23 @@ MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
 }
 
 void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
-                        const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
-                        AR::CV::MapReasons reasons) {
+                        const FullCamera<float>& eye, float planeDistance,
+                        ArrayView<ImageF>& mapXY) {
   preparePair(AR_HERE, source, eye, mapXY);
   const SE3<float> T_source_eye =
       source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
   const MapJob job = fixedPlaneJob(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye,
                                    planeDistance, keepOutside);
-  fillPair(job, false, pixelSize(eye.getIntrinsics()), mapXY, reasons);
+  fillPair(job, false, pixelSize(eye.getIntrinsics()), mapXY);
 }
 
 void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
-                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY,
-                       AR::CV::MapReasons reasons) {
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY) {
   const Vec<int, 2> targetSize = pixelSize(target);
   checkPair(AR_HERE, mapXY, targetSize, "mapXY[0].size() == targetSize",
             "mapXY[1].size() == targetSize");
   const MapJob job(source, target, R_st.matrix(), DepthRule::NonZero, keepOutside);
-  fillPair(job, false, targetSize, mapXY, reasons);
+  fillPair(job, false, targetSize, mapXY);
 }
 
 CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float focalScale) {

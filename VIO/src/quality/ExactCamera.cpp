@@ -53,8 +53,8 @@ AR::Math::Mat<double, 2, 2> ExactCamera::derivative(const PixelPosition& ideal) 
           fy * (F + 2 * dF * y * y + 6 * p1 * y + 2 * p2 * x)};
 }
 
-// The miss is measured with pixel(), not with the factor that comes with the derivative: below small
-// radii the two go by different series, 1e-5 pixels apart.
+// The miss is measured with pixel(), not with the factor that comes with the derivative: below
+// small radii the two go by different series, 1e-5 pixels apart.
 bool ExactCamera::tryUnproject(const PixelPosition& wanted, PixelPosition& ideal) const {
   constexpr int kMaxSteps = 20;
   constexpr double kSettled = 1e-10;    // pixels

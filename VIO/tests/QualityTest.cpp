@@ -12,16 +12,27 @@
 #include <thread>
 #include <vector>
 
+#include "AR/CV/Camera/Interchange.h"
+#include "AR/Common/FailedChecks.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/WorkerPool.h"
 #include "TestModels.h"
-#include "VIO/MapQuality.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "VIO/quality/CameraCertificate.h"
+#include "VIO/quality/MapReport.h"
+#include "VIO/quality/RectificationCertificate.h"
 #include "testing/LogCapture.h"
 
 namespace {
 
+using AR::Common::copyFailedChecks;
+using AR::Common::FailedCheckRecord;
+using AR::Common::failedChecksSinceReset;
+using AR::Common::resetFailedChecks;
 using rectiline::testing::LogCapture;
+using VIO::CameraCertificate;
+using VIO::MapReport;
+using VIO::RectificationCertificate;
 using VIO::testing::device;
 using VIO::testing::Lens;
 using VIO::testing::lensNamed;
@@ -49,9 +60,25 @@ struct Claim {
                      &depthConstant, &camera);
   }
   [[nodiscard]] Certificate certify(const DeviceCalibrationZEL& record) const {
+    const IntrinsicCameraCalibrationZEL& in = camera.intrinsics;
+    const auto& t = record.cameras[1].pose.position;
+    const AR::CV::TargetView view{AR::CV::TargetProjection::Pinhole,
+                                  std::fabs(t.y) > 0.05 ? 1 : 0,
+                                  in.width,
+                                  in.height,
+                                  in.focal_length_x,
+                                  in.focal_length_y,
+                                  in.principal_point_x,
+                                  in.principal_point_y};
     RectificationCertificate result;
-    const bool ok = CertifyRectification(&record, m[0].data(), n, m[1].data(), n, m[2].data(), n,
-                                         m[3].data(), n, depthConstant, &camera, &result);
+    const bool ok = VIO::certifyRectification({record.cameras[0],
+                                               record.cameras[1],
+                                               view,
+                                               AR::CV::idl2se3<double>(camera.pose).rotation(),
+                                               static_cast<double>(depthConstant),
+                                               {m[0].data(), m[1].data(), kW, kH, kW},
+                                               {m[2].data(), m[3].data(), kW, kH, kW}},
+                                              result);
     return ok ? Certificate(result) : std::nullopt;
   }
 
@@ -136,39 +163,10 @@ TEST(RectificationCertificate, HostileMapsNeverPass) {
   }
 }
 
-TEST(RectificationCertificate, RefusalsLeaveTheCertificateAlone) {
-  const DeviceCalibrationZEL good = rig(kLinear, 0.03, -0.1, 0.004);
-  const Claim claim(good);
-  const std::function<void(DeviceCalibrationZEL&, CameraCalibrationZEL&)> damages[] = {
-      [](auto& d, auto&) { d.num_cameras = 1; },
-      [](auto& d, auto&) { d.num_cameras = 7; },
-      [](auto& d, auto&) {
-        d.cameras[1].intrinsics.distortion_model = CamModel::kNumDistortionModels;
-      },
-      [](auto&, auto& c) { c.pose.orientation.x = NAN; },
-      [](auto&, auto& c) { c.intrinsics.focal_length_y = NAN; },
-      [](auto&, auto& c) { c.intrinsics.distortion[7] = 1e-3; }};
-  for (std::size_t i = 0; i < std::size(damages); ++i) {
-    DeviceCalibrationZEL record = good;
-    Claim damaged = claim;
-    damages[i](record, damaged.camera);
-    EXPECT_FALSE(damaged.certify(record)) << i;
-  }
-  RectificationCertificate result{};
-  for (int i = 0; i < 11; ++i) {  // each pointer null, then each size wrong
-    const auto X = [&](int k) { return i == k ? nullptr : claim.m[static_cast<size_t>(k)].data(); };
-    const auto n = [&](int k) { return i == 7 + k ? claim.n - 1 : claim.n; };
-    EXPECT_FALSE(CertifyRectification(
-        i == 4 ? nullptr : &good, X(0), n(0), X(1), n(1), X(2), n(2), X(3), n(3),
-        claim.depthConstant, i == 5 ? nullptr : &claim.camera, i == 6 ? nullptr : &result));
-  }
-  EXPECT_EQ(result.points, 0U);
-}
-
 TEST(CameraCertificate, MeasuresTheTables) {
   CameraCertificate c{};
   for (const Lens* const lens : kSomeLenses) {
-    ASSERT_TRUE(CertifyCamera(device(*lens).cameras, &c)) << lens->name;
+    ASSERT_TRUE(VIO::certifyCamera(device(*lens).cameras[0].intrinsics, c)) << lens->name;
     EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens->name;
     EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens->name;
   }
@@ -182,20 +180,20 @@ TEST(CameraCertificate, MeasuresTheTables) {
     record.cameras[0].intrinsics.undistortion_limit = 0.7;
     record.cameras[0].intrinsics.focal_length_y = 200;
   }
-  ASSERT_TRUE(CertifyCamera(limited[0].cameras, &centred) && CertifyCamera(limited[1].cameras, &c));
+  ASSERT_TRUE(VIO::certifyCamera(limited[0].cameras[0].intrinsics, centred));
+  ASSERT_TRUE(VIO::certifyCamera(limited[1].cameras[0].intrinsics, c));
   EXPECT_NEAR(centred.validRadiusPixels, 140, 1e-3);
   EXPECT_LT(c.validRadiusPixels, 138);
   EXPECT_GT(c.validRadiusPixels, 130);
   EXPECT_TRUE(std::isfinite(c.maxUndistortionError));
   // Uniform bins over the squared radius are coarse at the centre of a wide one-parameter fisheye.
   DeviceCalibrationZEL coarse = device(lensNamed("fisheye1"), 95);
-  ASSERT_TRUE(CertifyCamera(coarse.cameras, &c));
+  ASSERT_TRUE(VIO::certifyCamera(coarse.cameras[0].intrinsics, c));
   EXPECT_GT(c.maxDistortionError, 0.01);
   EXPECT_LT(c.distortionErrorRadius, 1);
   EXPECT_NEAR(c.fieldOfView, 2 * std::atan(25.0), 1e-6);
-  EXPECT_FALSE(CertifyCamera(nullptr, &c) || CertifyCamera(coarse.cameras, nullptr));
   coarse.cameras[0].intrinsics.focal_length_x = 0;
-  EXPECT_FALSE(CertifyCamera(coarse.cameras, &c));
+  EXPECT_FALSE(VIO::certifyCamera(coarse.cameras[0].intrinsics, c));
   EXPECT_GT(c.maxDistortionError, 0.01) << "the certificate is left alone";
 }
 
@@ -208,11 +206,7 @@ MapReport reportOf(int width, int height, const MapFunction& X, const MapFunctio
     x.push_back(X(i % width, i / width));
     y.push_back(Y(i % width, i / width));
   }
-  MapReport r{};
-  const auto n = static_cast<std::uint32_t>(x.size());
-  EXPECT_TRUE(CreateMapReport(x.data(), n, y.data(), n, static_cast<std::uint32_t>(width),
-                              static_cast<std::uint32_t>(height), &r));
-  return r;
+  return VIO::reportOn({x.data(), y.data(), width, height, width});
 }
 
 /// x -> a x + b y + c.
@@ -284,67 +278,40 @@ TEST(MapReportTest, LargestRectangleOfRandomMaps) {
   }
 }
 
-TEST(MapReportTest, RefusesWhatItCannotRead) {
-  const float f[4] = {};
-  MapReport r{};
-  r.rectX = -7;
-  EXPECT_FALSE(CreateMapReport(nullptr, 4, f, 4, 2, 2, &r));
-  EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 2, 2, nullptr));
-  EXPECT_FALSE(CreateMapReport(f, 4, f, 3, 2, 2, &r));
-  EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0, 2, &r));
-  EXPECT_FALSE(CreateMapReport(f, 4, f, 4, 0x10000U, 0x10000U, &r));
-  EXPECT_EQ(r.rectX, -7);
-}
-
-TEST(RowTimes, AreThoseOfTheSourceRow) {
-  CameraCalibrationZEL camera{};
-  camera.line_time_ns = 16000;
-  camera.rs_center_row = 240;
-  const float X[] = {3, 5, -1, std::nanf(""), 4};
-  const float Y[] = {240, 0.5F, -1, 7, kInfinity};
-  float seconds[] = {-7, -7, -7, -7, -7};
-  EXPECT_FALSE(CreateRowTimePlane(&camera, nullptr, Y, 5, seconds));
-  EXPECT_EQ(seconds[0], -7);
-  ASSERT_TRUE(CreateRowTimePlane(&camera, X, Y, 5, seconds));
-  EXPECT_EQ(seconds[0], 0);
-  EXPECT_FLOAT_EQ(seconds[1], -239.5F * 16e-6F);
-  for (int i = 2; i < 5; ++i) EXPECT_TRUE(std::isnan(seconds[i])) << i;
-}
-
 void failCheck(int line) { AR::Common::logError("what", "where", "void failCheck(int)", line); }
 
 TEST(FailedCheckQueries, KeepTheLatestSixteenAtLevelOff) {
   AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::OFF);
-  ResetFailedChecks();
+  resetFailedChecks();
   for (int line = 1; line <= 20; ++line) failCheck(line);
   const std::string tooLong(300, 'x');
   AR::Common::logError(tooLong.c_str(), tooLong.c_str(), "f", 21);
   AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::DEBUG);
-  FailedCheck checks[32];
-  EXPECT_EQ(GetFailedCheckCount(), 21U);
-  EXPECT_EQ(GetFailedChecks(nullptr, 2), 0U);
-  EXPECT_EQ(GetFailedChecks(checks, 2), 2U);
-  ASSERT_EQ(GetFailedChecks(checks, 32), 16U);
+  FailedCheckRecord checks[32];
+  EXPECT_EQ(failedChecksSinceReset(), 21U);
+  EXPECT_EQ(copyFailedChecks(checks, 2), 2U);
+  ASSERT_EQ(copyFailedChecks(checks, 32), 16U);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(checks[i].line, 21 - i);
   EXPECT_STREQ(checks[1].expression, "what");
   EXPECT_STREQ(checks[1].source, "where");
   EXPECT_EQ(checks[0].expression, tooLong.substr(0, sizeof checks[0].expression - 1));
   EXPECT_EQ(checks[0].source, tooLong.substr(0, 95));
-  ResetFailedChecks();
-  EXPECT_EQ(GetFailedChecks(checks, 32), 0U);
-  EXPECT_EQ(GetFailedCheckCount(), 0U);
+  resetFailedChecks();
+  EXPECT_EQ(copyFailedChecks(checks, 32), 0U);
+  EXPECT_EQ(failedChecksSinceReset(), 0U);
 }
 
 TEST(FailedCheckQueries, IncludeWhatTheThreadsOwnWorkersFound) {
   const LogCapture log;
   const auto failInWorkers = [](int firstLine) {
     for (const unsigned count : {6U, 50U}) {
-      ResetFailedChecks();
+      resetFailedChecks();
       AR::Common::WorkerPools::dispatch([=](int i) { failCheck(firstLine + i); }, count);
-      EXPECT_EQ(GetFailedCheckCount(), count);
-      FailedCheck checks[16];
+      EXPECT_EQ(failedChecksSinceReset(), count);
+      FailedCheckRecord checks[16];
       std::set<int> lines;
-      for (unsigned i = GetFailedChecks(checks, 16); i > 0; --i) lines.insert(checks[i - 1].line);
+      for (std::size_t i = copyFailedChecks(checks, 16); i > 0; --i)
+        lines.insert(checks[i - 1].line);
       ASSERT_EQ(lines.size(), std::min(count, 16U));
       EXPECT_GE(*lines.begin(), firstLine);
       EXPECT_LT(*lines.rbegin(), firstLine + static_cast<int>(count));
