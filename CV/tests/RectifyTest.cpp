@@ -48,6 +48,21 @@ struct Settings {
   Vec3 desiredDir = {};
 };
 
+/// Reports must name the function that a caller knows, not a helper inside of it.
+void expectKnownNames(const LogCapture& log) {
+  for (const auto& line : log.lines()) {
+    const std::size_t place = line.text.find(" AR/CV/Stereo/Rectify(");
+    if (place == std::string::npos) continue;
+    const std::string signature = line.text.substr(line.text.find(") ", place) + 2);
+    const std::string upToName = signature.substr(0, signature.find('('));
+    const std::string name = upToName.substr(upToName.rfind(':') + 1);
+    EXPECT_TRUE(name == "makeTargetCalibration" || name == "setupTargetIntrinsics" ||
+                name == "getBaselineIdx" || name == "checkMappingFactor" ||
+                name == "validateStereoRectify")
+        << line.text;
+  }
+}
+
 /// What makeTargetCalibration gave, and what it reported.
 struct Result {
   explicit Result(const Rig& rig, const Settings& s = {}) {
@@ -55,6 +70,7 @@ struct Result {
     makeTargetCalibration(rig, 64U, s.minDepth, s.maxDepth, s.width, s.T_ref, s.desiredDir, target,
                           R_oltl, depth);
     text = log.text();
+    expectKnownNames(log);
   }
   [[nodiscard]] int reports(const std::string& check = "") const {
     const std::string part = "AR_ASSERT " + check + (check.empty() ? "" : " AR/CV/Stereo/Rectify(");
@@ -211,6 +227,7 @@ TEST(Rectify, RefusesDesiredDirectionsTooFarOff) {
                 {{0.1F, 1, -1}, "Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0", true},
                 {{0, 0, 1}, "angleFromTargetBefore > angleFromTargetAfter", true},
                 {{1, 0, 0.005F}, kPrincipalPoint, true},
+                {{0, 0.001F, 0.005F}, kPrincipalPoint, true},  // near the axis, but too short
                 // Its principal point lies outside the image.
                 {{1.2F, 0, 1}, "angleFromTargetBefore < FloatType(AR_PI/4)", false}};
   for (const auto& c : kCases) {
@@ -243,6 +260,7 @@ TEST(Rectify, TheValidationFindsRowsApartAndWrongProjections) {
     EXPECT_EQ(log.count("x_tl=(") * log.count("x_tr=("), 1) << log.text();
     EXPECT_EQ(log.failedChecks() > 0, c.check != nullptr) << log.text();
     EXPECT_GT(log.count(c.check != nullptr ? c.check : "x_tl="), 0) << log.text();
+    expectKnownNames(log);
   }
   for (const float error : {0.0F, 0.001F}) {
     const LogCapture log;

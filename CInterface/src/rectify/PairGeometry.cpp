@@ -96,7 +96,7 @@ PairGeometry pairGeometry(const DeviceCalibrationZEL& device, const CameraPair& 
 
   AR::Math::Vec<float, 3> baselineDir_t;  // from the right camera to the left one
   baselineDir_t(axis) = static_cast<float>(-g.sign);
-  const SO3<float> R_oltl = steps::rectifyingRotation(relative.T_orol_map, baselineDir_t);
+  const SO3<float> R_oltl = steps::rectifyingRotation(AR_HERE, relative.T_orol_map, baselineDir_t);
   // The products with the identity stand for the poses of the left camera and of the views, as
   // setupRectifyMap() multiplies them: each re-orthonormalises.
   const SO3<float> I;

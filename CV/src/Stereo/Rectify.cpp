@@ -15,15 +15,16 @@ namespace AR::CV {
 namespace {
 
 using Common::assertSuccess;
+using Common::CallSite;
 using Common::Logger;
 using Internal::kRectifySource;
 
 template <typename F>
-F targetWidth(std::uint32_t targetImageWidth, const Math::Vec<F, 2>& size) {
+F targetWidth(const CallSite& site, std::uint32_t targetImageWidth, const Math::Vec<F, 2>& size) {
   if (targetImageWidth == 0) return size(0);
-  AR_CHECK(targetImageWidth <= Common::saturatingCast<std::uint32_t>(size(0)),
-           "targetImageWidth == 0u || targetImageWidth <= static_cast<uint32_t>(size(0))",
-           kRectifySource);
+  AR_CHECK_AT(site, targetImageWidth <= Common::saturatingCast<std::uint32_t>(size(0)),
+              "targetImageWidth == 0u || targetImageWidth <= static_cast<uint32_t>(size(0))",
+              kRectifySource);
   return static_cast<F>(targetImageWidth);
 }
 
@@ -37,11 +38,11 @@ void initTargetCamera(FullCamera<F>& camera, const CamModel::CameraModel<F>& mod
 
 /// Reports a source rig whose left camera is not the reference frame itself.
 template <typename F>
-void checkLeftCameraAtOrigin(const Math::SE3<F>& T_olol) {
-  AR_CHECK(Math::isIdentity(T_olol.rotation().matrix()),
-           "Math::isIdentity(T_olol.rotation().matrix())", kRectifySource);
-  AR_CHECK(Math::norm(T_olol.translation()) == 0, "Math::norm(T_olol.translation())==0",
-           kRectifySource);
+void checkLeftCameraAtOrigin(const CallSite& site, const Math::SE3<F>& T_olol) {
+  AR_CHECK_AT(site, Math::isIdentity(T_olol.rotation().matrix()),
+              "Math::isIdentity(T_olol.rotation().matrix())", kRectifySource);
+  AR_CHECK_AT(site, Math::norm(T_olol.translation()) == 0, "Math::norm(T_olol.translation())==0",
+              kRectifySource);
 }
 
 /// Half of the rotation R_orol: turned by it, each camera looks half-way towards the other.
@@ -57,23 +58,23 @@ Math::SO3<F> halfRotation(const Math::SO3<F>& R_orol) {
 /// Turns the target pair about its baseline so that its axis comes as close to `dir_ol` as it can:
 /// the rectification stays, the view moves.
 template <typename F>
-void turnTowards(const Math::Vec<F, 3>& dir_ol, const Math::Vec<F, 3>& baselineDir,
-                 Math::SO3<F>& R_oltl) {
+void turnTowards(const CallSite& site, const Math::Vec<F, 3>& dir_ol,
+                 const Math::Vec<F, 3>& baselineDir, Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> newDir_tl(F(0), F(0), F(1));
   const Math::Vec<F, 3> currentDir_tl = Math::unit(R_oltl.inverse() * dir_ol);
   const double angleFromTargetBefore = Math::angleBetween(currentDir_tl, newDir_tl);
-  AR_CHECK(angleFromTargetBefore < AR_PI / 4, "angleFromTargetBefore < FloatType(AR_PI/4)",
-           kRectifySource);
-  AR_CHECK(Math::dot(currentDir_tl, newDir_tl) > 0, "Math::dot(currentDir_tl, newDir_tl) > 0",
-           kRectifySource);
+  AR_CHECK_AT(site, angleFromTargetBefore < AR_PI / 4, "angleFromTargetBefore < FloatType(AR_PI/4)",
+              kRectifySource);
+  AR_CHECK_AT(site, Math::dot(currentDir_tl, newDir_tl) > 0,
+              "Math::dot(currentDir_tl, newDir_tl) > 0", kRectifySource);
   const Math::Vec<F, 3> nearCurrentDir_tl = Math::perpendicular(baselineDir, currentDir_tl);
   const Math::Vec<F, 3> nearNewDir_tl = Math::perpendicular(baselineDir, newDir_tl);
-  AR_CHECK(Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0,
-           "Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0", kRectifySource);
+  AR_CHECK_AT(site, Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0,
+              "Math::dot(nearNewDir_tl, nearCurrentDir_tl) > 0", kRectifySource);
   R_oltl = R_oltl * Math::SO3<F>::exp(Math::makeso3FromTo(nearNewDir_tl, nearCurrentDir_tl));
   const double angleFromTargetAfter = Math::angleBetween(R_oltl.inverse() * dir_ol, newDir_tl);
-  AR_CHECK(angleFromTargetBefore > angleFromTargetAfter,
-           "angleFromTargetBefore > angleFromTargetAfter", kRectifySource);
+  AR_CHECK_AT(site, angleFromTargetBefore > angleFromTargetAfter,
+              "angleFromTargetBefore > angleFromTargetAfter", kRectifySource);
   AR_LOGF(Logger::DEBUG, kRectifySource,
           "Target calibration angle from desired direction %frads; was %frads.",
           angleFromTargetAfter, angleFromTargetBefore);
@@ -93,16 +94,16 @@ void movePrincipalPoint(const Math::Vec<F, 2>& pixel, FullStereoCameraCalibratio
 
 /// Turns the target pair towards `desiredDir` and puts that direction into the principal point.
 template <typename F>
-void repoint(const Math::SE3<F>& T_ref, const Math::Vec<F, 3>& desiredDir,
+void repoint(const CallSite& site, const Math::SE3<F>& T_ref, const Math::Vec<F, 3>& desiredDir,
              const Math::Vec<F, 3>& baselineDir, FullStereoCameraCalibration<F>& target,
              Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> dir_ol = T_ref.rotation().inverse() * desiredDir;
-  turnTowards(dir_ol, baselineDir, R_oltl);
+  turnTowards(site, dir_ol, baselineDir, R_oltl);
   const Math::Vec<F, 3> dir_tl = R_oltl.inverse() * dir_ol;
   Math::Vec<F, 2> pixel;
   const bool projected = target.at(0).getIntrinsics().tryProjectToPix(dir_tl, pixel);
-  if (AR_CHECK(projected, "0 && \"Principal point moved outside FOV. Rotation too large\"",
-               kRectifySource)) {
+  if (AR_CHECK_AT(site, projected, "0 && \"Principal point moved outside FOV. Rotation too large\"",
+                  kRectifySource)) {
     movePrincipalPoint(pixel, target);
   }
 }
@@ -139,7 +140,7 @@ Math::SO3<F> Internal::alignment(const Math::Vec<double, 3>& from, const Math::V
 }
 
 template <typename F>
-Math::SO3<F> Internal::rectifyingRotation(const Math::SE3<F>& T_orol,
+Math::SO3<F> Internal::rectifyingRotation(const CallSite& site, const Math::SE3<F>& T_orol,
                                           const Math::Vec<F, 3>& baselineDir_t) {
   const Math::SO3<F> R_half = halfRotation(T_orol.rotation());
   const Math::SE3<double> T = T_orol.template cast<double>();
@@ -150,10 +151,10 @@ Math::SO3<F> Internal::rectifyingRotation(const Math::SE3<F>& T_orol,
   const Math::SO3<F> R_tlol = alignment<F>(baselineVec_half, dir_t) * R_half;
   const Math::Vec<double, 3> baselineVec_tl = R_tlol.template cast<double>() * baselineVec_ol;
   Internal::logVector("", baselineVec_tl, Logger::DEBUG);
-  AR_CHECK(std::fabs(Math::dot(Math::unit(baselineVec_tl), dir_t) - 1) < 0.0001,
-           "(Math::fabs(Math::dot(Math::unit(R_oltl.inverse()*baselineVec_ol), "
-           "baselineDir_target_t) - 1)) < 0.0001",
-           kRectifySource);
+  AR_CHECK_AT(site, std::fabs(Math::dot(Math::unit(baselineVec_tl), dir_t) - 1) < 0.0001,
+              "(Math::fabs(Math::dot(Math::unit(R_oltl.inverse()*baselineVec_ol), "
+              "baselineDir_target_t) - 1)) < 0.0001",
+              kRectifySource);
   return R_tlol.inverse();
 }
 
@@ -193,7 +194,7 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   const F f = static_cast<F>(static_cast<double>(sourceSize(1)) / extent);
   const TargetIntrinsicsParams<F> params =
       Internal::setupTargetIntrinsics(numDisparities, minDepth, maxDepth, f * B);
-  const Math::Vec<F, 2> size(targetWidth(targetImageWidth, sourceSize), sourceSize(1));
+  const Math::Vec<F, 2> size(targetWidth(AR_HERE, targetImageWidth, sourceSize), sourceSize(1));
   const Math::Vec<F, 2> focal(f * params.scale, f);
 
   const std::size_t baselineIdx = Internal::getBaselineIdx(calib);
@@ -207,10 +208,10 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   initTargetCamera(target.at(1), pinholeModel(size, centreR, focal), baselineDir_t * B, "right");
   if (!target.isInitialized()) return;
 
-  checkLeftCameraAtOrigin(left.getCamReferenceToLocal());
-  R_oltl = Internal::rectifyingRotation(T_orol, baselineDir_t);
+  checkLeftCameraAtOrigin(AR_HERE, left.getCamReferenceToLocal());
+  R_oltl = Internal::rectifyingRotation(AR_HERE, T_orol, baselineDir_t);
   if (!Math::isZero(desiredDir)) {
-    repoint(T_ref, desiredDir, baselineDir_t, target, R_oltl);
+    repoint(AR_HERE, T_ref, desiredDir, baselineDir_t, target, R_oltl);
     if (!target.isInitialized()) return;
   }
   depthParams.offsetX = params.offsetX;
@@ -232,7 +233,7 @@ template Math::SO3<float> Internal::alignment(const Math::Vec<double, 3>&,
                                               const Math::Vec<double, 3>&);
 template Math::SO3<double> Internal::alignment(const Math::Vec<double, 3>&,
                                                const Math::Vec<double, 3>&);
-template Math::SO3<float> Internal::rectifyingRotation(const Math::SE3<float>&,
+template Math::SO3<float> Internal::rectifyingRotation(const CallSite&, const Math::SE3<float>&,
                                                        const Math::Vec<float, 3>&);
 template std::size_t Internal::getBaselineIdx(const FullStereoCameraCalibration<float>&);
 

@@ -33,10 +33,11 @@ bool tryDepthAtDisparity(const Math::Vec<F, 2>& size, const FullStereoCameraCali
 
 /// Projection of a point of the reference frame, reporting a point that has none.
 template <typename F>
-Math::Vec<F, 2> project(const FullCamera<F>& camera, const Math::Vec<F, 3>& point_ref) {
+Math::Vec<F, 2> project(const Common::CallSite& site, const FullCamera<F>& camera,
+                        const Math::Vec<F, 3>& point_ref) {
   Math::Vec<F, 2> pixel;
   const bool success = camera.projectCameraToDevicePix(point_ref, pixel);
-  AR_CHECK(success, "success", kRectifySource);
+  AR_CHECK_AT(site, success, "success", kRectifySource);
   return pixel;
 }
 
@@ -66,11 +67,11 @@ void validateStereoRectify(const FullStereoCameraCalibration<F>& source,
                            const FullStereoCameraCalibration<F>& target,
                            const Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> P_ol(F(0), F(0), F(1));
-  const Math::Vec<F, 2> x_ol = project(source.at(0), P_ol);
-  project(source.at(1), P_ol);
+  const Math::Vec<F, 2> x_ol = project(AR_HERE, source.at(0), P_ol);
+  project(AR_HERE, source.at(1), P_ol);
   const Math::Vec<F, 3> P_tl = R_oltl.inverse() * P_ol;
-  const Math::Vec<F, 2> x_tl = project(target.at(0), P_tl);
-  const Math::Vec<F, 2> x_tr = project(target.at(1), P_tl);
+  const Math::Vec<F, 2> x_tl = project(AR_HERE, target.at(0), P_tl);
+  const Math::Vec<F, 2> x_tr = project(AR_HERE, target.at(1), P_tl);
   logVector("x_tl=", x_tl, Common::Logger::INFO);
   logVector("x_tr=", x_tr, Common::Logger::INFO);
   const std::size_t baselineIdx = getBaselineIdx(target);
@@ -81,7 +82,7 @@ void validateStereoRectify(const FullStereoCameraCalibration<F>& source,
   const bool success = target.at(0).getIntrinsics().tryPixel2ideal(x_tl, ideal_tl);
   AR_CHECK(success, "success", kRectifySource);
   const Math::Vec<F, 3> ray_ol = R_oltl * Math::Vec<F, 3>(ideal_tl(0), ideal_tl(1), F(1));
-  const Math::Vec<F, 2> x_ol_reproj = project(source.at(0), ray_ol);
+  const Math::Vec<F, 2> x_ol_reproj = project(AR_HERE, source.at(0), ray_ol);
   AR_CHECK(Math::norm(x_ol_reproj - x_ol) < 1e-1, "AR::Math::norm(x_ol_reproj - x_ol) < 1e-1",
            kRectifySource);
 }

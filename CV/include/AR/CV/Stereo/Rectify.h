@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "AR/CV/Camera/StereoCamera.h"
+#include "AR/Common/Macros.h"
 #include "AR/Math/SE3.h"
 #include "AR/Math/SO3.h"
 
@@ -86,9 +87,10 @@ Math::SO3<FloatType> alignment(const Math::Vec<double, 3>& from, const Math::Vec
 
 /// R_oltl of a pair with pose `T_orol`: each camera is turned half-way towards the other, and then
 /// so that the vector from the right camera to the left one lies along the unit vector
-/// `baselineDir_t`.
+/// `baselineDir_t`. Reports, at `site`, a rotation that does not put it there.
 template <typename FloatType>
-Math::SO3<FloatType> rectifyingRotation(const Math::SE3<FloatType>& T_orol,
+Math::SO3<FloatType> rectifyingRotation(const Common::CallSite& site,
+                                        const Math::SE3<FloatType>& T_orol,
                                         const Math::Vec<FloatType, 3>& baselineDir_t);
 
 /// The axis of camera 1's frame (0, 1 or 2) along which the baseline mostly lies.
@@ -128,7 +130,8 @@ extern template Math::SO3<float> alignment(const Math::Vec<double, 3>&,
                                            const Math::Vec<double, 3>&);
 extern template Math::SO3<double> alignment(const Math::Vec<double, 3>&,
                                             const Math::Vec<double, 3>&);
-extern template Math::SO3<float> rectifyingRotation(const Math::SE3<float>&,
+extern template Math::SO3<float> rectifyingRotation(const Common::CallSite&,
+                                                    const Math::SE3<float>&,
                                                     const Math::Vec<float, 3>&);
 extern template std::size_t getBaselineIdx(const FullStereoCameraCalibration<float>&);
 extern template void checkMappingFactor(const Math::Vec<float, 2>&,
