@@ -2,6 +2,7 @@
 
 #include "AR/Common/RowBands.h"
 #include "bilinear.h"
+#include "remapColour.h"
 
 namespace kel {
 namespace {
@@ -32,31 +33,48 @@ void remapPixel(const ConstImage& source, float x, float y, T* target) {
 }
 
 template <typename T, int channels>
-void remapAll(const ConstImage& source, const ConstMap& map, std::uint8_t* target,
-              std::ptrdiff_t targetStride) {
+void remapRowScalar(const ConstImage& source, const float* x, const float* y, T* target,
+                    int count) {
+  for (int u = 0; u < count; ++u) {
+    remapPixel<T, channels>(source, x[u], y[u], target + std::ptrdiff_t{channels} * u);
+  }
+}
+
+/// Calls remapRow(x, y, target) for every row.
+template <typename RemapRow>
+void forEachRow(const ConstMap& map, std::uint8_t* target, std::ptrdiff_t targetStride,
+                RemapRow&& remapRow) {
   const std::ptrdiff_t mapStride = map.stride / static_cast<std::ptrdiff_t>(sizeof(float));
   AR::Common::forEachRowBand(map.height, map.width, [&](int firstRow, int endRow) {
     for (int v = firstRow; v < endRow; ++v) {
-      const float* const x = map.x + v * mapStride;
-      const float* const y = map.y + v * mapStride;
-      T* const row = reinterpret_cast<T*>(target + v * targetStride);
-      for (int u = 0; u < map.width; ++u) {
-        remapPixel<T, channels>(source, x[u], y[u], row + std::ptrdiff_t{channels} * u);
-      }
+      remapRow(map.x + v * mapStride, map.y + v * mapStride, target + v * targetStride);
     }
   });
 }
 
 }  // namespace
 
+void remapColourRowScalar(const ConstImage& source, int channels, const float* x, const float* y,
+                          std::uint8_t* target, int count) {
+  if (channels == 3) return remapRowScalar<std::uint8_t, 3>(source, x, y, target, count);
+  remapRowScalar<std::uint8_t, 4>(source, x, y, target, count);
+}
+
 void remapImage(PixelFormat format, const ConstImage& source, const ConstMap& map,
                 std::uint8_t* target, std::ptrdiff_t targetStride) {
-  switch (format) {
-    case PixelFormat::Grey8: return remapAll<std::uint8_t, 1>(source, map, target, targetStride);
-    case PixelFormat::Rgb8: return remapAll<std::uint8_t, 3>(source, map, target, targetStride);
-    case PixelFormat::Rgba8: return remapAll<std::uint8_t, 4>(source, map, target, targetStride);
-    case PixelFormat::Grey16: return remapAll<std::uint16_t, 1>(source, map, target, targetStride);
-  }
+  forEachRow(map, target, targetStride, [&](const float* x, const float* y, std::uint8_t* row) {
+    switch (format) {
+      case PixelFormat::Grey8:
+        return remapRowScalar<std::uint8_t, 1>(source, x, y, row, map.width);
+      case PixelFormat::Grey16:
+        return remapRowScalar<std::uint16_t, 1>(source, x, y, reinterpret_cast<std::uint16_t*>(row),
+                                                map.width);
+      case PixelFormat::Rgb8:
+        return remapColourRow(source, 3, x, y, row, map.width);
+      case PixelFormat::Rgba8:
+        return remapColourRow(source, 4, x, y, row, map.width);
+    }
+  });
 }
 
 }  // namespace kel

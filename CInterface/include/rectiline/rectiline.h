@@ -354,8 +354,10 @@ RECTILINE_API int32_t rectiline_see_through(const DeviceCalibrationZEL* device,
 /**
  * The calibration of a camera whose images were scaled or binned by (scale_x, scale_y) and then cut
  * to width x height pixels from (crop_x, crop_y) on:
- * cx' = (cx + 0.5) scale_x - 0.5 - crop_x, fx' = fx scale_x.
- * @param width, height  0: the whole scaled image, rounded to whole pixels
+ * cx' = (cx + 0.5) scale_x - 0.5 - crop_x, fx' = fx scale_x. A rolling shutter's line time and
+ * centre row follow, rounded to whole nanoseconds and rows. The principal point must stay inside.
+ * @param width, height  0: all of the scaled image from the crop on, rounded to whole pixels
+ * @param scaled         may be the camera itself
  */
 RECTILINE_API int32_t rectiline_scaled_camera(const CameraCalibrationZEL* camera, double scale_x,
                                               double scale_y, int32_t crop_x, int32_t crop_y,
