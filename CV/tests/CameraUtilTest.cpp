@@ -13,7 +13,7 @@ using namespace CamModel;
 using rectiline::testing::LogCapture;
 
 template <typename P>
-class CameraUtil : public ::testing::Test {};
+struct CameraUtil : ::testing::Test {};
 using Precisions = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CameraUtil, Precisions);
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 #include "AR/CV/Camera/CamImageId.h"
@@ -19,23 +19,25 @@ namespace {
 using Common::Logger;
 using rectiline::testing::LogCapture;
 using testing::cameraRecord;
+using Ids = std::vector<CamImageId>;
+using Names = std::vector<std::string>;
+
+const CamImageId kLeft("left"), kRight("right"), kUnknown("nobody");
 
 TEST(CamImageId, ComparesHashesOfNames) {
   // From a separate program that reproduces published MurmurHash2 values.
-  EXPECT_EQ(CamImageId("").getHash(), 0U);
-  EXPECT_EQ(CamImageId("abc").getHash(), 0x13577c9bU);
-  EXPECT_EQ(CamImageId("right").getHash(), 0x6ef9e3a6U);
-  EXPECT_EQ(CamImageId("trackingA0").getHash(), 0xe4409cf2U);
-  EXPECT_NE(CamImageId("left"), CamImageId("right"));
+  const std::pair<const char*, std::uint32_t> kHashes[] = {
+      {"", 0}, {"abc", 0x13577c9b}, {"right", 0x6ef9e3a6}, {"trackingA0", 0xe4409cf2}};
+  for (const auto& [name, hash] : kHashes) EXPECT_EQ(CamImageId(name).getHash(), hash);
+  EXPECT_NE(kLeft, kRight);
   EXPECT_EQ(CamImageId("cam61156"), CamImageId("cam140467"));  // the same hash
 }
 
 TEST(CamImageId, ReadsNoNameBeyondItsBound) {
-  char unterminated[64];
-  std::memset(unterminated, 'n', sizeof(unterminated));
+  const std::vector<char> unterminated(64, 'n');
   const std::string n63(63, 'n'), n99(99, 'n');
   const std::pair<const char*, std::size_t> kNames[] = {
-      {nullptr, 0}, {n63.c_str(), 63}, {n99.c_str(), 64}, {unterminated, 64}};
+      {nullptr, 0}, {n63.c_str(), 63}, {n99.c_str(), 64}, {unterminated.data(), 64}};
   for (const auto& [text, length] : kNames) {
     LogCapture log;
     const CamImageId id(text);
@@ -62,8 +64,7 @@ TEST(CalibrationInfo, ChecksVersionAndOriginAndLogsItsEnd) {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 template <typename P>
-class FullCameraTest : public ::testing::Test {
- protected:
+struct FullCameraTest : ::testing::Test {
   static constexpr double kTolerance = 20 * static_cast<double>(std::numeric_limits<P>::epsilon());
 
   FullCameraTest() { camera.setFromIdl(cameraRecord("left")); }
@@ -126,16 +127,12 @@ TYPED_TEST(FullCameraTest, CarriesEveryFieldIntoAnotherPrecision) {
   auto& corrector = this->camera.getRSCorrector();
   corrector.centerRow = 17;
   corrector.mode = 3;
-  for (std::size_t i = 0; i < corrector.workingState.size(); ++i)
-    corrector.workingState[i] = P(i + 1);
+  std::iota(corrector.workingState.begin(), corrector.workingState.end(), P(1));
   const FullCamera<Q> other = this->camera.template cast<Q>();
   EXPECT_EQ(testing::fieldsOf(other), testing::fieldsOf(this->camera));
   EXPECT_EQ(other.getIntrinsics().getCamModel().limits.distortionLimit, Q(0.75));
   EXPECT_EQ(other.getIntrinsics().getCamModel().limits.undistortionLimit, Q(0.875));
   EXPECT_EQ(other.getNameStr(), "left");
-}
-
-TYPED_TEST(FullCameraTest, HashesThePose) {
   const std::uint64_t hash = this->camera.getHash(1);
   this->camera.setExtrinsics({});
   EXPECT_NE(hash, this->camera.getHash(1));
@@ -161,7 +158,7 @@ TYPED_TEST(FullCameraTest, TurnsAsItsRecordSaysAndReturnsIt) {
     again.setFromIdl(in);
     EXPECT_TRUE(again.getRSCorrector().isRollingShutter);
     EXPECT_STREQ(out.name, "left");
-    EXPECT_EQ(out.line_time_ns, 16000U);
+    EXPECT_EQ(again.toIdl({}).line_time_ns, 16000U);
     EXPECT_EQ(out.rs_center_row, -17);
     EXPECT_EQ(out.capture_details, in.capture_details);
     EXPECT_NEAR(out.intrinsics.distortion[7], -0.002, 1e-9);
@@ -196,11 +193,6 @@ TEST(InterchangeDeathTest, AQuaternionWithoutLengthIsFatal) {
   EXPECT_DEATH(static_cast<void>(toXRRD({})), "length>0");
 }
 
-using Ids = std::vector<CamImageId>;
-using Names = std::vector<std::string>;
-
-const CamImageId kLeft("left"), kRight("right"), kUnknown("nobody");
-
 template <typename P>
 void fill(FullStereoCameraCalibration<P>& rig, const unsigned n) {
   std::vector<CameraCalibrationZEL> records;
@@ -218,14 +210,13 @@ Names names(const FullStereoCameraCalibration<P>& rig) {
 }
 
 template <typename P>
-class RigTest : public ::testing::Test {
- protected:
+struct RigTest : ::testing::Test {
   FullStereoCameraCalibration<P> rig{CalibrationInfo(CalibrationInfo::UNKNOWN, 0)};
   LogCapture log;
 };
 TYPED_TEST_SUITE(RigTest, Precisions);
 
-TYPED_TEST(RigTest, TakesUpToSixCamerasFromRecords) {
+TYPED_TEST(RigTest, TakesUpToSixCamerasAndKnowsNoOther) {
   EXPECT_FALSE(this->rig.isInitialized());
   fill(this->rig, 2);
   EXPECT_TRUE(this->rig.isInitialized());
@@ -236,12 +227,11 @@ TYPED_TEST(RigTest, TakesUpToSixCamerasFromRecords) {
   EXPECT_EQ(this->log.count("this->empty()"), 1) << this->log.text();
   EXPECT_EQ(this->log.count("new_size<=MAX_SIZE"), 1) << this->log.text();
   EXPECT_EQ(this->log.count("index<current_size"), 2) << this->log.text();
-}
-
-TYPED_TEST(RigTest, DefaultIdsDoNotCountAsGivenOnes) {
-  using RigType = FullStereoCameraCalibration<TypeParam>;
-  EXPECT_TRUE(RigType::noCameraIdsProvided(Ids{kLeft, CamImageId("default_cam_3")}));
-  EXPECT_FALSE(RigType::noCameraIdsProvided(Ids{kLeft, CamImageId("default_cam")}));
+  this->rig[kUnknown].setCamId(CamImageId("written"));
+  EXPECT_FALSE(this->rig[kUnknown].getCamId().isInit());
+  EXPECT_FALSE(std::as_const(this->rig)[kUnknown].isInitialized());
+  EXPECT_EQ(this->log.count("camId nobody not found in FullStereoCameraCalibration"), 3);
+  EXPECT_EQ(this->log.count("AR_ASSERT 0 "), 3) << this->log.text();
 }
 
 TYPED_TEST(RigTest, OnlyAnEmptyRigTakesGivenIdsAndCollectsThemOnce) {
@@ -251,19 +241,12 @@ TYPED_TEST(RigTest, OnlyAnEmptyRigTakesGivenIdsAndCollectsThemOnce) {
   EXPECT_FALSE(this->rig.trySetupEmptyCalibration(Ids{kUnknown, kLeft}));
   EXPECT_EQ(this->log.count("std::find_if"), 1) << this->log.text();
   EXPECT_EQ(names(this->rig), (Names{"left", "right"}));
+  EXPECT_TRUE(this->rig.noCameraIdsProvided(Ids{kLeft, CamImageId("default_cam_3")}));
+  EXPECT_FALSE(this->rig.noCameraIdsProvided(Ids{kLeft, CamImageId("default_cam")}));
   fill(this->rig, 4);
   this->rig[kRight].setCamId(kUnknown);
   EXPECT_EQ(this->rig.getCamIds()[1], kRight);
   EXPECT_EQ(this->log.count("camIdVec[i]"), 3) << this->log.text();
-}
-
-TYPED_TEST(RigTest, AnUnknownIdYieldsASpareCamera) {
-  fill(this->rig, 6);
-  this->rig[kUnknown].setCamId(CamImageId("written"));
-  EXPECT_FALSE(this->rig[kUnknown].getCamId().isInit());
-  EXPECT_FALSE(std::as_const(this->rig)[kUnknown].isInitialized());
-  EXPECT_EQ(this->log.count("camId nobody not found in FullStereoCameraCalibration"), 3);
-  EXPECT_EQ(this->log.count("AR_ASSERT 0 "), 3) << this->log.text();
 }
 
 TYPED_TEST(RigTest, SelectsInRigOrderAndInAnyPrecision) {
@@ -277,6 +260,7 @@ TYPED_TEST(RigTest, SelectsInRigOrderAndInAnyPrecision) {
     EXPECT_EQ(names(asDouble), selected);
     EXPECT_EQ(asDouble.isInitialized(), !selected.empty());
     EXPECT_EQ(asDouble.getDeviceUID(), "uid");
+    EXPECT_EQ(asDouble.getInfo().getOrigin(), CalibrationInfo::XR_CALIB);
   }
 }
 
