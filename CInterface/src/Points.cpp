@@ -9,6 +9,7 @@
 #include "Structs.h"
 #include "VIO/quality/ExactCamera.h"
 #include "Views.h"
+#include "rectify/ViewSource.h"
 #include "rectiline/rectiline.h"
 
 namespace {
@@ -76,6 +77,14 @@ class PointCamera {
 
 template <int N>
 using Point = AR::Math::Vec<double, N>;
+
+/// Whether maps of a view go as far as a ray of it.
+bool isInReach(const AR::CV::TargetView& view, const Vec3& ray_v) {
+  if (view.projection != AR::CV::TargetProjection::Pinhole) return true;
+  const double x = ray_v(0) / ray_v(2);
+  const double y = ray_v(1) / ray_v(2);
+  return x * x + y * y < kPinholeRange;
+}
 
 /// n points of N coordinates each.
 template <int N>
@@ -174,7 +183,10 @@ std::int32_t rectiline_pixels_to_view(const CameraCalibrationZEL* camera,
       Vec3 ray;
       const rectiline_pixel reason = from.unproject(pixel, ray);
       if (!isAnswer(reason)) return reason;
-      if (!to.target.tryPixel(R_vc * ray, viewPixel)) return RECTILINE_PIXEL_BEHIND_CAMERA;
+      const Vec3 ray_v = R_vc * ray;
+      if (!to.target.tryPixel(ray_v, viewPixel) || !isInReach(to.target, ray_v)) {
+        return RECTILINE_PIXEL_BEHIND_CAMERA;
+      }
       return PointCamera::placeInImage(viewPixel, to.target.width, to.target.height);
     };
     convertPoints<2, 2>(n, pixels, view_pixels, reasons, convert);
@@ -192,7 +204,9 @@ std::int32_t rectiline_view_to_pixels(const CameraCalibrationZEL* camera,
     checkBuffers<2, 2>(n, view_pixels, "view_pixels", pixels, "pixels", reasons);
     const auto convert = [&](const PixelPosition& viewPixel, PixelPosition& pixel) {
       Vec3 ray_view;
-      if (!from.target.tryRay(viewPixel, ray_view)) return RECTILINE_PIXEL_NO_INVERSE;
+      if (!from.target.tryRay(viewPixel, ray_view) || !isInReach(from.target, ray_view)) {
+        return RECTILINE_PIXEL_NO_INVERSE;
+      }
       return to.project(from.R_cv * ray_view, pixel);
     };
     convertPoints<2, 2>(n, view_pixels, pixels, reasons, convert);

@@ -11,6 +11,7 @@ namespace rectiline::capi {
 namespace {
 
 using Model = CamModel::CameraModel<float>;
+using ExactModel = CamModel::CameraModel<double>;
 
 void requireConvertible(const IntrinsicCameraCalibrationZEL& intrinsics, int camera) {
   const std::optional<VIO::RecordFault> fault = VIO::findFault(intrinsics);
@@ -19,7 +20,8 @@ void requireConvertible(const IntrinsicCameraCalibrationZEL& intrinsics, int cam
                fault->expected);
 }
 
-void requireUsable(const Model& model, int camera) {
+template <typename P>
+void requireUsable(const CamModel::CameraModel<P>& model, int camera) {
   const std::optional<CamModel::ModelFault> fault = CamModel::findFault(model);
   if (!fault) return;
   refuseCamera(camera, {"intrinsics", fault->field}, fault->value, "is %g: %s", fault->value,
@@ -28,17 +30,21 @@ void requireUsable(const Model& model, int camera) {
 
 /// The model alone, for the checks: the limits of a lens that gives none are a search, which only
 /// makeCamera() needs.
-Model withoutLimits(IntrinsicCameraCalibrationZEL intrinsics) {
+IntrinsicCameraCalibrationZEL withoutLimits(IntrinsicCameraCalibrationZEL intrinsics) {
   intrinsics.distortion_limit = 1;
   intrinsics.undistortion_limit = 1;
-  return Model(intrinsics);
+  return intrinsics;
 }
 
 }  // namespace
 
 void requireIntrinsics(const CameraCalibrationZEL& record, int camera) {
   requireConvertible(record.intrinsics, camera);
-  requireUsable(withoutLimits(record.intrinsics), camera);
+  const IntrinsicCameraCalibrationZEL intrinsics = withoutLimits(record.intrinsics);
+  requireUsable(Model(intrinsics), camera);
+  // Points and certificates compute in double, in which a coefficient too many may be above 0, or a
+  // denominator have a root, that single precision rounds away.
+  requireUsable(ExactModel(intrinsics), camera);
 }
 
 void requirePose(const CameraCalibrationZEL& record, int camera) {

@@ -189,12 +189,15 @@ TEST(PointsTest, ViewsAreGoneThroughBothWays) {
     }
     EXPECT_GT(answers, 400);
   }
-  const rectiline_view sphere = turnedView(RECTILINE_LATITUDE_LONGITUDE, 0);
-  const double beyondThePole[] = {sphere.cx + sphere.fx * 1.6, sphere.cy};
-  double pixel[2];
-  std::uint8_t reason = 99;
-  expectOk(rectiline_view_to_pixels(&camera, &sphere, 1, beyondThePole, pixel, &reason));
-  EXPECT_EQ(reason, RECTILINE_PIXEL_NO_INVERSE);
+  for (const auto& [projection, beyond] :
+       {std::pair(RECTILINE_PINHOLE, 25.0), {RECTILINE_LATITUDE_LONGITUDE, 1.6}}) {
+    const rectiline_view view = turnedView(projection, 0);
+    const double beyondTheView[] = {view.cx - view.fx * beyond, view.cy};
+    double pixel[2];
+    std::uint8_t reason = 99;
+    expectOk(rectiline_view_to_pixels(&camera, &view, 1, beyondTheView, pixel, &reason));
+    EXPECT_EQ(reason, RECTILINE_PIXEL_NO_INVERSE);
+  }
 }
 
 TEST(ScaledCameraTest, RaysStayWhereTheImageWent) {

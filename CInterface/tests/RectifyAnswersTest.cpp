@@ -63,9 +63,11 @@ const RefusalCase kRefusals[] = {
      [](Call& c) { c.options.has_principal_point = 1, c.options.cx = kNaN; },
      RECTILINE_BAD_ARGUMENT, "options.cx", "pixels"},
     {"focal length", [](Call& c) { c.options.focal_length = -50; }, RECTILINE_BAD_ARGUMENT,
-     "options.focal_length", "above 0"},
+     "options.focal_length", "from 1e-7"},
     {"field of view", [](Call& c) { c.options.field_of_view = 3.2; }, RECTILINE_BAD_ARGUMENT,
      "options.field_of_view", "LATITUDE_LONGITUDE"},
+    {"no field of view to speak of", [](Call& c) { c.options.field_of_view = 1e-320; },
+     RECTILINE_BAD_ARGUMENT, "options.field_of_view", "focal length"},
     {"coverage", [](Call& c) { c.options.coverage = 4; }, RECTILINE_BAD_ARGUMENT,
      "options.coverage", "0 to 3"},
     {"alpha", [](Call& c) { c.options.coverage = 3, c.options.alpha = 1.1; },
@@ -114,6 +116,14 @@ const RefusalCase kRefusals[] = {
        c.options.coverage = RECTILINE_COVERAGE_WHOLE;
      },
      RECTILINE_CANNOT_RECTIFY, "", "too far apart"},
+    {"the whole of a wide lens at the focal length of a long one",
+     [](Call& c) {
+       auto& left = c.device.cameras[0].intrinsics;
+       left.focal_length_x = left.focal_length_y = 1e10;
+       c.options.projection = RECTILINE_LATITUDE_LONGITUDE;
+       c.options.coverage = RECTILINE_COVERAGE_WHOLE;
+     },
+     RECTILINE_CANNOT_RECTIFY, "", "options.width"},
     {"a principal point around which nothing fits",
      [](Call& c) {
        c.options.has_principal_point = 1, c.options.cx = -1000;
@@ -158,6 +168,10 @@ TEST(RectifyAnswersTest, MapsMustFit) {
   EXPECT_EQ(rectify(&left.map, &small.map), RECTILINE_BAD_ARGUMENT);
   EXPECT_STREQ(lastError().field, "right.width");
   EXPECT_EQ(left.x[0], -1);
+  left.x[0] = 7;
+  small.map.reserved = 7;
+  EXPECT_EQ(rectify(&left.map, &small.map), RECTILINE_BAD_ARGUMENT);
+  EXPECT_EQ(left.x[0], -1) << "in order itself";
   EXPECT_EQ(rectify(&left.map, nullptr), RECTILINE_BAD_ARGUMENT);
   EXPECT_STREQ(lastError().field, "right");
   right.map.y = left.map.x;
@@ -188,6 +202,11 @@ const WarningCase kWarnings[] = {
        c.device = pairOf(turnedBy({1.2, 0.0, 0.0}));
      },
      RECTILINE_WARNING_TURNED, 0, 0.6, 1e-6},
+    {"right camera on its head",  // and to the right of the left one all the same
+     [](Call& c) {
+       c.device = pairOf(turnedBy({0.0, 0.0, 3.1}, {0.1, 0.0, 0.0}));
+     },
+     RECTILINE_WARNING_TURNED, 1, 3.1, 0.05},
     {"millimetres",
      [](Call& c) {
        c.device = pairOf(turnedBy({}, {-100.0, 0.0, 0.0}));

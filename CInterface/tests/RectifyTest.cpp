@@ -305,6 +305,8 @@ TEST(RectifyTest, LatitudeLongitudeColumnsGiveTheRange) {
     EXPECT_EQ(ranges[0], kInfinity) << "no disparity";
     EXPECT_TRUE(std::isnan(ranges[1])) << "behind";
     EXPECT_TRUE(std::isnan(ranges[2]) && std::isnan(ranges[3])) << "90 degrees and more";
+    EXPECT_EQ(rectiline_range_from_columns(&r, SIZE_MAX / 8, left, right, ranges),
+              RECTILINE_BAD_ARGUMENT);
   }
 }
 

@@ -152,6 +152,8 @@ TEST(RefusalsTest, CamerasNameTheirField) {
       {"intrinsics.principal_point_y", [](auto& a) { a.camera.intrinsics.principal_point_y = 0; }},
       {"intrinsics.distortion_model", [](auto& a) { a.camera.intrinsics.distortion_model = 99; }},
       {"intrinsics.distortion[3]", [](auto& a) { a.camera.intrinsics.distortion[3] = 0.1; }},
+      {"intrinsics.distortion[4]",  // 0 in single precision
+       [](auto& a) { a.camera.intrinsics.distortion[4] = 1e-60; }},
       {"intrinsics.distortion[7]", [](auto& a) { a.camera.intrinsics.distortion[7] = 1e39; }},
       {"intrinsics.distortion_limit", [](auto& a) { a.camera.intrinsics.distortion_limit = kNan; }},
       {"intrinsics.distortion",

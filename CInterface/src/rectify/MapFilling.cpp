@@ -25,8 +25,10 @@ void wrap(const Rows& rows, int width, int height, AR::CV::Image<float>& image) 
 TargetMaps checkedTargets(const rectiline_map* left, const rectiline_map* right) {
   TargetMaps maps;
   if (left != nullptr) maps.left = checkedTarget(left, "left");
-  if (right != nullptr) maps.right = checkedTarget(right, "right");
-  if (maps.left && maps.right) requireApart(*maps.left, *maps.right);
+  if (right == nullptr) return maps;
+  // A right map that is refused is no reason to leave the left one as it was.
+  orFillNotMade(maps, [&] { maps.right = checkedTarget(right, "right"); });
+  if (maps.left) requireApart(*maps.left, *maps.right);
   return maps;
 }
 

@@ -72,6 +72,16 @@ int requireAxis(const AR::Math::Vec<float, 3>& t, const CameraPair& pair) {
          static_cast<double>(t(2)));
 }
 
+/// 1 when the right camera lies on the right (lower) side of the left one, -1 on the other. Both
+/// cameras have a say: to one that stands on its head the other is on the wrong side. Where they
+/// contradict each other about evenly it is 1, as CreateRectifyMap() has it.
+int sideOfRight(const SE3<double>& T_orol, double baseline, std::size_t axis) {
+  constexpr double kEven = 0.1;  // of the baseline: a camera within 26 degrees of upside down
+  const Vec3 baselineVec_or = T_orol.translation();  // from the right camera to the left one
+  const Vec3 baselineVec_ol = T_orol.rotation().inverse() * baselineVec_or;
+  return (baselineVec_ol(axis) + baselineVec_or(axis)) / baseline > kEven ? -1 : 1;
+}
+
 /// `R_oltl` with its last digits set so that the baseline lies along `baselineDir_t`.
 SO3<double> refined(const SO3<float>& R_oltl, const SE3<double>& T_orol,
                     const Vec3& baselineDir_t) {
@@ -92,7 +102,7 @@ PairGeometry pairGeometry(const DeviceCalibrationZEL& device, const CameraPair& 
   const AR::Math::Vec<float, 3> t = relative.T_orol_map.translation();
   g.axis = requireAxis(t, pair);
   const auto axis = static_cast<std::size_t>(g.axis);
-  g.sign = t(axis) > 0 ? -1 : 1;
+  g.sign = sideOfRight(relative.T_orol, g.baseline, axis);
 
   AR::Math::Vec<float, 3> baselineDir_t;  // from the right camera to the left one
   baselineDir_t(axis) = static_cast<float>(-g.sign);

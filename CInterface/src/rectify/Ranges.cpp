@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "Boundary.h"
+#include "Memory.h"
 #include "Structs.h"
 #include "Views.h"
 
@@ -59,9 +61,10 @@ std::int32_t rectiline_range_from_columns(const rectiline_rectification* rectifi
     const rectiline_rectification pair = checkedLatitudeLongitude(rectification);
     const TargetView view = checkedView(pair.left, "rectification.left").target;
     if (n == 0) return;
-    requirePointer(left, "left");
-    requirePointer(right, "right");
-    requirePointer(ranges, "ranges");
+    for (const auto& [values, name] : {std::pair(left, "left"), std::pair(right, "right"),
+                                       std::pair(static_cast<const double*>(ranges), "ranges")}) {
+      checkedArray(values, n, sizeof(double), alignof(double), name);
+    }
     const double baseline = pair.disparity_sign * pair.baseline;
     for (std::size_t i = 0; i < n; ++i) ranges[i] = rangeOf(view, baseline, left[i], right[i]);
   });

@@ -11,8 +11,13 @@ using AR::CV::TargetProjection;
 using AR::CV::TargetView;
 
 double focalLengthOf(double fieldOfView, const TargetView& view) {
-  return view.projection == TargetProjection::Pinhole ? view.width / (2 * std::tan(fieldOfView / 2))
-                                                      : view.width / fieldOfView;
+  const double f = view.projection == TargetProjection::Pinhole
+                       ? view.width / (2 * std::tan(fieldOfView / 2))
+                       : view.width / fieldOfView;
+  if (isFocalLength(f)) return f;
+  refuseArgument("options.field_of_view", fieldOfView,
+                 "is %g, which makes a focal length of %g pixels; it must be from 1e-7 to 1e7",
+                 fieldOfView, f);
 }
 
 /// From the full view to the whole one: focal length and principal point go in a straight line.

@@ -11,10 +11,6 @@ namespace {
 
 using AR::CV::TargetProjection;
 
-// Far beyond any image; keeps every product of such numbers within single precision.
-constexpr double kMaxPixels = 1e7;
-constexpr int kMaxSide = 65535;
-
 [[noreturn]] void refuseOption(const char* name, double value, const char* expected) {
   refuseArgument({"options", name}, value, "is %g; it must be %s", value, expected);
 }
@@ -61,8 +57,8 @@ std::optional<AR::Math::Vec<double, 2>> checkedPrincipalPoint(const rectiline_op
 std::optional<double> checkedFocalLength(const rectiline_options& options) {
   const double f = options.focal_length;
   if (f == 0) return std::nullopt;
-  if (!(f >= 1 / kMaxPixels && f <= kMaxPixels)) {
-    refuseOption("focal_length", f, "above 0, in pixels, or 0 for automatic");
+  if (!isFocalLength(f)) {
+    refuseOption("focal_length", f, "from 1e-7 to 1e7, in pixels, or 0 for automatic");
   }
   return f;
 }

@@ -10,6 +10,12 @@
 
 namespace rectiline::capi {
 
+// Far beyond any image; keeps every product of such numbers within single precision.
+inline constexpr double kMaxPixels = 1e7;
+inline constexpr int kMaxSide = 65535;
+
+constexpr bool isFocalLength(double f) { return f >= 1 / kMaxPixels && f <= kMaxPixels; }
+
 /// How a caller wishes virtual cameras to be. What is not there was not asked for.
 struct ViewWishes {
   struct Size {

@@ -4,6 +4,7 @@
 
 #include "Boundary.h"
 #include "rectify/Coverage.h"
+#include "rectify/ViewWishes.h"
 
 namespace rectiline::capi {
 namespace {
@@ -65,10 +66,18 @@ TargetView wholeView(const TargetView& view, const ViewSources& sources,
 
 TargetView sizedView(const TargetView& view, const ViewSources& sources, double focalLength) {
   const Extent whole = wholeExtent(view, sources);
-  TargetView result = view;
   // As many pixels as lie from one end to the other, both included.
-  result.width = static_cast<int>(std::ceil(focalLength * whole.width())) + 1;
-  result.height = static_cast<int>(std::ceil(focalLength * whole.height())) + 1;
+  const double width = std::ceil(focalLength * whole.width()) + 1;
+  const double height = std::ceil(focalLength * whole.height()) + 1;
+  if (!(width <= kMaxSide && height <= kMaxSide)) {
+    refuse(RECTILINE_CANNOT_RECTIFY,
+           "The whole of the images at the left camera's focal length, %g pixels, would be %.0f x "
+           "%.0f pixels, more than %d. Give options.width and options.height.",
+           focalLength, width, height, kMaxSide);
+  }
+  TargetView result = view;
+  result.width = static_cast<int>(width);
+  result.height = static_cast<int>(height);
   result.fx = result.fy = focalLength;
   result.cx = (result.width - 1 - focalLength * (whole.minX + whole.maxX)) / 2;
   result.cy = (result.height - 1 - focalLength * (whole.minY + whole.maxY)) / 2;
