@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
@@ -16,11 +15,7 @@ namespace AR::CV {
 namespace {
 
 using Common::Logger;
-using rectiline::testing::LogCapture;
-
-using rectiline::testing::kLenses;
-using rectiline::testing::Lens;
-using rectiline::testing::lensNamed;
+using namespace rectiline::testing;
 
 const Lens &kLinear = lensNamed("linear"), &kRadial = lensNamed("radial2"),
            &kTangential = lensNamed("radial3 pincushion"),
@@ -56,18 +51,6 @@ struct CameraTest : ::testing::Test {
 using Precisions = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(CameraTest, Precisions);
 
-TYPED_TEST(CameraTest, UnprojectsToTheDepthAskedFor) {
-  using P = TypeParam;
-  const Camera<P> camera = this->make(kTangential), rational = this->make(kRational);
-  Vec2<P> pixel;
-  Vec3<P> point;
-  ASSERT_TRUE(camera.tryIdeal2pixel({P(0.31), P(-0.42)}, pixel));
-  ASSERT_TRUE(camera.tryUnprojectFromPix(pixel, point, P(2.5)));
-  EXPECT_LT(norm(point - P(2.5) * Vec3<P>(P(0.31), P(-0.42), 1)), P(2e-5));
-  const P F0 = rational.getCamModel().distortionFactor(P(0));
-  EXPECT_NEAR(rational.getInvFocalLength() * F0, (1 / 400. + 1 / 600.) / 2, 1e-9);
-}
-
 TYPED_TEST(CameraTest, RefusesWhatItCannotConvertWithoutALogLine) {
   using P = TypeParam;
   const Camera<P> camera = this->make(kRadial);
@@ -75,7 +58,7 @@ TYPED_TEST(CameraTest, RefusesWhatItCannotConvertWithoutALogLine) {
   const P far = std::sqrt(camera.getUndistortionSpline().rangeMax);
   const Vec2<P> untouched(P(7), P(7));
   Vec2<P> out = untouched;
-  LogCapture log;
+  const LogCapture log;
   EXPECT_FALSE(camera.tryUndistort({far * P(1.0001), P(0)}, out));
   EXPECT_FALSE(camera.tryPixel2ideal({this->kNan, P(0)}, out));
   EXPECT_FALSE(camera.tryIdeal2pixel({P(1e6), P(0)}, out));
@@ -94,9 +77,10 @@ TYPED_TEST(CameraTest, RefusesWhatItCannotConvertWithoutALogLine) {
 
 TYPED_TEST(CameraTest, FailedInitIsLoggedAndEmptiesTheCamera) {
   using P = TypeParam;
-  const char* const kInvalid = "Cannot initialize camera from invalid intrinsics";
-  const char* const kDistortion = "Relative approximation error in distortion too high (";
-  const char* const kUndistortion = "Relative approximation error in undistortion too high (";
+  const char *const kInvalid = "Cannot initialize camera from invalid intrinsics",
+                    *const kDistortion = "Relative approximation error in distortion too high (",
+                    *const kUndistortion =
+                        "Relative approximation error in undistortion too high (";
   const struct {
     Lens camera;
     typename TestFixture::Limits limits;
@@ -131,7 +115,7 @@ TYPED_TEST(CameraTest, TakesPositiveLimitsAsRadii) {
   EXPECT_EQ(camera.getUndistortionSpline().rangeMax, P(0.25));
 }
 
-TYPED_TEST(CameraTest, CovarianceFollowsTheDerivative) {
+TYPED_TEST(CameraTest, CovariancesAndDepthsFollowTheIdealPoint) {
   using P = TypeParam;
   const Mat2<P> C(P(0.5), P(0.2), P(0.2), P(0.8));
   const Vec2<P> pixel(P(450), P(160));
@@ -152,6 +136,10 @@ TYPED_TEST(CameraTest, CovarianceFollowsTheDerivative) {
   }
   ASSERT_TRUE(this->make(kLinear).tryUndistortFeatMeasCov({P(400), P(300)}, P(2), ideal, cov));
   EXPECT_NEAR(cov(1, 1) * 600 * 600, 2, 0.02);
+  Vec3<P> point;
+  ASSERT_TRUE(camera.tryUnprojectFromPix(pixel, point, P(2.5)));
+  ASSERT_TRUE(camera.tryPixel2ideal(pixel, ideal));
+  EXPECT_EQ(point, P(2.5) * Vec3<P>(ideal(0), ideal(1), 1));
   EXPECT_FALSE(camera.tryUndistortFeatMeasCov({P(1e6), P(0)}, P(2), ideal, cov));
 }
 
@@ -165,8 +153,10 @@ TYPED_TEST(CameraTest, FieldOfViewEndsWhereUndistortionEnds) {
   const LogCapture log;
   EXPECT_EQ(camera.getFOV(P(1e6)), camera.getFOV(P(1e5)));
   EXPECT_EQ(log.text(), "");
-  const P range = camera.getUndistortionSpline().rangeMax;
-  EXPECT_NEAR(camera.getFOVPixels(), 500 * std::sqrt(range), 1e-3);
+  EXPECT_NEAR(camera.getFOVPixels(), 500 * std::sqrt(camera.getUndistortionSpline().rangeMax),
+              1e-3);
+  const P F0 = camera.getCamModel().distortionFactor(P(0));
+  EXPECT_NEAR(camera.getInvFocalLength() * F0, (1 / 400. + 1 / 600.) / 2, 1e-9);
 }
 
 TYPED_TEST(CameraTest, HashIsThatOfTheFocalTermsBytes) {
@@ -181,46 +171,23 @@ TYPED_TEST(CameraTest, HashIsThatOfTheFocalTermsBytes) {
 
 TYPED_TEST(CameraTest, UndistortionDerivativeIsThatOfTheFactor) {
   using P = TypeParam;
+  using namespace CameraCalibration;
   for (const Lens& c : kLenses) {
     SCOPED_TRACE(c.name);
     const Camera<P> camera = this->make(c);
     P dGdy, atMin;
     const P y = P(0.2), h = P(0.01);
-    const P G = CameraCalibration::undistort(camera, y, dGdy);
+    const P G = undistort(camera, y, dGdy);
     EXPECT_NEAR(G, camera.getCamModel().undistortionFactor(y), 1e-4);
-    const P difference = CameraCalibration::iterativeUndistFromSpline(camera, y + h) -
-                         CameraCalibration::iterativeUndistFromSpline(camera, y - h);
+    const P difference =
+        iterativeUndistFromSpline(camera, y + h) - iterativeUndistFromSpline(camera, y - h);
     EXPECT_NEAR(dGdy, difference / (2 * h), 1e-3);
-    (void)CameraCalibration::undistort(camera, P(0), dGdy);
-    (void)CameraCalibration::undistort(camera, P(0.0001), atMin);
+    (void)undistort(camera, P(0), dGdy);
+    (void)undistort(camera, P(0.0001), atMin);
     EXPECT_EQ(dGdy, atMin);
-    const auto sample = CameraCalibration::UndistortFn<P>(camera)(y);
-    EXPECT_EQ(sample.value, G);
-    EXPECT_EQ(CameraCalibration::DistortFn<P>(camera.getCamModel())(y).value,
-              camera.getCamModel().distortionFactor(y));
-  }
-}
-
-TYPED_TEST(CameraTest, DerivativesAreReachedByName) {
-  using P = TypeParam;
-  using namespace CamModel;
-  using namespace CameraCalibration;
-  using Derivative = P (*)(const RDVec<P>&, P, RDVec<P>&, P&);
-  const std::pair<const char*, Derivative> kNamed[] = {
-      {"fisheye1",
-       DistortionDerivatives<P, FISHEYE_1_PARAMETER>::distortionFactorFisheye1Parameter},
-      {"fisheye4",
-       DistortionDerivatives<P, FISHEYE_4_PARAMETERS>::distortionFactorFisheye4Parameters},
-      {"chebyshev4",
-       DistortionDerivatives<P, CHEBYSHEV_4_PARAMETERS>::distortionFactorChebyshev4Parameters},
-      {"spline3", DistortionDerivatives<P, FISHEYE_SPLINE_3>::distortionFactorFisheyeSpline},
-      {"fisheye_rational",
-       DistortionDerivatives<P, FISHEYE_RATIONAL>::distortionFactorFisheyeRational}};
-  for (const auto& [lens, derivative] : kNamed) {
-    const CameraModel<P> model = this->make(lensNamed(lens)).getCamModel();
-    RDVec<P> J;
-    P dFdx;
-    EXPECT_EQ(derivative(model.radialDistortion, P(0.3), J, dFdx), model.distortionFactor(P(0.3)));
+    EXPECT_EQ(UndistortFn<P>(camera)(y).value, G);
+    const auto& model = camera.getCamModel();
+    EXPECT_EQ(DistortFn<P>(model)(y).value, model.distortionFactor(y));
   }
 }
 

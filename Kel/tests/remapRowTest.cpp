@@ -32,13 +32,6 @@ constexpr Warp kWarps[] = {{"copy", 1, 0, 0, 1, 0},
 constexpr float kInf = std::numeric_limits<float>::infinity();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
-std::vector<std::uint8_t> randomBytes(std::size_t count) {
-  std::mt19937 random(5);
-  std::vector<std::uint8_t> bytes(count);
-  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random());
-  return bytes;
-}
-
 /// The source ends where `noise` ends, and the maps where their allocations end.
 void checkRows(const Warp& warp, int width, int height, const std::vector<std::uint8_t>& noise) {
   const int pad = width % 4;
@@ -70,7 +63,8 @@ void checkRows(const Warp& warp, int width, int height, const std::vector<std::u
 }
 
 TEST(RemapRow, EqualsThePlainFormForEverySizeAndWarp) {
-  const std::vector<std::uint8_t> noise = randomBytes(641 * 482);
+  std::vector<std::uint8_t> noise(641 * 482);
+  std::generate(noise.begin(), noise.end(), std::mt19937(5));
   rectiline::testing::forEachInstructionSet([&] {
     for (const Warp& warp : kWarps) {
       SCOPED_TRACE(warp.name);

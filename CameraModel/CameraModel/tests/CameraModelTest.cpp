@@ -324,9 +324,9 @@ TYPED_TEST(CameraModelTest, CastsCarryEveryField) {
   using P = TypeParam;
   const CameraModel<P> camera(kRecord), none;
   const auto& [size, c, f, k, p, model, limits] = camera;  // a further one does not compile
-  EXPECT_TRUE(size != none.size && c != none.principalPoint && f != none.focalLength);
-  EXPECT_TRUE(k != none.radialDistortion && p != none.tangentialDistortion);
-  EXPECT_TRUE(model != none.model && limits.distortionLimit != none.limits.distortionLimit &&
+  EXPECT_TRUE(size != none.size && c != none.principalPoint && f != none.focalLength &&
+              k != none.radialDistortion && p != none.tangentialDistortion && model != none.model &&
+              limits.distortionLimit != none.limits.distortionLimit &&
               limits.undistortionLimit != none.limits.undistortionLimit);
   EXPECT_EQ(camera.template cast<float>().template cast<double>().template cast<P>(), camera);
 }
