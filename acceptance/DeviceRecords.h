@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <vector>
 
 #include "VIO/StereoRectifyWrapper.h"
 #include "rectiline/CalibrationRecords.h"

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "AR/CV/Stereo/Rectify.h"
 #include "AR/Common/Logger.h"
 

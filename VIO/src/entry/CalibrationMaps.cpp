@@ -1,9 +1,6 @@
 // Maps between the cameras of two rigs, both ways, and vignetting gains.
 
-#include <algorithm>
-
 #include "AR/Common/Macros.h"
-#include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/CallerMaps.h"

@@ -2,7 +2,6 @@
 
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
-#include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "entry/CallerMaps.h"

@@ -1,9 +1,6 @@
 // Device calibrations whose cameras are pinhole cameras.
 
-#include <optional>
-
 #include "AR/CV/Image/ImageOps.h"
-#include "AR/Common/Macros.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectifyWrapper.h"
 

@@ -1,12 +1,9 @@
 #include "VIO/StereoRectifyWrapper.h"
 
-#include <algorithm>
 #include <cmath>
 
-#include "AR/CV/Image/Image.h"
 #include "AR/CV/Stereo/Rectify.h"
 #include "AR/Common/Macros.h"
-#include "AR/Common/SaturatingCast.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
 #include "entry/CallerMaps.h"
