@@ -31,7 +31,10 @@ constexpr float kJustInside = 0.9999999F;
 
 template <typename P, typename FUNCTION>
 double fitSpline(HermiteSplineInterpolation<P>& spline, const FUNCTION& fn, P squaredLimit) {
+  // The limit's own radius, squared again: a record holds radii, so a camera that was written and
+  // loaded is fitted over the same range.
   const P radius = std::sqrt(squaredLimit);
+  // 5e-6 as single precision holds it, in both precisions: the number of bins follows from it.
   return static_cast<double>(
       spline.setupHermiteCoeffs(fn, AR::Math::Vec<P, 2>(P(0), radius * radius), true, MAX_BINS,
                                 P(4.9999999e-06F), kMinBinsForTrim));
@@ -104,6 +107,7 @@ bool Camera<P>::tryUndistortTangential(const Vec2& distorted, Vec2& ideal) const
     if (!tryUndistortSymmetric(distorted - t, next)) {
       return false;
     }
+    // Squared: a step of 1e-5, some thousandths of a pixel at usual focal lengths.
     if (AR::Math::normSquared(next - u) < P(1e-10)) {
       ideal = next;
       return true;
@@ -136,6 +140,7 @@ bool Camera<P>::tryDifferentiateUndistort(const Vec2& distorted, const Vec2& ide
     if (!tryUndistort(shifted, idealShifted)) {
       return false;
     }
+    // 10 is 1 / kStepPixels, exact where the step is not.
     J(0, axis) = (ideal(0) - idealShifted(0)) * 10;
     J(1, axis) = (ideal(1) - idealShifted(1)) * 10;
   }

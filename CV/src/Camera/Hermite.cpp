@@ -154,6 +154,8 @@ P HermiteSplineInterpolation<P>::testAccuracy(const Function& fn, bool scaleErro
       testAccuracy(fn, scaleErrorByRadius, firstBin, std::min(endBin, coeffs.size()), truths));
 }
 
+// A pole or a turn just beyond the range spoils the last bin alone: rather a little less range than
+// a bad table. Not as long as another doubling may help, nor when the last bin is good.
 template <typename P>
 P HermiteSplineInterpolation<P>::trimmedError(std::span<const P> errors, std::size_t MAX_BINS,
                                               P eps) {

@@ -57,6 +57,7 @@ void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, st
   std::vector<P> GOfSlope(G.begin(), G.end());
   for (std::size_t i = 0; i < y.size(); ++i) {
     if (y[i] >= CamModel::kSmallSquaredRadius<P>) continue;
+    // The slope divides by y: nearer to the centre that of this radius stands for it.
     yOfSlope[i] = CamModel::kSmallSquaredRadius<P>;
     GOfSlope[i] = iterativeUndistFromSpline(camera, CamModel::kSmallSquaredRadius<P>);
   }

@@ -9,6 +9,7 @@ namespace AR::CV {
 namespace {
 
 constexpr char kImageSource[] = "AR/CV/Image/Image";
+// So that every byte offset within an image fits 32 bits.
 constexpr std::int64_t kMaxBytes = 0x7fffffff;
 constexpr std::size_t kMaxAlignment = 4096;
 
@@ -47,6 +48,7 @@ bool Image<T>::allocPixels(Size size, MEMORY_ALIGNMENT alignment, bool reallocat
   if (size(0) < 0 || size(1) < 0 || needed > kMaxBytes / static_cast<std::int64_t>(sizeof(T))) {
     return false;
   }
+  // Memory of somebody else's is taken as it is: its alignment is the caller's business.
   const bool replaceable = mOwnsPixels || mPixels == nullptr;
   const bool misaligned = replaceable && mAlignment < alignment;
   const bool keep = !reallocate && needed <= capacity() && !misaligned && tryReshape(size);

@@ -68,6 +68,8 @@ void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P
       report.add(kernel.row(y, width, mapX.row(y), mapY.row(y), reasons.row(y)));
     }
   });
+  // On this thread and after the last row: the checks that failed count for the caller, and how the
+  // rows were shared out does not show in the log.
   report.give(reportNoInverse);
 }
 

@@ -7,12 +7,15 @@ namespace {
 
 using Spline = HermiteSplineInterpolation<float>;
 
+// A cache line of floats.
 constexpr std::size_t kLineValues = 16;
 
 std::size_t roundUp(std::size_t value, std::size_t step) {
   return (value + step - 1) / step * step;
 }
 
+/// The kernel finds a bin's start as its index times the width, which must be the spline's own
+/// number to the last bit.
 bool startsAtMultiples(const Spline& spline, float binWidth) {
   bool isMultiple = spline.rangeMin == 0;
   for (std::size_t i = 0; i < spline.coeffs.size(); ++i) {

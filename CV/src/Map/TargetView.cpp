@@ -15,6 +15,7 @@ bool TargetView::tryRay(const Vec2& pixel, Vec3& ray_t) const {
   const std::size_t along = static_cast<std::size_t>(baselineAxis);
   const double a = plane(along);
   const double b = plane(1 - along);
+  // At 90 degrees the ray lies on the baseline, where no row can hold it; beyond, rays come again.
   if (!(std::fabs(a) < std::numbers::pi / 2)) return false;
   ray_t(along) = std::sin(a);
   ray_t(1 - along) = std::cos(a) * std::sin(b);
@@ -41,6 +42,8 @@ bool TargetView::tryPixel(const Vec3& point_t, Vec2& pixel) const {
 double TargetView::rangeFrom(double baseline, double left, double right) const {
   const double f = baselineAxis == 0 ? fx : fy;
   if (projection == TargetProjection::Pinhole) return f * baseline / (left - right);
+  // Law of sines in the triangle of both cameras and the point, whose angle there is the
+  // difference.
   const double centre = baselineAxis == 0 ? cx : cy;
   const double aRight = (right - centre) / f;
   return baseline * std::cos(aRight) / std::sin((left - right) / f);

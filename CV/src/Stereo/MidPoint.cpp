@@ -13,6 +13,7 @@ TriangulationDetails<P> describe(const Math::Vec<P, 3>& dir1, const Math::Vec<P,
   details.closest1 = p1;
   details.closest2 = p2;
   details.cosAngle = Math::dot(Math::unit(dir1), Math::unit(dir2));
+  // Rounding may put the cosine of parallel rays beyond 1, where acos has no value.
   const bool isCosine = details.cosAngle >= -1 && details.cosAngle <= 1;
   details.angle = isCosine ? std::acos(details.cosAngle) : P(0);
   return details;
@@ -27,6 +28,8 @@ bool twoPoints(const Math::Vec<P, 3>& origin1, const Math::Vec<P, 3>& dir1,
   const Math::Vec<P, 3> n = Math::cross(dir1, dir2);
   const P n2 = Math::dot(n, n);
   if (n2 == 0) return false;
+  // w + t2 dir2 - t1 dir1 joins the closest points and is parallel to n: its cross product with one
+  // direction, taken along n, leaves the factor of the other.
   const Math::Vec<P, 3> w = origin2 - origin1;
   const P t1 = Math::dot(Math::cross(w, dir2), n) / n2;
   const P t2 = Math::dot(Math::cross(w, dir1), n) / n2;

@@ -163,6 +163,8 @@ TargetIntrinsicsParams<F> Internal::setupTargetIntrinsics(std::uint32_t numDispa
                                                           F maxDepth, F focalTimesBaseline) {
   AR_CHECK(minDepth <= maxDepth, "minDepth <= maxDepth", kRectifySource);
   if (!(minDepth > 0)) return {F(1), F(0)};
+  // (d + offsetX) Z = C with d = 0 at maxDepth and d = numDisparities at minDepth, solved for
+  // offsetX; the scale stretches f B, which C would be, to offsetX maxDepth.
   const F offsetX = static_cast<F>(numDisparities) / (maxDepth / minDepth - 1);
   return {offsetX * maxDepth / focalTimesBaseline, offsetX};
 }
@@ -185,6 +187,7 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   const FullCamera<F>& right = calib.at(1);
   if (calib.size() < 2) return;  // reported by the lookup
   const Math::SE3<F> T_orol = right.getCamReferenceToLocal();
+  // In double: the square of a length may be 0 or infinite in single precision where it is neither.
   const double length = Math::norm(T_orol.translation().template cast<double>());
   const double extent = Internal::centreColumnExtent(left.getIntrinsics());
   if (!AR_CHECK(extent > 0, "0", kRectifySource)) return;

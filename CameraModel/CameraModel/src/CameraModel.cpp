@@ -50,6 +50,7 @@ CameraModel<P>::CameraModel(const IntrinsicCameraCalibrationZEL& record)
   for (int i = 0; i < MAX_RD_PARAMS; ++i) {
     radialDistortion[i] = toPrecision<P>(record.distortion[i]);
   }
+  // One limit without the other is worth nothing: both are found together.
   if (record.distortion_limit > 0 && record.undistortion_limit > 0) {
     const P r = toPrecision<P>(record.distortion_limit);
     const P rd = toPrecision<P>(record.undistortion_limit);

@@ -49,6 +49,8 @@ struct MarchedRadii {
   /// distorted radius before them.
   [[nodiscard]] std::size_t countSteady(P previous, P y_max) const {
     for (std::size_t i = 0; i < count; ++i) {
+      // 50 is 1 / kStep. Near a slope of 0 the radius turns back and has no inverse; no lens
+      // is as steep as 20, but the neighbourhood of a pole is.
       const P slope = (rd[i] - previous) * 50;
       if (!(slope >= P(0.005) && slope <= 20 && y[i] <= y_max)) return i;
       previous = rd[i];
@@ -73,6 +75,7 @@ template <typename P>
 void CameraModel<P>::setupMaxDistortionRanges(const std::optional<P> imageCircleDiameter) {
   limits = {};
   P y_max = 0;
+  // One pixel beyond the outermost centres on every side.
   for (const P u : {P(-1), size[0]}) {
     for (const P v : {P(-1), size[1]}) {
       const P x = (u - principalPoint[0]) / focalLength[0];
@@ -119,6 +122,7 @@ template <typename P>
 void CameraModel<P>::findDistortionLimits() {
   const auto* const traits = findTraits<P>(model);
   if (traits != nullptr) limitToPole(*traits);
+  // The square of the first step: below it there is nothing to march.
   if (limits.distortionLimit >= P(0.0004) && !marchToDistortionLimit()) return;
   const P F = distortionFactor(limits.distortionLimit);
   limits.undistortionLimit = F * F * limits.distortionLimit;

@@ -17,6 +17,7 @@ IntrinsicCameraCalibrationZEL toRecord(const CameraModel<P>& camera) {
   record.focal_length_y = camera.focalLength[1];
   for (int i = 0; i < MAX_RD_PARAMS; ++i) record.distortion[i] = camera.radialDistortion[i];
   for (int i = 0; i < 2; ++i) record.distortion[MAX_RD_PARAMS + i] = camera.tangentialDistortion[i];
+  // Radii in the record, their squares in the model.
   record.distortion_limit = std::sqrt(camera.limits.distortionLimit);
   record.undistortion_limit = std::sqrt(camera.limits.undistortionLimit);
   record.distortion_model = camera.model;

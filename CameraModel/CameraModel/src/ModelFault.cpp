@@ -51,6 +51,7 @@ std::optional<ModelFault> findFault(const CameraModel<P>& m) {
   constexpr char kFocalLength[] = "Focal length should be positive";
   constexpr char kSize[] = "Size must be the image size in pixels";
   constexpr char kPrincipalPoint[] = "Principal point should be inside the image";
+  // All comparisons say what is right and are negated, so that a NaN is a fault.
   if (!(m.focalLength[0] > 0)) return fault("focal_length_x", m.focalLength[0], kFocalLength);
   if (!(m.focalLength[1] > 0)) return fault("focal_length_y", m.focalLength[1], kFocalLength);
   if (!(m.size[0] > 0)) return fault("width", m.size[0], kSize);
