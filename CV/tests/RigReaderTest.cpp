@@ -126,8 +126,8 @@ TEST_F(RigReader, RefusesBadCameras) {
       {pose("stereo_rig='0 0 0 0 0 0' translation='0 0 0'"), "Rig.stereo_rig: expected alone",
        "Stereo calibration given twice in config--only specify either Lie element or [rotation "
        "and"},
-      {pose("stereoRig='1' stereo_rig='0 0 0 0 0 0' translation='x'"), "Rig.stereoRig: exp",
-       "Vec6D"},
+      {pose("stereoRig='1' translation='0 0 0' rowMajorRotationMat='1 0 0 0 1 0 0 0 1'"),
+       "Rig.stereoRig: exp", "Vec6D"},
       {pose("translation='0 0 0'"), "Rig.rowMajorRotationMat: expected together with translation",
        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)"},
       {pose("stereo_rig='1 0 0 1e30 1e300 0'"), "Rig.stereo_rig: expected a smaller", "not finite"},
