@@ -87,11 +87,11 @@ TEST(BoundaryTest, StructsMayBeLongerButNotShorterAndMayNotAskForTheUnknown) {
   EXPECT_EQ(later.known.status, RECTILINE_BAD_ARGUMENT);
   EXPECT_STREQ(later.known.field, "error");
 
-  later.unknown[3] = 1;
+  later.unknown[3] = INT32_MIN;  // its very last byte alone
   EXPECT_EQ(rectiline_last_error(&later.known), RECTILINE_BAD_ARGUMENT);
   later.known.struct_size = sizeof later.known;
   EXPECT_EQ(rectiline_last_error(&later.known), RECTILINE_OK);
-  EXPECT_EQ(later.unknown[3], 1);
+  EXPECT_EQ(later.unknown[3], INT32_MIN);
 }
 
 }  // namespace

@@ -179,6 +179,11 @@ TEST(ImagesTest, ATargetMayLieBesideItsSourceInOneBuffer) {
       imageOf(RECTILINE_GREY8, kMapWidth, kMapHeight, both.data() + kWidth, kStride);
   expectOk(rectiline_remap(&from, &map, &to));
   expectOk(rectiline_remap(&left, &map, &right));
+  for (const int off : {-1, 1}) {
+    const rectiline_image meeting =
+        imageOf(RECTILINE_GREY8, kMapWidth, kMapHeight, both.data() + kWidth + off, kStride);
+    EXPECT_EQ(rectiline_remap(&left, &map, &meeting), RECTILINE_BAD_ARGUMENT);
+  }
   for (int y = 0; y < kMapHeight; ++y) {
     EXPECT_TRUE(std::equal(&expected[y * kMapWidth], &expected[y * kMapWidth] + kMapWidth,
                            &both[y * kStride + kWidth]));

@@ -108,6 +108,7 @@ TEST(PointsTest, RaysOfAnyLengthGoByTheFormula) {
 TEST(PointsTest, EveryPointWithoutAnAnswerHasItsReason) {
   const CameraCalibrationZEL camera = cameraOf(rectiline::testing::lensNamed("fisheye4"));
   const double w = camera.intrinsics.width;
+  const double h = camera.intrinsics.height;
   const struct {
     double ray[3];
     rectiline_pixel reason;
@@ -134,6 +135,7 @@ TEST(PointsTest, EveryPointWithoutAnAnswerHasItsReason) {
       {{0, 0}, RECTILINE_PIXEL_OK},
       {{w - 1, 10}, RECTILINE_PIXEL_OK},
       {{w - 0.5, 10}, RECTILINE_PIXEL_OK_PAST_LAST_CENTRE},
+      {{10, h - 0.5}, RECTILINE_PIXEL_OK_PAST_LAST_CENTRE},
       {{w, 10}, RECTILINE_PIXEL_OUTSIDE_IMAGE},
       {{-0.01, 10}, RECTILINE_PIXEL_OUTSIDE_IMAGE},
       {{1e6, 10}, RECTILINE_PIXEL_BEYOND_DISTORTION},
