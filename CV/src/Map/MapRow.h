@@ -66,10 +66,7 @@ template <typename P>
 MapRowReport mapRowScalar(const MapJob<P>& job, int y, int width, P* mapX, P* mapY,
                           std::uint8_t* reasons = nullptr);
 
-extern template struct TargetRow<float>;
-extern template struct TargetRow<double>;
-extern template class MapRow<float>;
-extern template class MapRow<double>;
+// Of the two classes nothing is declared here: MapRow.cpp would no longer inline what it defines.
 extern template MapRowReport mapRowScalar(const MapJob<float>&, int, int, float*, float*,
                                           std::uint8_t*);
 extern template MapRowReport mapRowScalar(const MapJob<double>&, int, int, double*, double*,

@@ -146,9 +146,14 @@ class AR_EXPORT Camera {
   Vec2 mInvFocalLength;
 };
 
+}  // namespace AR::CV
+
+#include "AR/CV/Camera/Camera.inl"
+
+namespace AR::CV {
+
+// After the definitions: GCC calls what it took for no inline function when it came to these lines.
 extern template class Camera<float>;
 extern template class Camera<double>;
 
 }  // namespace AR::CV
-
-#include "AR/CV/Camera/Camera.inl"
