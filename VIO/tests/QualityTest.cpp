@@ -163,12 +163,27 @@ TEST(RectificationCertificate, HostileMapsNeverPass) {
   }
 }
 
+/// Every pixel less than `radius` away from the principal point must have a ray.
+void expectRays(const DeviceCalibrationZEL& record, double radius) {
+  const auto rig = VIO::testing::rigOf(record);
+  const auto& camera = rig.at(0).getIntrinsics();
+  const AR::Math::Vec<float, 2> centre = camera.getPrincipalPoint();
+  AR::Math::Vec<float, 2> offset, ideal;
+  for (offset(1) = -300; offset(1) < 300; offset(1) += 0.5F) {
+    for (offset(0) = -300; offset(0) < 300; offset(0) += 0.5F) {
+      if (AR::Math::norm(offset.cast<double>()) >= radius) continue;
+      ASSERT_TRUE(camera.tryPixel2ideal(centre + offset, ideal)) << offset(0) << " " << offset(1);
+    }
+  }
+}
+
 TEST(CameraCertificate, MeasuresTheTables) {
   CameraCertificate c{};
   for (const Lens* const lens : kSomeLenses) {
     ASSERT_TRUE(VIO::certifyCamera(device(*lens).cameras[0].intrinsics, c)) << lens->name;
     EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens->name;
     EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens->name;
+    expectRays(device(*lens), c.validRadiusPixels);
   }
   // Tangential terms move the disc of the radial table: it reaches less far on one side.
   Lens moved = lensNamed("radial2");

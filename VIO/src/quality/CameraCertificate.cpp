@@ -7,6 +7,7 @@
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/Math/Constants.h"
+#include "CameraModel/Tangential.h"
 #include "VIO/quality/ExactCamera.h"
 #include "quality/WorstError.h"
 
@@ -67,41 +68,42 @@ void measureUndistortion(const Camera& camera, const ExactCamera& exact, double 
   });
 }
 
-/// Where, up to `limit`, the pixels in one direction from the principal point cease to have a ray.
-double lastRadius(const Camera& camera, double angle, double limit) {
-  constexpr int kSteps = 256;    // a gap between them is not seen
-  constexpr int kHalvings = 20;  // to a fraction of a pixel that a float cannot hold
-  const auto hasRay = [&](double r) {
-    const Vec2 offset(static_cast<float>(r * std::cos(angle)),
-                      static_cast<float>(r * std::sin(angle)));
-    Vec2 ideal;
-    return camera.tryPixel2ideal(camera.getPrincipalPoint() + offset, ideal);
-  };
-  double good = 0;
-  double bad = 0;
-  for (int i = 1; i <= kSteps && bad <= good; ++i) {
-    const double r = limit * i / kSteps;
-    (hasRay(r) ? good : bad) = r;
+/// Whether the pixel at a distance in some direction from the principal point has a ray.
+bool hasRay(const Camera& camera, double angle, double r) {
+  const Vec2 offset(static_cast<float>(r * std::cos(angle)),
+                    static_cast<float>(r * std::sin(angle)));
+  Vec2 ideal;
+  return camera.tryPixel2ideal(camera.getPrincipalPoint() + offset, ideal);
+}
+
+/// The first of the radii `from`, `from` + `step`, ... that has no ray; `to` when none below it.
+double firstWithoutRay(const Camera& camera, double angle, double from, double to, double step) {
+  for (double r = from; r < to; r += step) {
+    if (!hasRay(camera, angle, r)) return r;
   }
-  if (bad <= good) return limit;
-  for (int i = 0; i < kHalvings; ++i) {
-    const double middle = (good + bad) / 2;
-    (hasRay(middle) ? good : bad) = middle;
-  }
-  return good;
+  return to;
 }
 
 /// How far from the principal point, pixels, every pixel still has a ray. Measured, because the
-/// tangential terms move the disc of the radial table off the centre.
+/// tangential terms move the disc of the radial table off the centre, and because near its border
+/// their iteration settles or not as single precision rounds: up to half a pixel inside, single
+/// pixels have no ray. The fine steps are there for those.
 double validRadiusPixels(const Camera& camera) {
-  constexpr int kDirections = 64;
+  constexpr int kDirections = 512;
+  constexpr double kMargin = 4;
+  constexpr double kCoarse = 2;
+  constexpr double kFine = 1.0 / 16;
   const Vec2& f = camera.getOriginalFocalLength();
-  double radius = static_cast<double>(std::max(f(0), f(1))) *
-                  std::sqrt(static_cast<double>(camera.getUndistortionSpline().rangeMax));
-  for (int i = 0; i < kDirections; ++i) {
-    radius = lastRadius(camera, 2 * AR_PI * i / kDirections, radius);
+  const double rangeMax = static_cast<double>(camera.getUndistortionSpline().rangeMax);
+  double radius = static_cast<double>(std::min(f(0), f(1))) * std::sqrt(rangeMax);
+  if (!CamModel::hasTangentialTerm(camera.getTangentialDistortionCoeffs())) return radius;
+  for (const double step : {kCoarse, kFine}) {
+    const double from = step == kCoarse ? 0 : std::max(radius - kMargin, 0.0);
+    for (int i = 0; i < kDirections; ++i) {
+      radius = firstWithoutRay(camera, 2 * AR_PI * i / kDirections, from, radius, step);
+    }
   }
-  return radius;
+  return std::max(radius - kFine, 0.0);
 }
 
 CameraCertificate certify(const Camera& camera, const ExactCamera& exact) {
