@@ -9,7 +9,7 @@ namespace rectiline::capi {
 
 /// The squared radius at which pinhole views end: that of the pinhole cameras of
 /// CreateRectifyMap().
-inline constexpr float kPinholeRange = 625;
+inline constexpr float kPinholeRange = CamModel::kMaxSquaredRadius;
 
 /// A real camera that a view is made from. "s" is its frame, "t" the view's.
 struct ViewSource {
