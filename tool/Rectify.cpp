@@ -2,12 +2,12 @@
 
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 
 #include "CornerCheck.h"
 #include "Error.h"
 #include "Geometry.h"
 #include "Maps.h"
+#include "OutputDirectory.h"
 #include "Png.h"
 #include "Rig.h"
 
@@ -98,18 +98,22 @@ void rectify(const RectifyOptions& options) {
   GreyImage rawLeft = readImage(options.leftFile, device.cameras[0]);
   GreyImage rawRight = readImage(options.rightFile, device.cameras[1]);
   const double readMs = watch.lap();
+  const OutputDirectory out(options.directory, {options.rigFile, options.leftFile,
+                                                options.rightFile, options.pointsFile});
+  const std::string leftOut = out.file("left.png");
+  const std::string rightOut = out.file("right.png");
+  const std::string pairOut = out.file("pair.png");
+  const std::string rigOut = out.file("rectified.rig.xml");
   PairMaps maps = createPairMaps(device);
   const rectiline_rectification& result = maps.rectification;
   const double mapMs = watch.lap();
   const RectifiedImages pair{remap(rawLeft, maps.left), remap(rawRight, maps.right), result};
   const double remapMs = watch.lap();
 
-  std::error_code ignored;
-  std::filesystem::create_directories(options.directory, ignored);
-  writeGrey(options.directory + "/left.png", pair.left);
-  writeGrey(options.directory + "/right.png", pair.right);
-  writeColour(options.directory + "/pair.png", sideBySide(pair));
-  saveRectifiedRig(options.directory + "/rectified.rig.xml", pair);
+  writeGrey(leftOut, pair.left);
+  writeGrey(rightOut, pair.right);
+  writeColour(pairOut, sideBySide(pair));
+  saveRectifiedRig(rigOut, pair);
   const double writeMs = watch.lap();
 
   std::printf("%s -> %s\n", options.rigFile.c_str(), options.directory.c_str());

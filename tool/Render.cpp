@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 #include "Calls.h"
 #include "Geometry.h"
+#include "OutputDirectory.h"
 #include "Png.h"
 #include "Rig.h"
 #include "Scene.h"
@@ -120,18 +120,17 @@ void writePoints(const std::string& file, const std::vector<Corner>& corners) {
 void render(const std::string& rigFile, const std::string& directory) {
   const DeviceCalibrationZEL device = loadRig(rigFile, 2);
   const Scene scene;
-  std::error_code ignored;
-  std::filesystem::create_directories(directory, ignored);
+  const OutputDirectory out(directory, {rigFile});
   std::vector<Vec3d> viewpoints;
   for (const int i : {0, 1}) {
-    const std::string name = directory + (i == 0 ? "/left" : "/right");
+    const std::string name = i == 0 ? "left" : "right";
     const SceneCamera camera(device.cameras[i], device.cameras[0].pose);
     viewpoints.push_back(camera.centre());
     const RawView view = renderView(scene, camera);
-    writeGrey(name + ".png", view.grey);
-    writeDepth(name + "_depth_mm.png", view.depthMm);
+    writeGrey(out.file(name + ".png"), view.grey);
+    writeDepth(out.file(name + "_depth_mm.png"), view.depthMm);
   }
-  writePoints(directory + "/points.csv", scene.cornersSeenFrom(viewpoints));
+  writePoints(out.file("points.csv"), scene.cornersSeenFrom(viewpoints));
   std::printf("rendered %s into %s\n", rigFile.c_str(), directory.c_str());
 }
 

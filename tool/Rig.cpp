@@ -7,7 +7,8 @@ namespace rectiline::tool {
 DeviceCalibrationZEL loadRig(const std::string& file, int minCameras) {
   DeviceCalibrationZEL device;
   check(rectiline_rig_from_file(file.c_str(), &device));
-  if (device.num_cameras < minCameras) throw Error(file + ": has no two cameras");
+  if (device.num_cameras < minCameras)
+    throw Error(file + ": has only one camera, a pair needs two");
   return device;
 }
 

@@ -1,10 +1,11 @@
 #include "Undistort.h"
 
 #include <cstdio>
-#include <filesystem>
+#include <utility>
 
 #include "Calls.h"
 #include "Maps.h"
+#include "OutputDirectory.h"
 #include "Rig.h"
 
 namespace rectiline::tool {
@@ -31,12 +32,12 @@ rectiline_view undistortedView(const CameraCalibrationZEL& camera,
 
 void undistortImage(const CameraCalibrationZEL& camera, const rectiline_options& options,
                     const rectiline_view& view, const std::string& file,
-                    const std::string& directory) {
+                    const std::string& result) {
   GreyImage raw = readImage(file, camera);
   Map map(view.width, view.height);
   const rectiline_map target = map.view();
   check(rectiline_undistort(&camera, &options, &target, nullptr));
-  writeGrey(directory + "/" + camera.name + ".png", remap(raw, map));
+  writeGrey(result, remap(raw, map));
   std::printf("%s: focal length %.3f px, %.1f %% of the pixels have a source\n", camera.name,
               view.fx, 100 * reportOn(map).share_with_source);
 }
@@ -52,16 +53,22 @@ void undistort(const UndistortOptions& wanted) {
   }
   auto options = sized<rectiline_options>();
   options.coverage = wanted.whole ? RECTILINE_COVERAGE_WHOLE : RECTILINE_COVERAGE_AUTOMATIC;
-  std::error_code ignored;
-  std::filesystem::create_directories(wanted.directory, ignored);
+  std::vector<std::string> inputs = wanted.imageFiles;
+  inputs.push_back(wanted.rigFile);
+  const OutputDirectory out(wanted.directory, std::move(inputs));
+  const std::string rigOut = out.file("linear.rig.xml");
+  std::vector<std::string> imagesOut;
+  for (std::size_t i = 0; i < count; ++i) {
+    imagesOut.push_back(out.file(std::string(device.cameras[i].name) + ".png"));
+  }
   DeviceCalibrationZEL pinholes = device;
   for (std::size_t i = 0; i < static_cast<std::size_t>(device.num_cameras); ++i) {
     const CameraCalibrationZEL& camera = device.cameras[i];
     const rectiline_view view = undistortedView(camera, options);
     pinholes.cameras[i] = pinholeCamera(camera, view);
-    if (i < count) undistortImage(camera, options, view, wanted.imageFiles[i], wanted.directory);
+    if (i < count) undistortImage(camera, options, view, wanted.imageFiles[i], imagesOut[i]);
   }
-  saveRig(wanted.directory + "/linear.rig.xml", pinholes);
+  saveRig(rigOut, pinholes);
 }
 
 }  // namespace rectiline::tool

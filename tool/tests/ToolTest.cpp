@@ -131,6 +131,36 @@ TEST_F(ToolTest, ReportSpeaksOfEveryCameraAndMap) {
   }
 }
 
+TEST_F(ToolTest, ResultsReplaceNoInputAndStayInTheirDirectory) {
+  DeviceCalibrationZEL device = loadRig(kRigs + "/radtan_752x480.rig.xml", 2);
+  saveRig(path("rig.xml"), device);
+  std::snprintf(device.cameras[1].name, sizeof device.cameras[1].name, "../outside");
+  saveRig(path("escaping.xml"), device);
+  GreyImage image(752, 480);
+  std::fill(image.data.begin(), image.data.end(), std::uint8_t{77});
+  writeGrey(path("left.png"), image);
+  writeGrey(path("right.png"), image);
+  const std::string images = " " + path("left.png") + " " + path("right.png") + " -o ";
+  fs::create_directory(path("sub"));
+  const struct {
+    std::string arguments, message;
+  } rows[] = {
+      {"rectify " + path("rig.xml") + images + path("sub/.."), "is an input and would be replaced"},
+      {"undistort " + path("rig.xml") + images + path(""), "is an input and would be replaced"},
+      {"undistort " + path("escaping.xml") + images + path("sub"), "is no name for a file"},
+      {"rectify " + path("rig.xml") + images + "''", "is empty"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.arguments);
+    const Outcome r = run(row.arguments);
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.output.find(row.message), std::string::npos) << r.output;
+    EXPECT_EQ(readGrey(path("left.png")).data, image.data);
+    EXPECT_EQ(readGrey(path("right.png")).data, image.data);
+    EXPECT_TRUE(fs::is_empty(path("sub")));
+  }
+}
+
 TEST_F(ToolTest, BadInputGivesOneLineAndAFailure) {
   const std::string rig = kRigs + "/radtan_752x480.rig.xml";
   writeGrey(path("grey.png"), GreyImage(752, 480));
@@ -153,7 +183,7 @@ TEST_F(ToolTest, BadInputGivesOneLineAndAFailure) {
       {path("broken.xml"), good, good, "broken.xml is no device configuration"},
       {path("foreign.xml"), good, good, "found \"svg\""},
       {path("empty.xml"), good, good, "empty.xml is no device configuration"},
-      {path("one.xml"), good, good, "has no two cameras"},
+      {path("one.xml"), good, good, "has only one camera"},
       {rig, path("none.png"), good, "cannot be read as PNG"},
       {rig, path("text.png"), good, "cannot be read as PNG"},
       {rig, good, path("small.png"), "is 640x480, camera right has 752x480"},
