@@ -53,6 +53,25 @@
  *     rectiline_last_error() tells the rest.
  *  7. Threads. All functions may be called by any number of threads at once. Calls that make large
  *     maps spread their rows over the library's own threads.
+ *  8. Lenses. A direction (X, Y, Z) has the ideal position (x, y) = (X / Z, Y / Z); with
+ *     r^2 = x^2 + y^2 the lens moves it to
+ *       (x', y') = F (x, y) + (2 p1 x y + p2 (r^2 + 2 x^2), p1 (r^2 + 2 y^2) + 2 p2 x y),
+ *     whose pixel is (cx + fx x', cy + fy y'). A record's `distortion` holds k0 to k5, p1, p2;
+ *     those that a model does not use must be 0. By `distortion_model`, with t = atan(r), F is
+ *       0 LINEAR                  1
+ *       1 RADIAL_2_PARAMETERS     1 + k0 r^2 + k1 r^4
+ *       2 RADIAL_3_PARAMETERS     1 + k0 r^2 + k1 r^4 + k2 r^6
+ *       3 RADIAL_6_PARAMETERS     (1 + k0 r^2 + k1 r^4 + k2 r^6) / (1 + k3 r^2 + k4 r^4 + k5 r^6)
+ *       4 FISHEYE_1_PARAMETER     q / r, where q = atan(2 r tan(k0 / 2)) / k0
+ *       5 FISHEYE_4_PARAMETERS    (t / r) (1 + k0 t^2 + k1 t^4 + k2 t^6 + k3 t^8)
+ *       6 CHEBYSHEV_4_PARAMETERS  (t / r) (1 + sum of k(n-1) (T(2n, t / 1.75) - T(2n, 0))), n = 1
+ *                                 to 4, T(m, .) the Chebyshev polynomial of the first kind
+ *       7 FISHEYE_SPLINE_3        (t / r) g(t), g the cubic Hermite spline with value 1 and slope
+ *                                 0 at 0, 1 + k0 and k1 at pi/6, 1 + k2 and k3 at pi/3,
+ *                                 1 + k4 and k5 at pi/2; slopes per pi/6
+ *       8 FISHEYE_RATIONAL        (q / r) (1 + k1 q + k4 q^2) / (1 + k2 q + k3 q^2 + k5 q^3), q as
+ *                                 in model 4
+ *     OpenCV's k1 k2 p1 p2 k3 are k0 k1 p1 p2 k2 here; its fisheye model is number 5.
  */
 
 #include <stddef.h>
@@ -169,7 +188,8 @@ typedef struct rectiline_image {
 /**
  * Samples `source` at the positions of a map, bilinearly, into `target`, which has the map's size.
  * Positions outside the source image, and -1, give 0. The source is not changed; it may not overlap
- * the target. Allocates nothing.
+ * the target. Allocates nothing. The source must be of the camera that the map was made for, and of
+ * its size: a map does not know, so an image of half the size is sampled at the wrong places.
  */
 RECTILINE_API int32_t rectiline_remap(const rectiline_image* source, const rectiline_map* map,
                                       const rectiline_image* target);
@@ -511,7 +531,10 @@ RECTILINE_API void rectiline_reset_failed_checks(void);
 
 /* ---- rig files ---- */
 
-/** Reads a device-configuration XML document. error.text says why it is refused. */
+/**
+ * Reads a device-configuration XML document. error.text says why it is refused. Elements and
+ * attributes of other names are passed over, so a misspelt optional one counts as left out.
+ */
 RECTILINE_API int32_t rectiline_rig_from_xml(const char* bytes, size_t size,
                                              DeviceCalibrationZEL* device);
 RECTILINE_API int32_t rectiline_rig_from_file(const char* path, DeviceCalibrationZEL* device);

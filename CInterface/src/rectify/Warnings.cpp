@@ -69,7 +69,7 @@ void warnOfBaseline(double baseline, rectiline_rectification& result) {
 void warnOfShare(int camera, double share, rectiline_rectification& result) {
   if (!(share < kFewSources)) return;
   warn(result, RECTILINE_WARNING_FEW_SOURCES, camera, share,
-       "Only %.1f percent of the map of camera %d have a source in its image. Check the poses, or "
+       "Only %.1f percent of the map of camera %d has a source in its image. Check the poses, or "
        "choose another focal length or coverage.",
        share * 100, camera);
 }
