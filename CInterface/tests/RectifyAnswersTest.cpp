@@ -324,6 +324,10 @@ TEST(UndistortTest, EveryOptionGivesTheMapOfItsView) {
         ASSERT_EQ(rectiline_undistort(&camera, &options, &map.map, &view), RECTILINE_OK);
         const int withSource = expectMapOf(camera, view, map);
         EXPECT_TRUE(coverage != RECTILINE_COVERAGE_VALID || withSource == view.width * view.height);
+        if (coverage != RECTILINE_COVERAGE_AUTOMATIC) continue;
+        const IntrinsicCameraCalibrationZEL& in = camera.intrinsics;
+        EXPECT_NEAR(view.cx - in.principal_point_x, (view.width - in.width) / 2.0, 1e-4);
+        EXPECT_NEAR(view.cy - in.principal_point_y, (view.height - in.height) / 2.0, 1e-4);
       }
     }
   }

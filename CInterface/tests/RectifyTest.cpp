@@ -148,8 +148,14 @@ int pixelsOutOfView(const CameraCalibrationZEL& camera, const rectiline_view& vi
   return outOfView;
 }
 
-void expectCoverage(const PairCase& pair, const rectiline_options& options,
-                    const rectiline_rectification& result) {
+void expectScale(const PairCase& pair, const rectiline_options& options,
+                 const rectiline_rectification& result) {
+  if (options.field_of_view > 0) {
+    const double half = options.field_of_view / 2;
+    const bool isPinhole = options.projection == RECTILINE_PINHOLE;
+    EXPECT_NEAR(result.left.fx * (isPinhole ? std::tan(half) : half), result.left.width / 2.0,
+                1e-9);
+  }
   if (options.coverage == RECTILINE_COVERAGE_VALID) {
     EXPECT_EQ(result.left_share, 1);
     EXPECT_EQ(result.right_share, 1);
@@ -174,7 +180,7 @@ TEST(RectifyTest, EveryOptionIsAsGoodAsTheCameras) {
       const rectiline_rectification result = rectified(pair, option.options, &left.map, &right.map);
       EXPECT_EQ(std::memcmp(&view.left, &result.left, sizeof view.left), 0);
       EXPECT_EQ(result.disparity_sign, pair.left < pair.right ? 1 : -1);
-      expectCoverage(pair, option.options, result);
+      expectScale(pair, option.options, result);
       rectiline_certificate certificate = sized<rectiline_certificate>();
       ASSERT_EQ(rectiline_certify_rectification(&pair.device, &result, &left.map, &right.map,
                                                 &certificate),
