@@ -77,19 +77,5 @@ TEST(IdealPair, MapsAreTheIdentity) {
               pairs, worst, worstDepth);
 }
 
-TEST(IdealPair, BuffersAtAnyFourByteAlignmentAreFilledInPlace) {
-  const Size size{640, 480};
-  for (const std::size_t offset : {4U, 8U, 12U, 20U, 36U}) {
-    SCOPED_TRACE(offset);
-    const RectifiedPair pair(idealPair(size, 450, 0.064), 0, offset);
-    MapDeviation deviation;
-    deviation.add(pair.leftX, pair.leftY, size);
-    deviation.add(pair.rightX, pair.rightY, size);
-    EXPECT_EQ(deviation.lost, 0);
-    EXPECT_LE(deviation.worst, 1e-3);
-    EXPECT_TRUE(pair.intact());
-  }
-}
-
 }  // namespace
 }  // namespace rectiline::acceptance

@@ -15,6 +15,8 @@ namespace {
 using rectiline::testing::GuardedBuffer;
 
 constexpr std::uint32_t kWidth = 5, kHeight = 3, kCount = kWidth * kHeight;
+constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr int kNull = -12, kNoMatch = 1999999, kWrongSize = 1999998, kRefused = 1999997;
 
 /// Two cameras whose maps turn the image by half a turn, in guarded buffers at odd addresses.
@@ -65,7 +67,6 @@ struct Call {
 };
 
 TEST(ApplyMap, GainsAreClampedAndCutInTheSource) {
-  constexpr float kInf = std::numeric_limits<float>::infinity();
   const auto expect = [](float gain, int of200, int of201) {
     Call call(gain);
     ASSERT_EQ(call.run(true), 0);
@@ -85,7 +86,7 @@ TEST(ApplyMap, GainsAreClampedAndCutInTheSource) {
   expect(1e38F, 255, 255);
   expect(kInf, 255, 255);
   expect(-kInf, 0, 0);
-  expect(std::numeric_limits<float>::quiet_NaN(), 0, 0);
+  expect(kNaN, 0, 0);
   Call call(0.5F);
   ASSERT_EQ(call.run(false), 0);
   EXPECT_EQ(call.source[0][0], 201);
@@ -94,22 +95,8 @@ TEST(ApplyMap, GainsAreClampedAndCutInTheSource) {
 
 /// Every pixel value with every gain, in rows of every length up to four AVX-512 groups.
 TEST(ApplyMap, GainsAreThoseOfThePlainFormUnderEveryInstructionSet) {
-  using Limits = std::numeric_limits<float>;
-  const float gains[] = {0,
-                         -0.0F,
-                         1,
-                         1.0039216F,
-                         0.7475F,
-                         1.2749F,
-                         1e-40F,
-                         -1e-40F,
-                         1e38F,
-                         Limits::infinity(),
-                         -Limits::infinity(),
-                         -0.5F,
-                         255,
-                         Limits::quiet_NaN(),
-                         -Limits::quiet_NaN()};
+  const float gains[] = {0,     -0.0F, 1,     1.0039216F, 0.7475F, 1.2749F, 1e-40F, -1e-40F,
+                         1e38F, kInf,  -kInf, -0.5F,      255,     kNaN,    -kNaN};
   rectiline::testing::forEachInstructionSet([&] {
     for (std::size_t i = 0; i < 256 * std::size(gains); ++i) {
       const std::size_t count = i % 65;

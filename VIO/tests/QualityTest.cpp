@@ -7,29 +7,18 @@
 #include <limits>
 #include <optional>
 #include <random>
-#include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AR/CV/Camera/Interchange.h"
-#include "AR/Common/FailedChecks.h"
-#include "AR/Common/Logger.h"
-#include "AR/Common/WorkerPool.h"
 #include "TestModels.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "VIO/quality/CameraCertificate.h"
 #include "VIO/quality/MapReport.h"
 #include "VIO/quality/RectificationCertificate.h"
-#include "testing/LogCapture.h"
 
 namespace {
 
-using AR::Common::copyFailedChecks;
-using AR::Common::FailedCheckRecord;
-using AR::Common::failedChecksSinceReset;
-using AR::Common::resetFailedChecks;
-using rectiline::testing::LogCapture;
 using VIO::CameraCertificate;
 using VIO::MapReport;
 using VIO::RectificationCertificate;
@@ -291,50 +280,6 @@ TEST(MapReportTest, LargestRectangleOfRandomMaps) {
     ASSERT_EQ((Rect{r.rectX, r.rectY, r.rectWidth, r.rectHeight}),
               bruteForceRect(width, height, holes));
   }
-}
-
-void failCheck(int line) { AR::Common::logError("what", "where", "void failCheck(int)", line); }
-
-TEST(FailedCheckQueries, KeepTheLatestSixteenAtLevelOff) {
-  AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::OFF);
-  resetFailedChecks();
-  for (int line = 1; line <= 20; ++line) failCheck(line);
-  const std::string tooLong(300, 'x');
-  AR::Common::logError(tooLong.c_str(), tooLong.c_str(), "f", 21);
-  AR::Common::Logger::getInstance().setLevel(AR::Common::Logger::DEBUG);
-  FailedCheckRecord checks[32];
-  EXPECT_EQ(failedChecksSinceReset(), 21U);
-  EXPECT_EQ(copyFailedChecks(checks, 2), 2U);
-  ASSERT_EQ(copyFailedChecks(checks, 32), 16U);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(checks[i].line, 21 - i);
-  EXPECT_STREQ(checks[1].expression, "what");
-  EXPECT_STREQ(checks[1].source, "where");
-  EXPECT_EQ(checks[0].expression, tooLong.substr(0, sizeof checks[0].expression - 1));
-  EXPECT_EQ(checks[0].source, tooLong.substr(0, 95));
-  resetFailedChecks();
-  EXPECT_EQ(copyFailedChecks(checks, 32), 0U);
-  EXPECT_EQ(failedChecksSinceReset(), 0U);
-}
-
-TEST(FailedCheckQueries, IncludeWhatTheThreadsOwnWorkersFound) {
-  const LogCapture log;
-  const auto failInWorkers = [](int firstLine) {
-    for (const unsigned count : {6U, 50U}) {
-      resetFailedChecks();
-      AR::Common::WorkerPools::dispatch([=](int i) { failCheck(firstLine + i); }, count);
-      EXPECT_EQ(failedChecksSinceReset(), count);
-      FailedCheckRecord checks[16];
-      std::set<int> lines;
-      for (std::size_t i = copyFailedChecks(checks, 16); i > 0; --i)
-        lines.insert(checks[i - 1].line);
-      ASSERT_EQ(lines.size(), std::min(count, 16U));
-      EXPECT_GE(*lines.begin(), firstLine);
-      EXPECT_LT(*lines.rbegin(), firstLine + static_cast<int>(count));
-    }
-  };
-  std::vector<std::thread> threads;
-  for (int k = 0; k < 6; ++k) threads.emplace_back(failInWorkers, 1000 * k);
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
