@@ -57,14 +57,13 @@ inline DeviceCalibrationZEL pairRecord(const CameraCalibrationZEL& left,
 
 /// What CreateRectifyMap gave for one device, in guarded buffers.
 struct RectifiedPair {
-  explicit RectifiedPair(const DeviceCalibrationZEL& device, std::uint32_t keepOutside = 0,
-                         std::size_t byteOffset = 0)
+  explicit RectifiedPair(const DeviceCalibrationZEL& device, std::uint32_t keepOutside = 0)
       : width(device.cameras[0].intrinsics.width),
         height(device.cameras[0].intrinsics.height),
-        leftX(count(), -7, byteOffset),
-        leftY(count(), -7, byteOffset),
-        rightX(count(), -7, byteOffset),
-        rightY(count(), -7, byteOffset) {
+        leftX(count(), -7),
+        leftY(count(), -7),
+        rightX(count(), -7),
+        rightY(count(), -7) {
     const auto n = static_cast<std::uint32_t>(count());
     returned = CreateRectifyMap(&device, keepOutside, leftX.data(), n, leftY.data(), n,
                                 rightX.data(), n, rightY.data(), n, &depthConstant, &camera);

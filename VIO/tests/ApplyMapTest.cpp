@@ -163,7 +163,8 @@ TEST(ApplyMap, StopsAtTheFirstImageThatIsBad) {
   expectStop("Y height", kWrongSize, 0, [](auto& c) { c.maps[0].Y_height = 2; });
   expectStop("target", kWrongSize, 0, [](auto& c) { c.targets[0].width = 3; });
   expectStop(
-      "gain width", kWrongSize, 1, [](auto& c) { c.vignetting[1].width = 3; }, WithGains);
+      "gains on their side", kWrongSize, 1,
+      [](auto& c) { c.vignetting[1].width = kHeight, c.vignetting[1].height = kWidth; }, WithGains);
   expectStop(
       "gain height", kWrongSize, 0, [](auto& c) { c.vignetting[0].height = 1; }, WithGains);
   expectStop("empty source", kRefused, 1,

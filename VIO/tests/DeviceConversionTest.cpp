@@ -104,7 +104,7 @@ TEST(DeviceConversion, ReadsTheInertialUnitOnlyWhenThereIsOne) {
   for (const int count : {-1, 0, 1, 2}) {
     DeviceCalibrationZEL record = device();
     record.num_imus = count;
-    record.imus[0].vectors[5][2] = 42;
+    record.imus[0].vectors[5][2] = -42;
     record.imus[0].vectors[0][0] = kNaN;
     record.imus[0].pose.position.y = 3;
     for (const double w : {1.0, kNaN}) {
@@ -112,7 +112,7 @@ TEST(DeviceConversion, ReadsTheInertialUnitOnlyWhenThereIsOne) {
       auto rig = emptyRig();
       IMUCalibration<float> imu;
       EXPECT_TRUE(deviceFromIdl(record, rig, imu));
-      EXPECT_EQ(imu.vectors[5](2), count >= 1 ? 42 : 0);
+      EXPECT_EQ(imu.vectors[5](2), count >= 1 ? -42 : 0);
       EXPECT_EQ(imu.vectors[0](0), 0);
       EXPECT_EQ(imu.T_imu_ref.translation()(1), count >= 1 && w == 1 ? 3 : 0);
     }

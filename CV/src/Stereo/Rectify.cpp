@@ -191,6 +191,7 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   const double length = Math::norm(T_orol.translation().template cast<double>());
   const double extent = Internal::centreColumnExtent(left.getIntrinsics());
   if (!AR_CHECK(extent > 0, "0", kRectifySource)) return;
+  // Translations that single precision holds may be further apart than it holds.
   if (!assertSuccess(length <= static_cast<double>(std::numeric_limits<F>::max()))) return;
   const F B = static_cast<F>(length);
   const Math::Vec<F, 2> sourceSize = left.getIntrinsics().getSize();
@@ -198,6 +199,7 @@ void makeTargetCalibration(const FullStereoCameraCalibration<F>& calib,
   const TargetIntrinsicsParams<F> params =
       Internal::setupTargetIntrinsics(numDisparities, minDepth, maxDepth, f * B);
   const Math::Vec<F, 2> size(targetWidth(AR_HERE, targetImageWidth, sourceSize), sourceSize(1));
+  // Only along the rows: the depth range is to fit, and the rows to keep their field of view.
   const Math::Vec<F, 2> focal(f * params.scale, f);
 
   const std::size_t baselineIdx = Internal::getBaselineIdx(calib);

@@ -7,6 +7,7 @@
 namespace AR::CV::Internal {
 namespace {
 
+// Twice the disparities that rectified maps are made for, so that nearer points are checked too.
 constexpr int kCheckedDisparities = 128;
 
 /// Depth, in the target left frame, of the image centre at one disparity along the baseline axis.
@@ -50,6 +51,7 @@ void checkMappingFactor(const Math::Vec<F, 2>& size, const FullStereoCameraCalib
   if (baselineIdx > 1) return;
   AR_LOG(Common::Logger::VERBOSE, kRectifySource, "\tDisparity\tDepth");
   const Math::SE3<F> T_tltr = target.at(1).getLocalToCamReference();
+  // Disparity 0 is skipped where the depth range has no far end: its rays are parallel.
   for (int disp = 0; disp < kCheckedDisparities; ++disp) {
     F depth;
     if (!tryDepthAtDisparity(size, target, T_tltr, baselineIdx, disp, depth)) continue;
@@ -68,7 +70,7 @@ void validateStereoRectify(const FullStereoCameraCalibration<F>& source,
                            const Math::SO3<F>& R_oltl) {
   const Math::Vec<F, 3> P_ol(F(0), F(0), F(1));
   const Math::Vec<F, 2> x_ol = project(AR_HERE, source.at(0), P_ol);
-  project(AR_HERE, source.at(1), P_ol);
+  project(AR_HERE, source.at(1), P_ol);  // whether it is seen; where says nothing about the target
   const Math::Vec<F, 3> P_tl = R_oltl.inverse() * P_ol;
   const Math::Vec<F, 2> x_tl = project(AR_HERE, target.at(0), P_tl);
   const Math::Vec<F, 2> x_tr = project(AR_HERE, target.at(1), P_tl);

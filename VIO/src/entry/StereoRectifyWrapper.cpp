@@ -30,7 +30,7 @@ struct Rectification {
 /// False, after a report, when the device has no rectified pair.
 bool rectify(const CallSite& site, const DeviceCalibrationZEL& device, Rectification& pair) {
   constexpr std::uint32_t kNumDisparities = 64;
-  constexpr float kMinDepth = 0;
+  constexpr float kMinDepth = 0;  // a depth range would stretch the pixels along the rows
   constexpr float kMaxDepth = 10;
   constexpr std::uint32_t kSourceWidth = 0;
   VIO::IMUCalibration<float> imu;

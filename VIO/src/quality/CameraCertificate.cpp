@@ -19,6 +19,8 @@ using Camera = AR::CV::Camera<float>;
 using Vec2 = AR::Math::Vec<float, 2>;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+// A cubic that meets its function at both ends of a bin is furthest off near the middle, next to
+// which two of eight samples lie.
 constexpr std::size_t kSamplesPerBin = 8;
 constexpr int kAngles = 8;  // the image's axes among them
 

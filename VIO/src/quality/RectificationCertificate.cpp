@@ -21,8 +21,9 @@ using AR::Math::SO3;
 using Worst = WorstError<CertificatePlace>;
 using Vec3 = AR::Math::Vec<double, 3>;
 
-constexpr double kRanges[] = {0.3, 1, 3, 10, 30};  // metres
-constexpr int kGridSteps = 64;                     // along each axis of the image, at most
+// Metres. The cameras of a worn device have about a pixel of disparity at the last.
+constexpr double kRanges[] = {0.3, 1, 3, 10, 30};
+constexpr int kGridSteps = 64;  // along each axis of the image, at most
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 /// A claim with the exact cameras that it is measured against.
