@@ -65,7 +65,8 @@ std::vector<double> fieldsOf(const FullCamera<P>& camera) {
   add(k);
   add(T_local_ref.translation());
   add(state);
-  for (const int value : {int{model}, int{mode}, width, height, l, r, t, b, h, v}) all.push_back(value);
+  for (const int value : {int{model}, int{mode}, width, height, l, r, t, b, h, v})
+    all.push_back(value);
   for (const P value : {lineTime, centerRow, P(isRollingShutter)}) all.push_back(value);
   all.push_back(camera.getDelta());
   return all;

@@ -1,5 +1,6 @@
 /*
- * From a rig file to rectified maps and the depth of a point, by what dlopen() and dlsym() find alone.
+ * From a rig file to rectified maps and the depth of a point, by what dlopen() and dlsym() find
+ * alone.
  *
  *   cc -std=c99 -I... examples/c/rectify.c -ldl -o rectify
  *   ./rectify librectiline.so RIG.xml
