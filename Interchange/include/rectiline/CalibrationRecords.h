@@ -151,8 +151,9 @@ RECTILINE_LAYOUT(offsetof(ImuCalibrationZEL, pose) == 280);
 RECTILINE_LAYOUT(offsetof(ImuCalibrationZEL, reserved1) == 336);
 RECTILINE_RECORD(ImuCalibrationZEL, 368, 8);
 
-/// A whole device. Camera 0 is the left camera of the tracking pair and must be the reference frame
-/// itself (identity pose); camera 1 is the right one.
+/// A whole device. For CreateRectifyMap() and its kin camera 0 is the left camera of the tracking
+/// pair and must be the reference frame itself (identity pose), camera 1 the right one;
+/// rectiline/rectiline.h takes any two cameras, by their poses relative to each other.
 typedef struct RECTILINE_ALIGNED_8 DeviceCalibrationZEL {
   char header[128];  // device UID as zero-terminated text; otherwise the platform's own
   int32_t num_imus;  // inertial units are read only when this is at least 1
