@@ -19,54 +19,129 @@ constexpr P kStep = P(0.02);  // of the march
 // The march ends for any record, also one whose limit is infinite.
 constexpr int kMaxSteps = 1'000'000;
 
+// A march is looked at in blocks of so many radii.
+constexpr std::size_t kBlock = kRadiiAtOnce * kRadiiAtOnce;
+
 /// Consecutive undistorted radii of the march, whose iterations run side by side.
 template <typename P>
 struct MarchedRadii {
   std::size_t count = 0;
-  P r[kRadiiAtOnce];
-  P x[kRadiiAtOnce];   // r^2
-  P rd[kRadiiAtOnce];  // distorted radii
-  P y[kRadiiAtOnce];   // rd^2
+  P r[kBlock];
+  P rd[kBlock];  // distorted radii
+  P y[kBlock];   // rd^2
 
-  /// The radii from `next` on that are within x_max; `next` becomes the one after them.
-  MarchedRadii(P& next, P x_max) {
-    for (; count < kRadiiAtOnce && next * next <= x_max; ++count, next += kStep<P>) {
-      r[count] = next;
-      x[count] = next * next;
-    }
-  }
-
-  void distort(const CameraModel<P>& model) {
+  /// Adds the radii from `next` on that are within x_max, at most kRadiiAtOnce; `next` becomes the
+  /// one after them.
+  void add(const CameraModel<P>& model, P& next, P x_max) {
+    const std::size_t first = count;
+    P x[kRadiiAtOnce];
     P F[kRadiiAtOnce];
-    model.distortionFactors({x, count}, {F, count});
-    for (std::size_t i = 0; i < count; ++i) {
-      rd[i] = r[i] * F[i];
+    for (; count - first < kRadiiAtOnce && next * next <= x_max; ++count, next += kStep<P>) {
+      r[count] = next;
+      x[count - first] = next * next;
+    }
+    model.distortionFactors({x, count - first}, {F, count - first});
+    for (std::size_t i = first; i < count; ++i) {
+      rd[i] = r[i] * F[i - first];
       y[i] = rd[i] * rd[i];
     }
   }
 
-  /// How many of the radii, from the first, grow steadily within the image; `previous` is the
-  /// distorted radius before them.
-  [[nodiscard]] std::size_t countSteady(P previous, P y_max) const {
-    for (std::size_t i = 0; i < count; ++i) {
-      // 50 is 1 / kStep. Near a slope of 0 the radius turns back and has no inverse; no lens
-      // is as steep as 20, but the neighbourhood of a pole is.
-      const P slope = (rd[i] - previous) * 50;
-      if (!(slope >= P(0.005) && slope <= 20 && y[i] <= y_max)) return i;
-      previous = rd[i];
+  /// How many of the radii, from the first, undistortion returns. `isSlowing`: see March.
+  [[nodiscard]] std::size_t countReturned(const CameraModel<P>& model, bool isSlowing) const {
+    constexpr P kTolerance = P(0.005);
+    P lastErrors[kRadiiAtOnce];
+    if (isSlowing) errorsAt(model, kRadiiAtOnce - 1, kRadiiAtOnce, lastErrors);
+    for (std::size_t first = 0; first < count; first += kRadiiAtOnce) {
+      // With the last one well returned, so are those before it, which need fewer steps.
+      const bool isFull = count - first >= kRadiiAtOnce;
+      if (isSlowing && isFull && lastErrors[first / kRadiiAtOnce] <= kTolerance * P(0.75)) continue;
+      P errors[kRadiiAtOnce];
+      const std::size_t checked = errorsAt(model, first, 1, errors);
+      for (std::size_t i = 0; i < checked; ++i) {
+        if (!(errors[i] <= kTolerance)) return first + i;
+      }
     }
     return count;
   }
 
-  /// How many of the first `steady` radii, from the first, undistortion returns.
-  [[nodiscard]] std::size_t countReturned(const CameraModel<P>& model, std::size_t steady) const {
+ private:
+  /// By how much undistortion misses up to kRadiiAtOnce radii, `stride` apart; returns how many.
+  std::size_t errorsAt(const CameraModel<P>& model, std::size_t first, std::size_t stride,
+                       P* errors) const {
+    P y_i[kRadiiAtOnce];
     P G[kRadiiAtOnce];
-    model.undistortionFactors({y, steady}, {G, steady});
-    for (std::size_t i = 0; i < steady; ++i) {
-      if (!(std::abs(rd[i] * G[i] - r[i]) <= P(0.005))) return i;
+    std::size_t n = 0;
+    for (; n < kRadiiAtOnce && first + n * stride < count; ++n) y_i[n] = y[first + n * stride];
+    model.undistortionFactors({y_i, n}, {G, n});
+    for (std::size_t i = 0; i < n; ++i) {
+      errors[i] = std::abs(rd[first + i * stride] * G[i] - r[first + i * stride]);
     }
-    return steady;
+    return n;
   }
+};
+
+/// The march outwards over the radii within a model's limits, to the first whose distorted radius
+/// does not grow steadily within the image.
+template <typename P>
+class March {
+ public:
+  explicit March(const CameraModel<P>& model) : mModel(model), mLimit(mMax.distortionLimit) {}
+
+  [[nodiscard]] bool isOver() const { return mIsOver; }
+  /// The squared radius that the march came to; the model's own limit when it came to that.
+  [[nodiscard]] P limit() const { return mLimit; }
+  /// The distorted radius that the march came to.
+  [[nodiscard]] P distortedRadius() const { return mPrevious; }
+  /// Whether d ln(rd) / d ln(r) fell all along. The fixed-point iteration goes, in ln(r), from an
+  /// estimate t by ln(rd) - S(t) with S(ln r) = ln(rd): where S' falls outwards, an estimate that
+  /// is as far from its goal is farther from it after the step, the farther out the goal lies, and
+  /// so the iterations of larger radii take more steps.
+  [[nodiscard]] bool isSlowing() const { return mIsSlowing; }
+
+  /// The next radii.
+  [[nodiscard]] MarchedRadii<P> next() {
+    MarchedRadii<P> radii;
+    while (!mIsOver && radii.count < kBlock) {
+      std::size_t i = radii.count;
+      radii.add(mModel, mNext, mMax.distortionLimit);
+      mSteps += static_cast<int>(radii.count - i);
+      while (i < radii.count && isSteady(radii.r[i], radii.rd[i], radii.y[i])) ++i;
+      mIsOver = i < radii.count || mSteps >= kMaxSteps || !(mNext * mNext <= mMax.distortionLimit);
+      if (i < radii.count) {
+        const P last = radii.r[i] - kStep<P>;
+        mLimit = last * last;
+      } else if (mSteps >= kMaxSteps) {
+        mLimit = radii.r[i - 1] * radii.r[i - 1];
+      }
+      radii.count = i;
+    }
+    return radii;
+  }
+
+ private:
+  bool isSteady(P r, P rd, P y) {
+    // 50 is 1 / kStep. Near a slope of 0 the radius turns back and has no inverse; no lens is as
+    // steep as 20, but the neighbourhood of a pole is.
+    const P slope = (rd - mPrevious) * 50;
+    if (!(slope >= P(0.005) && slope <= 20 && y <= mMax.undistortionLimit)) return false;
+    // Differences round: a hundredth upwards is not taken for growth.
+    const P relativeSlope = slope * r / rd;
+    mIsSlowing = mIsSlowing && relativeSlope <= P(1.01) * mLeastRelativeSlope;
+    mLeastRelativeSlope = std::min(mLeastRelativeSlope, relativeSlope);
+    mPrevious = rd;
+    return true;
+  }
+
+  const CameraModel<P>& mModel;
+  const RadiusLimits<P> mMax = mModel.limits;
+  P mLimit;
+  P mNext = kStep<P>;
+  P mPrevious = 0;
+  P mLeastRelativeSlope = 1;
+  int mSteps = 0;
+  bool mIsSlowing = true;
+  bool mIsOver = !(kStep<P> * kStep<P> <= mMax.distortionLimit);
 };
 
 }  // namespace
@@ -130,31 +205,18 @@ void CameraModel<P>::findDistortionLimits() {
 
 template <typename P>
 bool CameraModel<P>::marchToDistortionLimit() {
-  const P x_max = limits.distortionLimit;
-  const P y_max = limits.undistortionLimit;
-  bool failed = false;
-  P previous = 0;
-  int steps = 0;
-  for (P r = kStep<P>; r * r <= x_max && steps < kMaxSteps;) {
-    MarchedRadii<P> radii(r, x_max);
-    steps += static_cast<int>(radii.count);
-    radii.distort(*this);
-    const std::size_t steady = radii.countSteady(previous, y_max);
-    const std::size_t returned = failed ? steady : radii.countReturned(*this, steady);
-    if (returned < steady) {
-      const P rd = returned > 0 ? radii.rd[returned - 1] : previous;
-      limits.undistortionLimit = rd * rd;
-      failed = true;
-    }
-    if (steady < radii.count) {
-      const P last = radii.r[steady] - kStep<P>;
-      limits.distortionLimit = last * last;
-      break;
-    }
-    previous = radii.rd[steady - 1];
-    if (steps >= kMaxSteps) limits.distortionLimit = radii.x[steady - 1];
+  March<P> march(*this);
+  std::optional<P> returnedTo;  // the distorted radius
+  while (!march.isOver()) {
+    const P previous = march.distortedRadius();
+    const MarchedRadii<P> radii = march.next();
+    if (returnedTo) continue;
+    const std::size_t returned = radii.countReturned(*this, march.isSlowing());
+    if (returned < radii.count) returnedTo = returned > 0 ? radii.rd[returned - 1] : previous;
   }
-  return !failed;
+  limits.distortionLimit = march.limit();
+  if (returnedTo) limits.undistortionLimit = *returnedTo * *returnedTo;
+  return !returnedTo;
 }
 
 template <typename P>
