@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
@@ -15,6 +14,8 @@ using AR::Common::Logger;
 
 constexpr char kSource[] = "CV/src/../include/AR/CV/Camera/Hermite";
 constexpr std::size_t INIT_BINS = 1;
+// Room for a fit from the start; the factors of most lenses need no more.
+constexpr std::size_t kUsualBins = 32;
 
 // std::max would lose a NaN or keep it, depending on the order of its arguments.
 template <typename P>
@@ -37,22 +38,25 @@ COEFFS cubicThrough(const SAMPLE& left, const SAMPLE& right, P x0, P s) {
 
 bool isVerbose() { return Logger::VERBOSE <= Logger::getInstance().getLevel(); }
 
-template <typename P>
-P largest(std::span<const P> errors) {
-  return std::accumulate(errors.begin(), errors.end(), P(0), largerOrNaN<P>);
+/// Puts one item of `between` between every two of `all`.
+template <typename SAMPLE>
+void interleave(std::vector<SAMPLE>& all, const std::vector<SAMPLE>& between) {
+  all.resize(all.size() + between.size());
+  for (std::size_t i = between.size(); i > 0; --i) {
+    all[2 * i] = all[i];
+    all[2 * i - 1] = between[i - 1];
+  }
 }
 
-/// a[0], b[0], a[1], b[1], ... a.back(); `a` has one item more than `b`.
-template <typename SAMPLE>
-std::vector<SAMPLE> interleave(const std::vector<SAMPLE>& a, const std::vector<SAMPLE>& b) {
-  std::vector<SAMPLE> both;
-  both.reserve(a.size() + b.size());
-  for (std::size_t i = 0; i < b.size(); ++i) {
-    both.push_back(a[i]);
-    both.push_back(b[i]);
+/// Samples fn at argument(0), argument(1), ..., into all of `samples`.
+template <typename P, typename SAMPLE, typename FUNCTION, typename ARGUMENT>
+void sampleAt(const FUNCTION& fn, const ARGUMENT& argument, std::span<SAMPLE> samples) {
+  P x[kSamplesAtOnce];
+  for (std::size_t first = 0; first < samples.size(); first += kSamplesAtOnce) {
+    const std::size_t count = std::min(kSamplesAtOnce, samples.size() - first);
+    for (std::size_t i = 0; i < count; ++i) x[i] = argument(first + i);
+    fn({x, count}, samples.subspan(first, count));
   }
-  both.push_back(a.back());
-  return both;
 }
 
 }  // namespace
@@ -82,26 +86,27 @@ void HermiteSplineInterpolation<P>::evaluateClamped(Arguments x, P* out) const {
 }
 
 template <typename P>
-std::vector<P> HermiteSplineInterpolation<P>::rightEnds(std::size_t bins,
-                                                        std::size_t stride) const {
+void HermiteSplineInterpolation<P>::sampleRightEnds(const Function& fn, std::size_t bins,
+                                                    std::size_t stride, std::size_t first,
+                                                    std::vector<ResultAndDeriv>& samples) const {
   const P h = (rangeMax - rangeMin) / static_cast<P>(bins);
-  std::vector<P> x;
-  x.reserve(bins);
-  for (std::size_t i = 0; i < bins; i += stride) {
-    x.push_back(rangeMin + static_cast<P>(i) * h + h);
-  }
-  return x;
+  samples.resize(first + (bins - 1) / stride + 1);
+  sampleAt<P>(
+      fn, [&](std::size_t i) { return rangeMin + static_cast<P>(i * stride) * h + h; },
+      Samples(samples).subspan(first));
 }
 
 template <typename P>
 void HermiteSplineInterpolation<P>::setupHermiteCoeffsInt(const Function& fn, std::size_t bins,
                                                           std::vector<ResultAndDeriv>& samples) {
   if (2 * samples.size() == bins + 2) {
-    samples = interleave(samples, fn(rightEnds(bins, 2)));
+    std::vector<ResultAndDeriv> between;
+    sampleRightEnds(fn, bins, 2, 0, between);
+    interleave(samples, between);
   } else if (samples.size() != bins + 1) {
-    samples = fn({&rangeMin, 1});
-    const std::vector<ResultAndDeriv> others = fn(rightEnds(bins, 1));
-    samples.insert(samples.end(), others.begin(), others.end());
+    samples.resize(1);
+    fn({&rangeMin, 1}, samples);
+    sampleRightEnds(fn, bins, 1, 1, samples);
   }
 
   const P h = (rangeMax - rangeMin) / static_cast<P>(bins);
@@ -123,24 +128,27 @@ void HermiteSplineInterpolation<P>::setupHermiteCoeffsInt(const Function& fn, st
 }
 
 template <typename P>
-std::vector<P> HermiteSplineInterpolation<P>::testAccuracy(
-    const Function& fn, bool scaleErrorByRadius, std::size_t firstBin, std::size_t endBin,
-    std::vector<ResultAndDeriv>& truths) const {
+auto HermiteSplineInterpolation<P>::testAccuracy(const Function& fn, bool scaleErrorByRadius,
+                                                 std::size_t firstBin, std::size_t endBin,
+                                                 std::vector<ResultAndDeriv>& truths) const
+    -> FitErrors {
   const P h = (rangeMax - rangeMin) / static_cast<P>(coeffs.size());
-  std::vector<P> x;
-  for (std::size_t i = firstBin; i < endBin; ++i) x.push_back(coeffs[i].x0 + h / 2);
-  truths = fn(x);
+  const auto middle = [&](std::size_t i) { return coeffs[firstBin + i].x0 + h / 2; };
+  truths.resize(std::max(firstBin, endBin) - firstBin);
+  sampleAt<P>(fn, middle, Samples(truths));
   const bool verbose = isVerbose();
-  std::vector<P> errors(x.size());
-  for (std::size_t i = 0; i < x.size(); ++i) {
+  FitErrors errors;
+  for (std::size_t i = 0; i < truths.size(); ++i) {
+    const P x = middle(i);
     const P truth = truths[i].value;
     P spline = std::numeric_limits<P>::quiet_NaN();
-    AR::Common::assertSuccess(evaluate(x[i], spline));
-    errors[i] = std::abs(truth - spline) * (scaleErrorByRadius ? std::sqrt(x[i]) : P(1));
+    AR::Common::assertSuccess(evaluate(x, spline));
+    errors.beforeLast = largerOrNaN(errors.beforeLast, errors.last);
+    errors.last = std::abs(truth - spline) * (scaleErrorByRadius ? std::sqrt(x) : P(1));
     if (verbose) {
       AR_LOGF(Logger::VERBOSE, kSource, "Hermite approximation errors:\t%f\t%f\t%f\t%f",
-              static_cast<double>(x[i]), static_cast<double>(spline), static_cast<double>(truth),
-              static_cast<double>(errors[i]));
+              static_cast<double>(x), static_cast<double>(spline), static_cast<double>(truth),
+              static_cast<double>(errors.last));
     }
   }
   return errors;
@@ -150,25 +158,23 @@ template <typename P>
 P HermiteSplineInterpolation<P>::testAccuracy(const Function& fn, bool scaleErrorByRadius,
                                               std::size_t firstBin, std::size_t endBin) const {
   std::vector<ResultAndDeriv> truths;
-  return largest<P>(
-      testAccuracy(fn, scaleErrorByRadius, firstBin, std::min(endBin, coeffs.size()), truths));
+  const FitErrors errors =
+      testAccuracy(fn, scaleErrorByRadius, firstBin, std::min(endBin, coeffs.size()), truths);
+  return largerOrNaN(errors.beforeLast, errors.last);
 }
 
 // A pole or a turn just beyond the range spoils the last bin alone: rather a little less range than
 // a bad table. Not as long as another doubling may help, nor when the last bin is good.
 template <typename P>
-P HermiteSplineInterpolation<P>::trimmedError(std::span<const P> errors, std::size_t MAX_BINS,
+P HermiteSplineInterpolation<P>::trimmedError(const FitErrors& errors, std::size_t MAX_BINS,
                                               P eps) {
-  const std::size_t bins = coeffs.size();
-  const P err = largest(errors.first(bins - 1));
-  const P errLast = errors.back();
-  const bool isRefined = 2 * bins <= MAX_BINS && err >= eps;
-  if (isRefined || errLast < eps) {
-    return largerOrNaN(err, errLast);
+  const bool isRefined = 2 * coeffs.size() <= MAX_BINS && errors.beforeLast >= eps;
+  if (isRefined || errors.last < eps) {
+    return largerOrNaN(errors.beforeLast, errors.last);
   }
   rangeMax = coeffs.back().x0;
   coeffs.pop_back();
-  return err;
+  return errors.beforeLast;
 }
 
 template <typename P>
@@ -199,15 +205,19 @@ P HermiteSplineInterpolation<P>::refine(const Function& fn, bool scaleErrorByRad
                                         std::size_t MAX_BINS, P eps, std::size_t minBinsForTrim) {
   std::vector<ResultAndDeriv> samples;
   std::vector<ResultAndDeriv> truths;
+  coeffs.reserve(kUsualBins);
+  samples.reserve(kUsualBins + 1);
+  truths.reserve(kUsualBins);
   for (std::size_t bins = INIT_BINS;; bins *= 2) {
     setupHermiteCoeffsInt(fn, bins, samples);
-    const std::vector<P> errors = testAccuracy(fn, scaleErrorByRadius, 0, bins, truths);
-    const P err = bins < minBinsForTrim ? largest<P>(errors) : trimmedError(errors, MAX_BINS, eps);
+    const FitErrors errors = testAccuracy(fn, scaleErrorByRadius, 0, bins, truths);
+    const P err = bins < minBinsForTrim ? largerOrNaN(errors.beforeLast, errors.last)
+                                        : trimmedError(errors, MAX_BINS, eps);
     if (!(err >= eps && bins * 2 <= MAX_BINS)) {
       return err;
     }
     // The middles of these bins are the new knots of the next fit.
-    samples = interleave(samples, truths);
+    interleave(samples, truths);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 #include "AR/Common/Macros.h"
 #include "CameraModel/DistortionTraits.h"
@@ -38,9 +37,10 @@ void distortionDerivatives(const CamModel::CameraModel<P>& model, std::span<cons
 template <typename P>
 void DistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Arguments x,
                               typename HermiteSplineInterpolation<P>::Samples samples) const {
-  std::vector<P> F(x.size());
-  std::vector<P> dFdx(x.size());
-  distortionDerivatives(*mModel, x, F.data(), dFdx.data());
+  AR_REQUIRE(x.size() <= kSamplesAtOnce, "x.size() <= kSamplesAtOnce", kSource);
+  P F[kSamplesAtOnce];
+  P dFdx[kSamplesAtOnce];
+  distortionDerivatives(*mModel, x, F, dFdx);
   for (std::size_t i = 0; i < x.size(); ++i) {
     samples[i] = {F[i], dFdx[i]};
   }

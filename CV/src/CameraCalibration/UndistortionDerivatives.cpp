@@ -1,7 +1,7 @@
 #include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
 
+#include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
@@ -20,14 +20,14 @@ constexpr char kSource[] = "CV/src/../include/AR/CV/CameraCalibration/Undistorti
 template <typename P>
 void derivativesOfFactor(const Camera<P>& camera, std::span<const P> y, std::span<const P> G,
                          std::span<P> dGdy) {
-  std::vector<P> x(y.size());
-  std::vector<P> F(y.size());
-  std::vector<P> dFdx(y.size());
+  P x[kSamplesAtOnce];
+  P F[kSamplesAtOnce];
+  P dFdx[kSamplesAtOnce];
   for (std::size_t i = 0; i < y.size(); ++i) {
     const P r = std::sqrt(y[i]) * G[i];
     x[i] = r * r;
   }
-  distortionDerivatives<P>(camera.getCamModel(), x, F.data(), dFdx.data());
+  distortionDerivatives<P>(camera.getCamModel(), {x, y.size()}, F, dFdx);
   for (std::size_t i = 0; i < y.size(); ++i) {
     const P s = std::sqrt(y[i]);
     const P r = s * G[i];
@@ -52,16 +52,19 @@ void iterativeUndistFromSpline(const Camera<P>& camera, std::span<const P> y, st
 
 template <typename P>
 void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, std::span<P> dGdy) {
+  AR_REQUIRE(y.size() <= kSamplesAtOnce, "y.size() <= kSamplesAtOnce", kSource);
   iterativeUndistFromSpline(camera, y, G);
-  std::vector<P> yOfSlope(y.begin(), y.end());
-  std::vector<P> GOfSlope(G.begin(), G.end());
+  P yOfSlope[kSamplesAtOnce];
+  P GOfSlope[kSamplesAtOnce];
+  std::copy(y.begin(), y.end(), yOfSlope);
+  std::copy(G.begin(), G.end(), GOfSlope);
   for (std::size_t i = 0; i < y.size(); ++i) {
     if (y[i] >= CamModel::kSmallSquaredRadius<P>) continue;
     // The slope divides by y: nearer to the centre that of this radius stands for it.
     yOfSlope[i] = CamModel::kSmallSquaredRadius<P>;
     GOfSlope[i] = iterativeUndistFromSpline(camera, CamModel::kSmallSquaredRadius<P>);
   }
-  derivativesOfFactor<P>(camera, yOfSlope, GOfSlope, dGdy);
+  derivativesOfFactor<P>(camera, {yOfSlope, y.size()}, {GOfSlope, y.size()}, dGdy);
   for (const P slope : dGdy) {
     static_cast<void>(AR_CHECK(AR::Math::isGoodNum(slope), "Math::isGoodNum(D)", kSource));
   }
@@ -84,9 +87,9 @@ P undistort(const Camera<P>& camera, P y, P& dGdy) {
 template <typename P>
 void UndistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Arguments y,
                                 typename HermiteSplineInterpolation<P>::Samples samples) const {
-  std::vector<P> G(y.size());
-  std::vector<P> dGdy(y.size());
-  undistort<P>(*mCamera, y, G, dGdy);
+  P G[kSamplesAtOnce];
+  P dGdy[kSamplesAtOnce];
+  undistort<P>(*mCamera, y, {G, y.size()}, {dGdy, y.size()});
   for (std::size_t i = 0; i < y.size(); ++i) {
     samples[i] = {G[i], dGdy[i]};
   }

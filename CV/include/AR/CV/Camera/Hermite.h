@@ -14,6 +14,9 @@
 
 namespace AR::CV {
 
+/// The most arguments that a spline's function is sampled at in one call.
+inline constexpr std::size_t kSamplesAtOnce = 64;
+
 /// A function of one variable as a piecewise cubic over uniform bins, fitted so that value and
 /// slope agree with the function at every knot. The interval is half open: rangeMax is outside.
 template <typename P>
@@ -38,7 +41,8 @@ class AR_EXPORT HermiteSplineInterpolation {
   using Samples = std::span<ResultAndDeriv>;
 
   /// The function to approximate: a callable that samples one argument, fn(x), or one that samples
-  /// many side by side, fn(std::span<const P> x, std::span<ResultAndDeriv> samples).
+  /// up to kSamplesAtOnce side by side, fn(std::span<const P> x, std::span<ResultAndDeriv>
+  /// samples).
   class Function {
    public:
     template <typename CALLABLE>
@@ -52,11 +56,8 @@ class AR_EXPORT HermiteSplineInterpolation {
       }
     }
 
-    [[nodiscard]] std::vector<ResultAndDeriv> operator()(Arguments x) const {
-      std::vector<ResultAndDeriv> samples(x.size());
-      mSample(x, samples);
-      return samples;
-    }
+    /// `samples` has the size of x.
+    void operator()(Arguments x, Samples samples) const { mSample(x, samples); }
 
    private:
     std::function<void(Arguments, Samples)> mSample;
@@ -125,17 +126,25 @@ class AR_EXPORT HermiteSplineInterpolation {
     return static_cast<std::size_t>(bin);
   }
 
-  /// The right ends of every bin of a fit with `bins` bins, or of every second one from the first.
-  [[nodiscard]] std::vector<P> rightEnds(std::size_t bins, std::size_t stride) const;
+  /// The largest errors of a fit.
+  struct FitErrors {
+    P beforeLast = 0;  ///< of all bins but the last
+    P last = 0;
+  };
+
+  /// Samples fn at the right ends of every bin of a fit with `bins` bins, or of every second one
+  /// from the first, into `samples` from its index `first` on.
+  void sampleRightEnds(const Function& fn, std::size_t bins, std::size_t stride, std::size_t first,
+                       std::vector<ResultAndDeriv>& samples) const;
   /// Fits by doubling; the loop of setupHermiteCoeffs().
   [[nodiscard]] P refine(const Function& fn, bool scaleErrorByRadius, std::size_t MAX_BINS, P eps,
                          std::size_t minBinsForTrim);
   /// Takes the largest of the bins' errors and drops the last bin where it alone is to blame.
-  [[nodiscard]] P trimmedError(std::span<const P> errors, std::size_t MAX_BINS, P eps);
-  /// The error in the middle of each of these bins, and the samples of fn there.
-  [[nodiscard]] std::vector<P> testAccuracy(const Function& fn, bool scaleErrorByRadius,
-                                            std::size_t firstBin, std::size_t endBin,
-                                            std::vector<ResultAndDeriv>& truths) const;
+  [[nodiscard]] P trimmedError(const FitErrors& errors, std::size_t MAX_BINS, P eps);
+  /// The errors in the middles of these bins, and the samples of fn there.
+  [[nodiscard]] FitErrors testAccuracy(const Function& fn, bool scaleErrorByRadius,
+                                       std::size_t firstBin, std::size_t endBin,
+                                       std::vector<ResultAndDeriv>& truths) const;
 };
 
 extern template class HermiteSplineInterpolation<float>;

@@ -64,7 +64,7 @@ class DistortFn {
  public:
   explicit DistortFn(const CamModel::CameraModel<P>& model) : mModel(&model) {}
 
-  /// F(x) and dF/dx at each squared ideal radius x.
+  /// F(x) and dF/dx at each squared ideal radius x, of which there are at most kSamplesAtOnce.
   void operator()(typename HermiteSplineInterpolation<P>::Arguments x,
                   typename HermiteSplineInterpolation<P>::Samples samples) const;
   /// The same at one of them.

@@ -22,7 +22,8 @@ template <typename P>
 template <typename P>
 [[nodiscard]] P undistort(const Camera<P>& camera, P y, P& dGdy);
 
-/// The same for each of many squared distorted radii, side by side. Outputs have the size of y.
+/// The same for each of many squared distorted radii, side by side; with the derivative, for at
+/// most kSamplesAtOnce of them. Outputs have the size of y.
 template <typename P>
 void iterativeUndistFromSpline(const Camera<P>& camera, std::span<const P> y, std::span<P> G);
 template <typename P>
@@ -35,7 +36,7 @@ class UndistortFn {
  public:
   explicit UndistortFn(const Camera<P>& camera) : mCamera(&camera) {}
 
-  /// G(y) and dG/dy at each squared distorted radius y.
+  /// G(y) and dG/dy at each squared distorted radius y, of which there are at most kSamplesAtOnce.
   void operator()(typename HermiteSplineInterpolation<P>::Arguments y,
                   typename HermiteSplineInterpolation<P>::Samples samples) const;
   /// The same at one of them.
