@@ -49,9 +49,9 @@ void storePlanes(float value, float* X, float* Y, std::size_t count) {
   HWY_DYNAMIC_DISPATCH(storeBoth)(value, X, Y, count);
 }
 
-std::uint32_t readMapsAndCopy(const float* mapX, const float* mapY, const std::uint8_t* source,
-                              std::uint8_t* target, std::size_t count) {
-  std::memcpy(target, source, count);
+std::uint32_t readMapsAndCopy(const float* mapX, const float* mapY, std::size_t count,
+                              const std::uint8_t* source, std::uint8_t* target, std::size_t bytes) {
+  std::memcpy(target, source, bytes);
   return HWY_DYNAMIC_DISPATCH(readBoth)(mapX, mapY, count);
 }
 

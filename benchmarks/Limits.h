@@ -10,9 +10,10 @@ namespace rectiline::bench {
 /// Stores `value` into `count` elements of both planes, side by side as a map is made.
 void storePlanes(float value, float* X, float* Y, std::size_t count);
 
-/// Reads all of two maps and copies `count` bytes: what a remap must at least do.
-/// @return a digest of the maps, for nothing but that they be read
-std::uint32_t readMapsAndCopy(const float* mapX, const float* mapY, const std::uint8_t* source,
-                              std::uint8_t* target, std::size_t count);
+/// Reads two maps, or halves of a plan, of `count` floats each and copies `bytes`: what a remap
+/// must at least do.
+/// @return a digest of what is read, for nothing but that it be read
+std::uint32_t readMapsAndCopy(const float* mapX, const float* mapY, std::size_t count,
+                              const std::uint8_t* source, std::uint8_t* target, std::size_t bytes);
 
 }  // namespace rectiline::bench

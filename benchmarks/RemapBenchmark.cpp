@@ -19,7 +19,8 @@ std::string nameOf(const Size& size, const std::string& whose) {
 
 void copyOnly(RemapCase& c) {
   benchmark::DoNotOptimize(readMapsAndCopy(c.maps.X.ptr<float>(), c.maps.Y.ptr<float>(),
-                                           c.source.data, c.target.data, c.source.total()));
+                                           c.source.total(), c.source.data, c.target.data,
+                                           c.source.total()));
 }
 
 cv::Mat resultOf(void (*remap)(RemapCase&), RemapCase& c) {

@@ -13,6 +13,9 @@ void addMaps(const Size& size);
 void checkRemap(const Size& size);
 void addRemap(const Size& size);
 
+void checkPlans(const Size& size);
+void addPlans(const Size& size);
+
 void checkApply(const Size& size);
 void addApply(const Size& size);
 

@@ -34,6 +34,7 @@ std::vector<Subject> subjects() {
   for (const Size& size : kSizes) {
     all.push_back({"map/" + text(size), [=] { checkMaps(size); }, [=] { addMaps(size); }});
     all.push_back({"remap/" + text(size), [=] { checkRemap(size); }, [=] { addRemap(size); }});
+    all.push_back({"plan/" + text(size), [=] { checkPlans(size); }, [=] { addPlans(size); }});
     all.push_back({"apply/" + text(size), [=] { checkApply(size); }, [=] { addApply(size); }});
   }
   all.push_back({"setup", [] {}, addSetup});

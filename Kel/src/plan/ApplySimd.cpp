@@ -1,0 +1,130 @@
+// Applies plans with vector instructions: groups in windows by the code for the instruction set at
+// hand, and what belongs to all of them.
+
+#include <hwy/cache_control.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "plan/Apply.h"
+#include "plan/ApplyPlain.h"
+#include "plan/BlockTarget.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "plan/ApplySimd.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#undef RECTILINE_PLAN_IS_PLAIN
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+#define RECTILINE_PLAN_IS_PLAIN
+#elif HWY_ARCH_X86
+#include "plan/WindowsX86-inl.h"
+#else
+#define RECTILINE_PLAN_IS_PLAIN
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace kel::plan::HWY_NAMESPACE {
+
+#ifdef RECTILINE_PLAN_IS_PLAIN
+
+void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int end) {
+  applyRowsPlain(plan, images, first, end);
+}
+
+#else
+
+/// What all groups of a plan share.
+struct Shared {
+  const std::uint8_t* source;
+  std::ptrdiff_t stride;
+  Finish finish;
+  std::uint8_t border;
+};
+
+HWY_INLINE Group16 withBorder(Group16 values, unsigned valid, std::uint8_t border) {
+  const hn::FixedTag<std::uint8_t, kGroup> u8;
+  std::uint8_t bits[8] = {static_cast<std::uint8_t>(valid), static_cast<std::uint8_t>(valid >> 8)};
+  return hn::IfThenElse(hn::LoadMaskBits(u8, bits), values, hn::Set(u8, border));
+}
+
+/// Fetches what blocks further down will look up.
+HWY_INLINE void prefetchBelow(const Shared& shared, std::uint32_t window) {
+  const auto at = reinterpret_cast<std::uintptr_t>(shared.source + window);
+  hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(
+      at + static_cast<std::uintptr_t>(kBlockRows * shared.stride)));
+}
+
+template <bool isMasked, bool hasGains, class Record>
+HWY_INLINE void applyRecords(const Shared shared, const Record* record, const Record* end,
+                             const std::uint16_t* gains, const Sink sink) {
+  const hn::FixedTag<std::uint8_t, kGroup> u8;
+  for (; record != end; ++record) {
+    prefetchBelow(shared, record->windows[0]);
+    Group16 values =
+        interpolateGroup<hasGains>(*record, gains, shared.source, shared.stride, shared.finish);
+    if constexpr (isMasked) values = withBorder(values, record->valid, shared.border);
+    hn::StoreU(values, u8, sink.start + record->target.row * sink.stride + record->target.column);
+    if constexpr (hasGains) gains += kGroup;
+  }
+}
+
+template <bool hasGains>
+HWY_INLINE void applyParts(const PlanContent& plan, const Shared& shared, const BlockView& block,
+                           const Sink& sink) {
+  const Block& begin = *block.begin;
+  const Block& end = *block.end;
+  const auto gainsAt = [](const std::vector<std::uint16_t>& gains, std::uint64_t record) {
+    return hasGains ? gains.data() + record * kGroup : nullptr;
+  };
+  applyRecords<false, hasGains>(shared, plan.pairs.data() + begin.firstPair,
+                                plan.pairs.data() + end.firstPair,
+                                gainsAt(plan.pairGains, begin.firstPair), sink);
+  applyRecords<true, hasGains>(shared, plan.maskedPairs.data() + begin.firstMaskedPair,
+                               plan.maskedPairs.data() + end.firstMaskedPair,
+                               gainsAt(plan.maskedPairGains, begin.firstMaskedPair), sink);
+  applyRecords<true, hasGains>(shared, plan.quads.data() + begin.firstQuad,
+                               plan.quads.data() + end.firstQuad,
+                               gainsAt(plan.quadGains, begin.firstQuad), sink);
+  for (std::uint64_t i = begin.firstChain; i < end.firstChain; ++i) {
+    followChainPlain(plan, plan.chains[i], 0, plan.chains[i].start, shared.source, sink);
+  }
+  fillSpans(plan, block, sink);
+}
+
+template <bool hasGains>
+void applyBlock(const PlanContent& plan, const Shared& shared, const BlockView& block) {
+  if (!block.begin->isTurned) return applyParts<hasGains>(plan, shared, block, block.target);
+  TurnedBlock turned;
+  applyParts<hasGains>(plan, shared, block, turned.sink());
+  storeColumns(turned, block, 0, block.columns);
+}
+
+void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int end) {
+  const Shared shared{images.source, plan.layout.stride, {plan.gainShift}, plan.layout.border[0]};
+  for (int column = 0; column < plan.blockColumns; ++column) {
+    for (int row = first; row < end; ++row) {
+      const BlockView block = blockAt(plan, images, row, column);
+      plan.hasGains ? applyBlock<true>(plan, shared, block)
+                    : applyBlock<false>(plan, shared, block);
+    }
+  }
+}
+
+#endif
+
+}  // namespace kel::plan::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kel::plan {
+
+HWY_EXPORT(applyRowsSimd);
+
+void applyRows(const PlanContent& plan, const Images& images, int first, int end) {
+  HWY_DYNAMIC_DISPATCH(applyRowsSimd)(plan, images, first, end);
+}
+
+}  // namespace kel::plan
+#endif

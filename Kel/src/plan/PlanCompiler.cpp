@@ -1,0 +1,226 @@
+#include "plan/PlanCompiler.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "bilinear.h"
+#include "plan/ChainBuilder.h"
+#include "plan/Gains.h"
+#include "plan/Groups.h"
+#include "plan/Positions.h"
+
+namespace kel::plan {
+namespace {
+
+/// Part of the target: `rows` by `columns` pixels from (x, y) on.
+struct Area {
+  int x;
+  int y;
+  int columns;
+  int rows;
+};
+
+class Compiler {
+ public:
+  Compiler(const ConstMap& map, const Gains& gains, PlanContent& content)
+      : mMap(map),
+        mGains(gains),
+        mContent(content),
+        mChains(content),
+        mSource{content.layout.width, content.layout.height, content.layout.stride} {}
+
+  void compile() {
+    for (int row = 0; row < mContent.blockRows; ++row) {
+      const int y = row * kBlockRows;
+      const int rows = std::min(kBlockRows, mMap.height - y);
+      for (int column = 0; column < mContent.blockColumns; ++column) {
+        beginBlock();
+        const int x = column * mContent.columnsPerBlock();
+        compileBlock({x, y, mContent.blockWidth(column), rows});
+      }
+    }
+    beginBlock();
+  }
+
+ private:
+  void beginBlock() {
+    mContent.blocks.push_back({mContent.pairs.size(), mContent.maskedPairs.size(),
+                               mContent.quads.size(), mContent.chains.size(), mContent.spans.size(),
+                               false});
+  }
+
+  void compileBlock(const Area& area) {
+    if (!canHaveWindows()) return compileRows(area);
+    const bool isTurned = crossesRows(area);
+    mContent.blocks.back().isTurned = isTurned;
+    if (isTurned) return compileColumns(area);
+    if (area.columns < kGroup) return compileRows(area);
+    for (int column = 0; column < area.columns; column += kGroup) {
+      // The last group begins early enough to be whole; some pixels are then written twice.
+      compileSquare(area, std::min(column, area.columns - kGroup));
+    }
+  }
+
+  [[nodiscard]] bool canHaveWindows() const {
+    const std::int64_t lastRow = (mSource.height - 1) * std::int64_t{mSource.stride};
+    return mContent.channels == 1 && mSource.width >= kWindowColumns &&
+           mSource.height >= kWindowRows && lastRow + mSource.width <= std::int64_t{UINT32_MAX};
+  }
+
+  /// Whether a way along rows crosses more of the source's rows than one along columns.
+  [[nodiscard]] bool crossesRows(const Area& area) const {
+    constexpr int kStep = kGroup / 2;
+    float alongRows = 0;
+    float alongColumns = 0;
+    for (int y = area.y; y + kStep < area.y + area.rows; y += kStep) {
+      for (int x = area.x; x + kStep < area.x + area.columns; x += kStep) {
+        if (!(hasSource(x, y) && hasSource(x + kStep, y) && hasSource(x, y + kStep))) continue;
+        const float here = rowOf(mMap.y, y)[x];
+        alongRows += std::abs(rowOf(mMap.y, y)[x + kStep] - here);
+        alongColumns += std::abs(rowOf(mMap.y, y + kStep)[x] - here);
+      }
+    }
+    return alongRows > alongColumns;
+  }
+
+  [[nodiscard]] bool hasSource(int x, int y) const {
+    return isInside(rowOf(mMap.x, y)[x], mSource.width) &&
+           isInside(rowOf(mMap.y, y)[x], mSource.height);
+  }
+
+  /// Pixel by pixel.
+  void compileRows(const Area& area) {
+    for (int row = 0; row < area.rows; ++row) {
+      for (int column = 0; column < area.columns; column += kGroup) {
+        const int count = std::min(kGroup, area.columns - column);
+        find({area.x + column, area.y + row, count, 1}, mPositions);
+        mChains.add(mPositions, 0, count, placeOf(row, column));
+      }
+    }
+  }
+
+  /// Groups along rows.
+  void compileSquare(const Area& area, int column) {
+    find({area.x + column, area.y, kGroup, area.rows}, mPositions);
+    for (int row = 0; row < area.rows; ++row) addGroup(mPositions, row, placeOf(row, column));
+  }
+
+  /// Groups along columns.
+  void compileColumns(const Area& area) {
+    for (int column = 0; column < area.columns; column += kGroup) {
+      const int count = std::min(kGroup, area.columns - column);
+      find({area.x + column, area.y, count, area.rows}, mPositions);
+      transpose(mPositions, mTransposed);
+      for (int i = 0; i < count; ++i) {
+        addGroup(mTransposed, i, placeOf(0, kGroup * (column + i)));
+      }
+    }
+  }
+
+  /// Positions of an area of at most a square, which they begin; beyond its rows there are none.
+  void find(const Area& area, Positions& positions) {
+    for (int row = 0; row < area.rows; ++row) {
+      const float* const x = rowOf(mMap.x, area.y + row) + area.x;
+      const float* const y = rowOf(mMap.y, area.y + row) + area.x;
+      findRow(x, y, area.columns, mSource.width, mSource.height, row, positions);
+      for (int i = 0; mGains.areGiven() && i < area.columns; ++i) {
+        positions.gain[row * kGroup + i] = mGains.at(x[i], y[i]);
+      }
+    }
+    const int filled = kGroup * area.rows;
+    std::fill_n(positions.isInside + filled, Positions::kCount - filled, std::uint8_t{0});
+  }
+
+  void addGroup(const Positions& positions, int group, Place target) {
+    WindowedGroup windowed;
+    const GroupKind kind = findWindows(positions, group, mSource, windowed);
+    const int first = group * kGroup;
+    switch (kind) {
+      case GroupKind::Empty:
+        return mChains.addSpan(kGroup, target);
+      case GroupKind::Pair:
+        mContent.pairs.push_back(pairOf(windowed, target));
+        return addGains(positions.gain + first, mContent.pairGains);
+      case GroupKind::MaskedPair:
+        mContent.maskedPairs.push_back(pairOf(windowed, target));
+        return addGains(positions.gain + first, mContent.maskedPairGains);
+      case GroupKind::Quad:
+        mContent.quads.push_back(quadOf(windowed, target));
+        return addGains(positions.gain + first, mContent.quadGains);
+      case GroupKind::Chain:
+        return mChains.add(positions, first, kGroup, target);
+    }
+  }
+
+  void addGains(const std::uint16_t* gains, std::vector<std::uint16_t>& to) const {
+    if (mContent.hasGains) to.insert(to.end(), gains, gains + kGroup);
+  }
+
+  static PairRecord pairOf(const WindowedGroup& group, Place target) {
+    return {{group.windows[0], group.windows[1]}, target, group.valid, 0, group.lookup};
+  }
+
+  static QuadRecord quadOf(const WindowedGroup& group, Place target) {
+    QuadRecord record{};
+    std::copy_n(group.windows, 4, record.windows);
+    record.lookup = group.lookup;
+    record.target = target;
+    record.valid = group.valid;
+    return record;
+  }
+
+  static Place placeOf(int row, int column) {
+    return {static_cast<std::uint16_t>(row), static_cast<std::uint16_t>(column)};
+  }
+
+  [[nodiscard]] const float* rowOf(const float* plane, int y) const {
+    return plane + y * (mMap.stride / static_cast<std::ptrdiff_t>(sizeof(float)));
+  }
+
+  const ConstMap& mMap;
+  const Gains& mGains;
+  PlanContent& mContent;
+  ChainBuilder mChains;
+  WindowedSource mSource;
+  Positions mPositions;
+  Positions mTransposed;
+};
+
+int channelsOf(PixelFormat format) {
+  return format == PixelFormat::Rgb8 ? 3 : format == PixelFormat::Rgba8 ? 4 : 1;
+}
+
+void shrink(PlanContent& content) {
+  content.pairs.shrink_to_fit();
+  content.maskedPairs.shrink_to_fit();
+  content.quads.shrink_to_fit();
+  content.chains.shrink_to_fit();
+  content.links.shrink_to_fit();
+  content.spans.shrink_to_fit();
+  content.pairGains.shrink_to_fit();
+  content.maskedPairGains.shrink_to_fit();
+  content.quadGains.shrink_to_fit();
+  content.linkGains.shrink_to_fit();
+}
+
+}  // namespace
+
+std::unique_ptr<const PlanContent> compile(const ConstMap& map, const PlanLayout& layout,
+                                           const SourceGains& sourceGains) {
+  const Gains gains(sourceGains, layout);
+  auto content = std::make_unique<PlanContent>();
+  content->layout = layout;
+  content->channels = channelsOf(layout.format);
+  content->width = map.width;
+  content->height = map.height;
+  content->blockColumns = std::max(map.width / content->columnsPerBlock(), 1);
+  content->blockRows = (map.height - 1) / kBlockRows + 1;
+  content->hasGains = gains.areGiven();
+  content->gainShift = gains.shift();
+  Compiler(map, gains, *content).compile();
+  shrink(*content);
+  return content;
+}
+
+}  // namespace kel::plan

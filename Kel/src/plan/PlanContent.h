@@ -1,0 +1,143 @@
+#pragma once
+
+// What a plan holds.
+//
+// The target is cut into blocks of kBlockRows rows. Within a block, pixels are looked after in
+// groups of 16: neighbours along a row, or, in a block that is turned, along a column, whichever
+// stays in fewer rows of the source; the bytes of a turned block are gathered and then transposed.
+// Groups of one kind follow each other, since what decides about a kind once per group is
+// mispredicted:
+//
+//   pairs   two windows of the source, 16 pixels by 3 rows, hold the neighbours of 8 pixels each
+//   quads   four windows hold those of 4 pixels each
+//   chains  any other pixels, one by one, and all those of images with several channels
+//   spans   pixels without a source
+//
+// Windows lie inside the source, which has at least their size: otherwise there are chains only.
+// Records hold 4 bytes a pixel: its place in its window, and two weights (see Arithmetic.h).
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Kel/RemapPlan.h"
+
+namespace kel {
+namespace plan {
+
+inline constexpr int kGroup = 16;  // pixels
+inline constexpr int kWindowColumns = 16;
+inline constexpr int kWindowRows = 3;
+inline constexpr int kBlockRows = kGroup;
+inline constexpr int kBlockColumns = 256;        // at least; the last block of a row takes the rest
+inline constexpr int kColourBlockColumns = 512;  // likewise
+inline constexpr int kMaxGreyBlock = 2 * kBlockColumns - 1;
+
+/// Where a group goes: rows and columns from its block's first pixel. In a turned block, row 0 and
+/// 16 times the column.
+struct Place {
+  std::uint16_t row;
+  std::uint16_t column;
+};
+
+/// Of every pixel of a group: its left upper neighbour is kWindowColumns * row + column of its
+/// window, row being 0 or 1 and column at most kWindowColumns - 2.
+struct Lookup {
+  std::uint8_t place[kGroup];
+  std::uint8_t weightRight[kGroup];
+  std::uint8_t weightLower[kGroup];
+};
+
+struct PairRecord {
+  std::uint32_t windows[2];  // bytes from the source's first one
+  Place target;
+  std::uint16_t valid;  // bit i: pixel i has a source
+  std::uint16_t unused;
+  Lookup lookup;
+};
+
+struct QuadRecord {
+  std::uint32_t windows[4];
+  Lookup lookup;
+  Place target;
+  std::uint16_t valid;
+  std::uint16_t unused[5];
+};
+
+static_assert(sizeof(PairRecord) == 64 && sizeof(QuadRecord) == 80);
+
+/// The next pixel of a chain: `step` bytes behind the one before it.
+struct Link {
+  std::int16_t step;
+  std::uint8_t weightRight;
+  std::uint8_t weightLower;
+};
+
+/// What vector code reads at once of a row of a chain's pixel, which may be more than two pixels.
+inline int linkBytes(int channels) { return channels == 1 ? 2 : 8; }
+
+/// Pixels that follow each other in the target.
+struct Chain {
+  std::int64_t
+      start;  // bytes from the source's first one to the first pixel's left upper neighbour
+  std::uint64_t firstLink;
+  Place target;
+  std::uint16_t count;
+  std::uint16_t isAtEnd;  // fewer than linkBytes() can be read there
+};
+
+/// Pixels that follow each other in the target and have no source.
+struct Span {
+  Place target;
+  std::uint16_t count;
+};
+
+/// Where a block's parts begin; they end where those of the next begin.
+struct Block {
+  std::uint64_t firstPair = 0;        // all pixels have a source
+  std::uint64_t firstMaskedPair = 0;  // not all
+  std::uint64_t firstQuad = 0;
+  std::uint64_t firstChain = 0;
+  std::uint64_t firstSpan = 0;
+  bool isTurned = false;
+};
+
+}  // namespace plan
+
+struct PlanContent {
+  PlanLayout layout;
+  int channels;
+  int width;  // of the target
+  int height;
+  int blockColumns;  // blocks beside each other
+  int blockRows;
+  std::vector<plan::PairRecord> pairs;
+  std::vector<plan::PairRecord> maskedPairs;
+  std::vector<plan::QuadRecord> quads;
+  std::vector<plan::Chain> chains;
+  std::vector<plan::Link> links;
+  std::vector<plan::Span> spans;
+  std::vector<plan::Block> blocks;  // row by row, and one behind the last
+
+  /// Of a plan with gains: 16 for every record and one for every link, in 2^-gainShift.
+  bool hasGains;
+  int gainShift;  // 8 to 15
+  std::vector<std::uint16_t> pairGains;
+  std::vector<std::uint16_t> maskedPairGains;
+  std::vector<std::uint16_t> quadGains;
+  std::vector<std::uint16_t> linkGains;
+
+  /// From a pixel to its right and lower neighbour, bytes; 0 in a source of one column or row.
+  [[nodiscard]] std::ptrdiff_t rightStep() const { return layout.width > 1 ? channels : 0; }
+  [[nodiscard]] std::ptrdiff_t lowerStep() const { return layout.height > 1 ? layout.stride : 0; }
+
+  [[nodiscard]] int columnsPerBlock() const {
+    return channels == 1 ? plan::kBlockColumns : plan::kColourBlockColumns;
+  }
+  /// Columns of the target in a block of column `i`.
+  [[nodiscard]] int blockWidth(int i) const {
+    return i + 1 < blockColumns ? columnsPerBlock() : width - i * columnsPerBlock();
+  }
+};
+
+}  // namespace kel
