@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,60 +14,39 @@
 
 namespace {
 
+template <typename Struct>
+Struct sized() {
+  Struct s{};
+  s.struct_size = sizeof s;
+  return s;
+}
+
 struct Option {
-  const char* name;
-  rectiline_options options;
+  std::string name;
+  rectiline_options options = sized<rectiline_options>();
 };
 
-rectiline_options zero() {
-  rectiline_options options{};
-  options.struct_size = sizeof options;
-  return options;
-}
-
-template <typename Set>
-rectiline_options with(Set&& set) {
-  rectiline_options options = zero();
-  set(options);
-  return options;
-}
-
 std::vector<Option> everyOption(const IntrinsicCameraCalibrationZEL& left) {
-  const auto size = [&](rectiline_options& o) { o.width = 500, o.height = 400; };
-  const auto latLong = [](rectiline_options& o) { o.projection = RECTILINE_LATITUDE_LONGITUDE; };
-  const auto cover = [](rectiline_options& o, int coverage, double alpha = 0) {
-    o.coverage = coverage;
-    o.alpha = alpha;
-  };
-  const auto point = [&](rectiline_options& o) {
-    o.has_principal_point = 1;
-    o.cx = 0.45 * left.width;
-    o.cy = 0.55 * left.height;
-  };
-  using O = rectiline_options&;
-  return {
-      {"automatic", zero()},
-      {"keep outside", with([](O o) { o.keep_outside = 1; })},
-      {"size", with([&](O o) { size(o); })},
-      {"principal point", with([&](O o) { point(o); })},
-      {"focal length", with([&](O o) { o.focal_length = 0.6 * left.focal_length_x; })},
-      {"field of view", with([](O o) { o.field_of_view = 1.2; })},
-      {"valid", with([&](O o) { cover(o, RECTILINE_COVERAGE_VALID); })},
-      {"valid, size", with([&](O o) { size(o), cover(o, RECTILINE_COVERAGE_VALID); })},
-      {"valid, point", with([&](O o) { point(o), cover(o, RECTILINE_COVERAGE_VALID); })},
-      {"whole", with([&](O o) { cover(o, RECTILINE_COVERAGE_WHOLE); })},
-      {"whole, size", with([&](O o) { size(o), cover(o, RECTILINE_COVERAGE_WHOLE); })},
-      {"whole, point", with([&](O o) { point(o), cover(o, RECTILINE_COVERAGE_WHOLE); })},
-      {"between", with([&](O o) { cover(o, RECTILINE_COVERAGE_BETWEEN, 0.5); })},
-      {"lat-long", with([&](O o) { latLong(o); })},
-      {"lat-long, valid", with([&](O o) { latLong(o), cover(o, RECTILINE_COVERAGE_VALID); })},
-      {"lat-long, whole", with([&](O o) { latLong(o), cover(o, RECTILINE_COVERAGE_WHOLE); })},
-      {"lat-long, whole, size",
-       with([&](O o) { latLong(o), size(o), cover(o, RECTILINE_COVERAGE_WHOLE); })},
-      {"lat-long, between",
-       with([&](O o) { latLong(o), cover(o, RECTILINE_COVERAGE_BETWEEN, 0.5); })},
-      {"lat-long, field of view", with([&](O o) { latLong(o), o.field_of_view = 2.5; })},
-  };
+  const char* const kProjections[] = {"pinhole", "lat-long"};
+  const char* const kScales[] = {"automatic", "focal length", "view", "valid", "whole", "between"};
+  const char* const kImages[] = {"", ", size", ", point", ", keep outside"};
+  constexpr int kCoverages[] = {
+      0, 0, 0, RECTILINE_COVERAGE_VALID, RECTILINE_COVERAGE_WHOLE, RECTILINE_COVERAGE_BETWEEN};
+  std::vector<Option> all;
+  for (int i = 0; i < 2 * 6 * 4; ++i) {
+    const int projection = i / 24, scale = i / 4 % 6, image = i % 4;
+    auto& [name, o] = all.emplace_back();
+    name = std::string(kProjections[projection]) + " " + kScales[scale] + kImages[image];
+    o.projection = projection == 0 ? RECTILINE_PINHOLE : RECTILINE_LATITUDE_LONGITUDE;
+    o.focal_length = scale == 1 ? 0.6 * left.focal_length_x : 0;
+    o.field_of_view = scale == 2 ? 1.2 + projection : 0;
+    o.coverage = kCoverages[scale];
+    o.alpha = scale == 5 ? 0.5 : 0;
+    if (image == 1) o.width = 500, o.height = 400;
+    if (image == 2) o.has_principal_point = 1, o.cx = 0.45 * left.width, o.cy = 0.55 * left.height;
+    o.keep_outside = image == 3 ? 1 : 0;
+  }
+  return all;
 }
 
 /// A map with its planes.
@@ -77,13 +55,12 @@ class OwnMap {
   explicit OwnMap(const rectiline_view& view)
       : mX(static_cast<std::size_t>(view.width) * static_cast<std::size_t>(view.height)),
         mY(mX.size()) {
-    map.struct_size = sizeof map;
     map.width = view.width;
     map.height = view.height;
     map.x = mX.data();
     map.y = mY.data();
   }
-  rectiline_map map{};
+  rectiline_map map = sized<rectiline_map>();
 
  private:
   std::vector<float> mX;
@@ -91,15 +68,13 @@ class OwnMap {
 };
 
 void printError() {
-  rectiline_error error{};
-  error.struct_size = sizeof error;
+  auto error = sized<rectiline_error>();
   rectiline_last_error(&error);
   std::printf("%s: %s\n", rectiline_status_text(error.status), error.text);
 }
 
 double cameraError(const CameraCalibrationZEL& camera) {
-  rectiline_camera_certificate certificate{};
-  certificate.struct_size = sizeof certificate;
+  auto certificate = sized<rectiline_camera_certificate>();
   if (rectiline_certify_camera(&camera, &certificate) != RECTILINE_OK) return NAN;
   return certificate.max_distortion_error;
 }
@@ -141,9 +116,8 @@ double shareWithinOnePixel(const CameraCalibrationZEL& camera, const rectiline_m
 
 /// Rectifies with one option. False when it was not refused and is worse than the cameras.
 bool check(const DeviceCalibrationZEL& device, const Option& option, double cameraError) {
-  std::printf("  %-24s ", option.name);
-  rectiline_rectification result{};
-  result.struct_size = sizeof result;
+  std::printf("  %-32s", option.name.c_str());
+  auto result = sized<rectiline_rectification>();
   const auto start = std::chrono::steady_clock::now();
   if (rectiline_rectify(&device, &option.options, nullptr, nullptr, &result) != RECTILINE_OK) {
     printError();
@@ -153,8 +127,7 @@ bool check(const DeviceCalibrationZEL& device, const Option& option, double came
       std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
   OwnMap left(result.left);
   OwnMap right(result.right);
-  rectiline_certificate certificate{};
-  certificate.struct_size = sizeof certificate;
+  auto certificate = sized<rectiline_certificate>();
   if (rectiline_rectify(&device, &option.options, &left.map, &right.map, &result) != RECTILINE_OK ||
       rectiline_certify_rectification(&device, &result, &left.map, &right.map, &certificate) !=
           RECTILINE_OK) {
@@ -175,14 +148,14 @@ bool check(const DeviceCalibrationZEL& device, const Option& option, double came
     good = good && result.left_share == 1 && result.right_share == 1;
   }
   if (option.options.coverage == RECTILINE_COVERAGE_WHOLE && option.options.projection != 0 &&
-      option.options.width == 0) {
+      option.options.width == 0 && option.options.has_principal_point == 0) {
     const double shareL = shareWithinOnePixel(device.cameras[result.left_camera], left.map);
     const double shareR = shareWithinOnePixel(device.cameras[result.right_camera], right.map);
     std::printf("; within a pixel %.4f %.4f", shareL, shareR);
     good = good && shareL > 0.95;  // the default focal length is the left camera's
   }
   std::printf("%s\n", good ? "" : "  <-- WORSE THAN ITS CAMERAS");
-  const bool isFirst = std::strcmp(option.name, "automatic") == 0;
+  const bool isFirst = option.name == "pinhole automatic";
   for (std::uint32_t i = 0; isFirst && i < result.warning_count; ++i) {
     std::printf("      %s\n", result.warnings[i].text);
   }

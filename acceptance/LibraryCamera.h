@@ -40,7 +40,7 @@ struct Measured {
   int tested = 0;
 
   void add(double error) {
-    if (!(error <= worst)) worst = error;  // keeps NaN, which no bound admits
+    worst = std::isnan(error) ? INFINITY : std::max(worst, error);  // no bound admits either
     ++tested;
   }
 };

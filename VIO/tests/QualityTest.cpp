@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "AR/CV/Camera/Interchange.h"
-#include "TestModels.h"
+#include "TestDevices.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "VIO/quality/CameraCertificate.h"
 #include "VIO/quality/MapReport.h"

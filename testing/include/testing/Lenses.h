@@ -23,59 +23,42 @@ struct Lens {
   double p2 = 0;
 };
 
+namespace Internal {
+
+using namespace CamModel;
+
 /// Of each model an ordinary lens of about 90 to 120 degrees, named by one word, and others: milder
 /// or stronger, some with tangential terms.
 inline constexpr Lens kLenses[] = {
-    {"linear", CamModel::LINEAR, 320, {}},
-    {"linear tangential", CamModel::LINEAR, 450, {}, 4e-4, -2.5e-4},
-    {"radial2", CamModel::RADIAL_2_PARAMETERS, 458, {-0.2834, 0.074}},
-    {"radial2+tangential", CamModel::RADIAL_2_PARAMETERS, 458, {-0.2834, 0.074}, 1.9e-4, -1.8e-4},
-    {"radial2 mild", CamModel::RADIAL_2_PARAMETERS, 500, {-0.05, 0.01}},
-    {"radial3", CamModel::RADIAL_3_PARAMETERS, 500, {-0.3691, 0.1968, -0.0568}},
-    {"radial3 pincushion", CamModel::RADIAL_3_PARAMETERS, 500, {0.1, -0.05, 0.01}, 1e-3, 5e-4},
-    {"radial6", CamModel::RADIAL_6_PARAMETERS, 430, {5.2, 3.4, 0.18, 5.55, 5.1, 0.96}},
-    {"radial6 mild",
-     CamModel::RADIAL_6_PARAMETERS,
-     500,
-     {0.2, 0.05, 0.01, 0.3, 0.02, 0.005},
-     4e-4,
-     -2.5e-4},
-    {"fisheye1", CamModel::FISHEYE_1_PARAMETER, 300, {0.93}},
-    {"fisheye1 mild", CamModel::FISHEYE_1_PARAMETER, 420, {0.5}, 4e-4, -2.5e-4},
-    {"fisheye1 wide", CamModel::FISHEYE_1_PARAMETER, 255, {1.05}},
-    {"fisheye4", CamModel::FISHEYE_4_PARAMETERS, 380, {-0.01, 0.02, -0.01, 0.002}},
-    {"fisheye4 wide",
-     CamModel::FISHEYE_4_PARAMETERS,
-     191,
-     {0.0035, 0.0007, -0.0021, 0.0002},
-     4e-4,
-     -2.5e-4},
-    {"chebyshev4", CamModel::CHEBYSHEV_4_PARAMETERS, 380, {-0.02, 0.004, 0.001, 0}},
-    {"chebyshev4 wide",
-     CamModel::CHEBYSHEV_4_PARAMETERS,
-     230,
-     {-0.06, 0.01, -0.002, 0.001},
-     4e-4,
-     -2.5e-4},
-    {"spline3", CamModel::FISHEYE_SPLINE_3, 380, {-0.01, -0.025, -0.03, -0.03, -0.05, -0.02}},
-    {"spline3 wide",
-     CamModel::FISHEYE_SPLINE_3,
-     210,
-     {0.01, 0.02, 0.03, 0.01, 0.02, -0.03},
-     4e-4,
-     -2.5e-4},
-    {"fisheye_rational", CamModel::FISHEYE_RATIONAL, 330, {0.7, 0.02, 0.01, 0.03, 0.01, 0.005}},
+    {"linear", LINEAR, 320, {}},
+    {"linear tangential", LINEAR, 450, {}, 4e-4, -2.5e-4},
+    {"radial2", RADIAL_2_PARAMETERS, 458, {-0.2834, 0.074}},
+    {"radial2+tangential", RADIAL_2_PARAMETERS, 458, {-0.2834, 0.074}, 1.9e-4, -1.8e-4},
+    {"radial2 mild", RADIAL_2_PARAMETERS, 500, {-0.05, 0.01}},
+    {"radial3", RADIAL_3_PARAMETERS, 500, {-0.3691, 0.1968, -0.0568}},
+    {"radial3 pincushion", RADIAL_3_PARAMETERS, 500, {0.1, -0.05, 0.01}, 1e-3, 5e-4},
+    {"radial6", RADIAL_6_PARAMETERS, 430, {5.2, 3.4, 0.18, 5.55, 5.1, 0.96}},
+    {"radial6 mild", RADIAL_6_PARAMETERS, 500, {0.2, 0.05, 0.01, 0.3, 0.02, 0.005}, 4e-4, -2.5e-4},
+    {"fisheye1", FISHEYE_1_PARAMETER, 300, {0.93}},
+    {"fisheye1 mild", FISHEYE_1_PARAMETER, 420, {0.5}, 4e-4, -2.5e-4},
+    {"fisheye1 wide", FISHEYE_1_PARAMETER, 255, {1.05}},
+    {"fisheye4", FISHEYE_4_PARAMETERS, 380, {-0.01, 0.02, -0.01, 0.002}},
+    {"fisheye4 wide", FISHEYE_4_PARAMETERS, 191, {0.0035, 0.0007, -0.0021, 0.0002}, 4e-4, -2.5e-4},
+    {"chebyshev4", CHEBYSHEV_4_PARAMETERS, 380, {-0.02, 0.004, 0.001, 0}},
+    {"chebyshev4 wide", CHEBYSHEV_4_PARAMETERS, 230, {-0.06, 0.01, -0.002, 0.001}, 4e-4, -2.5e-4},
+    {"spline3", FISHEYE_SPLINE_3, 380, {-0.01, -0.025, -0.03, -0.03, -0.05, -0.02}},
+    {"spline3 wide", FISHEYE_SPLINE_3, 210, {0.01, 0.02, 0.03, 0.01, 0.02, -0.03}, 4e-4, -2.5e-4},
+    {"fisheye_rational", FISHEYE_RATIONAL, 330, {0.7, 0.02, 0.01, 0.03, 0.01, 0.005}},
     {"fisheye_rational strong",
-     CamModel::FISHEYE_RATIONAL,
+     FISHEYE_RATIONAL,
      300,
      {0.9, 0.1, 0.08, 0.05, -0.02, 0.01},
      4e-4,
      -2.5e-4},
 };
 
-namespace Internal {
 constexpr bool everyModelHasALens() {
-  for (std::int32_t model = 0; model < CamModel::kNumDistortionModels; ++model) {
+  for (std::int32_t model = 0; model < kNumDistortionModels; ++model) {
     if (std::none_of(std::begin(kLenses), std::end(kLenses),
                      [=](const Lens& lens) { return lens.model == model; })) {
       return false;
@@ -85,6 +68,8 @@ constexpr bool everyModelHasALens() {
 }
 static_assert(everyModelHasALens(), "a distortion model that no test sees");
 }  // namespace Internal
+
+using Internal::kLenses;
 
 /// The lens of that name.
 inline const Lens& lensNamed(std::string_view name) {
