@@ -145,6 +145,9 @@ TEST(EntryPoints, MapsBetweenDevices) {
   expect(kMap, "nothing wrong", 0, kAll + "gg", {}, [](C) {});
   expect(kMap, "no gains wanted", 0, kAll + "..", {}, [](C c) { c.config.vignetting = false; });
   expect(kMap, "one camera", 0, "mm..mm..gg", {}, [](C c) { c.config.numCameras = 1; });
+  expect(kMap, "a target of one row less", 0, "mm??mm??gg", {}, [](C c) {
+    c.other.cameras[1].intrinsics.height = c.forward[1].X_height = c.forward[1].Y_height = 47;
+  });
   expect(kMap, "nothing there", 0, kNone,
          {"undistortionMap", "undistortionMap", "calibrationMap.vignettingMaps"},
          [](C c) { c.config.numCameras = 0, c.map = {}; });

@@ -175,6 +175,27 @@ TEST(CalibrationMap, RotationsTurnTheTargetFrameIntoTheSourceFrame) {
   EXPECT_EQ(call.left(Entry::Calibration), "--------gg");
 }
 
+bool hasPositionOutside(const GuardedBuffer<float>& X) {
+  bool has = false;
+  for (std::size_t i = 0; i < kPixels; ++i) has |= X[i] < -1 || X[i] > kWidth;
+  return has;
+}
+
+TEST(PairMaps, HoldPositionsOutsideTheImageWhenTheyAreToBeKept) {
+  for (const Entry entry : {Entry::Rectify, Entry::Undistort, Entry::FixedPlane}) {
+    for (const std::uint32_t keepOutside : {0U, 1U}) {
+      EntryCall call;
+      call.factor = entry == Entry::Undistort ? 0.5F : 1.0F;
+      call.record.cameras[1].pose = pose({0, 0, 0.5}, {-0.1, 0.05, 0});
+      for (CameraCalibrationZEL& eye : call.other.cameras) eye.intrinsics.focal_length_x = 25;
+      call.config.keepOutside = keepOutside;
+      ASSERT_TRUE(call.run(entry));
+      EXPECT_EQ(hasPositionOutside(call.floats[0]), keepOutside == 1) << int(entry);
+      EXPECT_EQ(hasPositionOutside(call.floats[2]), keepOutside == 1) << int(entry);
+    }
+  }
+}
+
 /// A map pair of the caller's memory.
 struct MapPair {
   explicit MapPair(int width = kWidth, int height = kHeight)
@@ -268,11 +289,28 @@ TEST_F(StereoRectify, CopiesMapsOfTheRightSize) {
   EXPECT_EQ(mLog.count("mapXY[0]: 6, mapXY[1]: 0, mapXOut_size=6, mapYOut_size=7"), 1);
 }
 
+TEST_F(StereoRectify, RectifyMapsReportPixelsOfTheTargetThatHaveNoRay) {
+  DeviceCalibrationZEL limited = testing::device();
+  IntrinsicCameraCalibrationZEL& in = limited.cameras[0].intrinsics;
+  in.distortion_limit = in.undistortion_limit = 0.2;
+  const auto rig = rigOf(limited);
+  setupFixedPlaneMap(mCamera, false, rig.at(0), 1, mMaps.view);
+  EXPECT_EQ(mLog.failedChecks(), 0) << mLog.text();
+  setupRectifyMap(mCamera, false, rig.at(0), {}, mMaps.view);
+  const double disc = M_PI * 10 * 10;
+  EXPECT_NEAR(mLog.count("AR_ASSERT result "), kPixels - disc, 20);
+}
+
 TEST_F(StereoRectify, ALeftCameraAloneIsMovedToTheOrigin) {
   auto rig = rigOf(testing::device(1));
-  rig.at(0).setExtrinsics({SO3<float>::exp({0, 0.3F, 0.1F}), {}});
-  SE3<float> pose;
+  const SE3<float> T_ol_ref(SO3<float>::exp({0, 0.3F, 0.1F}), {});
+  const SE3<float> T_any_ref(SO3<float>::exp({0.5F, 0, 0}), {1, 2, 3});
+  rig.at(0).setExtrinsics(T_ol_ref);
+  SE3<float> pose = T_any_ref;
   EXPECT_TRUE(moveLeftCameraToOrigin(rig, pose));
+  const Vec<float, 3> P_ref(0.1F, -0.2F, 0.3F);
+  const Vec<float, 3> miss = pose * (T_ol_ref * P_ref) - T_any_ref * P_ref;
+  EXPECT_LT(AR::Math::norm(miss), 1e-5F) << "the pose is as it was, seen from the left camera";
   EXPECT_EQ(mLog.count("AR_ASSERT index<current_size "), 1) << mLog.text();
 }
 
@@ -284,6 +322,20 @@ TEST(Gains, UndoTheFallOffOfTheSensor) {
   EXPECT_EQ(gains[1599], 0) << "the polynomial is negative there";
   writeVignettingRow(0, 1600, gains.data());
   EXPECT_LE(*std::max_element(gains.begin(), gains.end()), 255);
+}
+
+TEST(Gains, ReachTheirOwnPixelsOfALargeImage) {
+  constexpr std::uint32_t kSize = 1000;
+  std::vector<std::uint8_t> pixels(kSize * kSize, 2), target(pixels.size());
+  std::vector<float> gains(pixels.size()), outside(pixels.size(), -1);
+  for (std::size_t i = 0; i < gains.size(); ++i) gains[i] = static_cast<float>(i % 101);
+  const Image source{pixels.data(), kSize, kSize, 0};
+  Image remapped{target.data(), kSize, kSize, 0};
+  UndistortionMap undistortion{outside.data(), kSize, kSize, outside.data(), kSize, kSize};
+  VignettingMap vignetting{gains.data(), kSize, kSize};
+  ASSERT_EQ(ApplyCalibrationMap(&source, 1, {&undistortion, nullptr, &vignetting, 1}, &remapped),
+            0);
+  for (std::size_t i = 0; i < gains.size(); ++i) ASSERT_EQ(pixels[i], 2 * (i % 101)) << i;
 }
 
 /// Every pixel value with every gain, in rows of every length up to four AVX-512 groups.
