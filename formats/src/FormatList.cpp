@@ -1,0 +1,130 @@
+#include "FormatList.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "Error.h"
+#include "readers/Readers.h"
+
+namespace rectiline::formats {
+
+const std::vector<FormatRow>& formatList() {
+  static const std::vector<FormatRow> list{
+      {Format::Kalibr, "kalibr", recognisesKalibr, readKalibr},
+      {Format::OpenCv, "opencv", recognisesOpenCv, readOpenCv},
+      {Format::OpenCvFisheye, "opencv-fisheye", nullptr, readOpenCv},
+      {Format::Ros, "ros", recognisesRos, readRos},
+      {Format::EuRoC, "euroc", recognisesEuRoC, readEuRoC},
+  };
+  return list;
+}
+
+const FormatRow& formatRow(Format format) {
+  return *std::find_if(formatList().begin(), formatList().end(),
+                       [format](const FormatRow& row) { return row.format == format; });
+}
+
+const char* formatName(Format format) { return formatRow(format).name; }
+
+std::optional<Format> formatFromName(std::string_view name) {
+  for (const FormatRow& row : formatList()) {
+    if (name == row.name) return row.format;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> formatNames() {
+  std::vector<std::string> names;
+  for (const FormatRow& row : formatList()) names.emplace_back(row.name);
+  return names;
+}
+
+// ---- files --------------------------------------------------------------------------------------
+
+namespace {
+
+std::string readBytes(const std::string& name) {
+  std::error_code error;
+  const bool isFile = std::filesystem::is_regular_file(name, error);
+  if (!isFile) {
+    const bool isFolder = std::filesystem::is_directory(name, error);
+    const bool isThere = std::filesystem::exists(name, error);
+    throw FormatError({name, "", ""}, "a file",
+                      isFolder ? "a folder" : (isThere ? "something else" : "nothing"));
+  }
+  std::ifstream in(name, std::ios::binary);
+  std::string bytes(kMaxBytes + 1, '\0');
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  if (in.bad() || (!in && !in.eof())) {
+    throw FormatError({name, "", ""}, "a file that can be read", "one that cannot");
+  }
+  if (bytes.size() > kMaxBytes) {
+    throw FormatError({name, "", ""}, "at most 4 MiB", "more");
+  }
+  return bytes;
+}
+
+std::string withoutByteOrderMark(std::string text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+  return text;
+}
+
+Syntax syntaxOf(const std::string& text) {
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  const char c = first == std::string::npos ? '\0' : text[first];
+  if (c == '{') return Syntax::Json;
+  if (c == '<') {
+    return text.find("<opencv_storage") == std::string::npos ? Syntax::RigXml : Syntax::StorageXml;
+  }
+  return Syntax::Yaml;
+}
+
+}  // namespace
+
+SourceFile loadFile(const std::string& name) {
+  SourceFile file;
+  file.name = name;
+  file.text = withoutByteOrderMark(readBytes(name));
+  file.syntax = syntaxOf(file.text);
+  if (words(file.text.substr(0, 64)).empty()) {
+    throw FormatError({name, "", ""}, "a calibration", "an empty file");
+  }
+  switch (file.syntax) {
+    case Syntax::Json:
+      file.tree = parseJson(file.text, name);
+      break;
+    case Syntax::StorageXml:
+      file.tree = parseStorageXml(file.text, name);
+      break;
+    case Syntax::Yaml:
+      file.tree = parseYaml(file.text, name);
+      break;
+    case Syntax::RigXml:
+    case Syntax::Lines:
+      break;
+  }
+  return file;
+}
+
+Format recognise(const SourceFile& file) {
+  for (const FormatRow& row : formatList()) {
+    if (row.recognises != nullptr && row.recognises(file)) return row.format;
+  }
+  std::string names;
+  for (const FormatRow& row : formatList())
+    names += (names.empty() ? "" : ", ") + std::string(row.name);
+  throw FormatError({file.name, "", ""}, "a calibration of a known format (" + names + ")",
+                    "none of them");
+}
+
+const SourceFile& onlyFile(const Files& files) {
+  if (files.size() > 1) {
+    throw FormatError({files[1].name, "", ""}, "one file that holds the whole rig",
+                      std::to_string(files.size()));
+  }
+  return files.front();
+}
+
+}  // namespace rectiline::formats

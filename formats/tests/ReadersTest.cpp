@@ -1,0 +1,192 @@
+// Files of real devices against projections and poses that were computed outside this code base: in
+// double precision from the same files, and held against OpenCV 4.6 (2e-11 pixels).
+
+#include <cmath>
+
+#include "Excerpts.h"
+#include "TestFiles.h"
+#include "rectiline/rectiline.h"
+
+namespace rectiline::formats {
+namespace {
+
+struct Projection {
+  int camera;
+  double x, y;  // ideal point
+  double u, v;  // pixel
+};
+
+struct Pose7 {
+  double t[3];
+  double q[4];  // x y z w
+};
+
+struct Case {
+  const char* name;
+  std::vector<std::string> texts;
+  PixelSize size;  // 0: the file says it
+  Format format;
+  std::vector<Projection> projections;
+  std::vector<Pose7> secondPose;  // of camera 1 from camera 0; empty: one camera
+};
+
+constexpr Pose7 kEurocPose{
+    {-0.110073808127, 0.000399121547025, -0.000853702503357},
+    {-0.00704530576094, 0.000179854892821, -0.00115733024591, 0.999974495628}};
+const std::vector<Projection> kEurocPixels{{0, -0.3, 0.25, 235.318372892, 357.977943264},
+                                           {0, 0.6, 0.1, 616.35623476, 289.80785316},
+                                           {1, -0.3, 0.25, 248.425599186, 364.524994427},
+                                           {1, 0.6, 0.1, 628.510558682, 296.508399459}};
+
+const std::vector<Case>& cases() {
+  static const std::vector<Case> list{
+      {"transforms out of the cameras into a body",
+       {kEurocLeft, kEurocRight},
+       {},
+       Format::EuRoC,
+       kEurocPixels,
+       {kEurocPose}},
+      {"Windows line ends and a byte-order mark",
+       {"\xEF\xBB\xBF" + replacedAll(kEurocLeft, "\n", "\r\n"), kEurocRight},
+       {},
+       Format::EuRoC,
+       kEurocPixels,
+       {kEurocPose}},
+      {"T_imu_cam", {kKalibrImuCam}, {}, Format::Kalibr, kEurocPixels, {kEurocPose}},
+      {"T_cam_imu",
+       {kKalibrCamImu},
+       {},
+       Format::Kalibr,
+       {{0, -0.3, 0.25, 200.283242746, 302.436596142}, {1, 0.6, 0.1, 355.370344838, 272.04499192}},
+       {{{-0.101061102752, -0.00197645758734, -0.0011756424802},
+         {0.0234543370804, -0.000337637333687, 0.000403874094267, 0.999724770604}}}},
+      {"T_cn_cnm1 and the FOV model",
+       {kKalibrChain},
+       {},
+       Format::Kalibr,
+       {{0, -0.3, 0.25, 264.895147488, 338.318722963}, {1, 0.6, 0.1, 562.834096167, 262.945166363}},
+       {{{-0.117229237504, 0.000165884605949, -0.00023282229353},
+         {-0.00103940152885, -0.00173494294094, -0.00133491228879, 0.999997063809}}}},
+      {"intrinsics and extrinsics",
+       {kOpenCvIntrinsics, kOpenCvExtrinsics},
+       {640, 480},
+       Format::OpenCv,
+       {{0, -0.3, 0.25, 189.060049937, 362.717357562}, {1, 0.6, 0.1, 619.694426337, 298.458193086}},
+       {{{-0.083176370512, 0.000919769433454, -0.000118162892422},
+         {0.00356339887165, 0.00210009740895, -0.00175953313264, 0.99998989786}}}},
+      {"FileStorage in XML",
+       {kOpenCvXml},
+       {},
+       Format::OpenCv,
+       {{0, -0.3, 0.25, 189.060049937, 362.717357562}, {0, 0.6, 0.1, 632.831653172, 283.353390391}},
+       {}},
+      {"the rational model",
+       {kOpenCvRational},
+       {},
+       Format::OpenCv,
+       {{0, -0.3, 0.25, 371.33201426, 624.153884964}, {0, 0.6, 0.1, 785.813286172, 549.343472142}},
+       {}},
+      {"a pose from what rectifies the pair",
+       {kRosLeft, kRosRight},
+       {},
+       Format::Ros,
+       {{0, -0.3, 0.25, 394.29163577, 372.684871897}, {1, 0.6, 0.1, 1108.15782597, 232.537350351}},
+       {{{-0.22805764322, 0.00030468152525, -0.000488086611486},
+         {-0.00843958769444, 0.0150703072716, -0.000333033771107, 0.999850763008}}}},
+  };
+  return list;
+}
+
+void expectPose(const XrPosedZEL_t& pose, const Pose7& expected) {
+  constexpr double kDigits = 1e-10;
+  const auto& [q, p] = pose;
+  EXPECT_NEAR(p.x, expected.t[0], kDigits);
+  EXPECT_NEAR(p.y, expected.t[1], kDigits);
+  EXPECT_NEAR(p.z, expected.t[2], kDigits);
+  const double cosine =
+      q.x * expected.q[0] + q.y * expected.q[1] + q.z * expected.q[2] + q.w * expected.q[3];
+  EXPECT_NEAR(q.x * cosine, expected.q[0], kDigits);
+  EXPECT_NEAR(q.y * cosine, expected.q[1], kDigits);
+  EXPECT_NEAR(q.z * cosine, expected.q[2], kDigits);
+  EXPECT_NEAR(q.w * cosine, expected.q[3], kDigits);
+}
+
+class ReadersTest : public FilesTest {};
+
+TEST_F(ReadersTest, ReadsWhatWasComputedElsewhere) {
+  for (const Case& c : cases()) {
+    SCOPED_TRACE(c.name);
+    ReadOptions options;
+    if (c.size.width > 0) options.size = c.size;
+    const Calibration read = readCalibration(filesOf(c.texts), options);
+    EXPECT_EQ(read.format, c.format);
+    ASSERT_EQ(read.device.num_cameras, c.secondPose.empty() ? 1 : 2);
+    for (const Projection& p : c.projections) {
+      const double ray[3] = {p.x, p.y, 1};
+      double pixel[2] = {};
+      ASSERT_EQ(rectiline_rays_to_pixels(&read.device.cameras[p.camera], 1, ray, pixel, nullptr),
+                RECTILINE_OK);
+      EXPECT_NEAR(pixel[0], p.u, 1e-8);
+      EXPECT_NEAR(pixel[1], p.v, 1e-8);
+    }
+    for (const CameraReading& camera : read.cameras) {
+      ASSERT_TRUE(camera.greatestDifference.has_value());
+      EXPECT_LT(*camera.greatestDifference, 1e-9);
+    }
+    expectPose(read.device.cameras[0].pose, {{0, 0, 0}, {0, 0, 0, 1}});
+    if (!c.secondPose.empty()) expectPose(read.device.cameras[1].pose, c.secondPose[0]);
+  }
+}
+
+TEST_F(ReadersTest, TakesTheSmallestModelThatHoldsTheCoefficients) {
+  const auto modelOf = [this](const std::string& coefficients) {
+    const std::string text =
+        edited(kRosLeft, "-0.251963, 0.096396, -0.002254, -0.001636, 0.000000", coefficients);
+    return readCalibration(filesOf({text})).device.cameras[0].intrinsics.distortion_model;
+  };
+  EXPECT_EQ(modelOf("0, 0, 0, 0, 0"), 0);
+  EXPECT_EQ(modelOf("0, 0, 1e-4, 0, 0"), 1);
+  EXPECT_EQ(modelOf("-0.2, 0, 0, 0, 0"), 1);
+  EXPECT_EQ(modelOf("-0.2, 0, 0, 0, 1e-9"), 2);
+}
+
+TEST_F(ReadersTest, TakesUnitsPairsAndImageSizes) {
+  const std::vector<std::string> files = filesOf({kKalibrChain});
+  ReadOptions options;
+  options.metresPerUnit = metresPerUnitFromText("mm");
+  options.pair = "cam1,0";
+  options.imageSize = PixelSize{376, 240};
+  const Calibration read = readCalibration(files, options);
+  ASSERT_EQ(read.device.num_cameras, 2);
+  const CameraCalibrationZEL& left = read.device.cameras[0];
+  EXPECT_STREQ(left.name, "cam1");
+  EXPECT_EQ(left.intrinsics.width, 376);
+  EXPECT_NEAR(left.intrinsics.focal_length_x, 330.66005261900216 / 2, 1e-12);
+  EXPECT_NEAR(left.intrinsics.principal_point_x, (371.03802575515203 + 0.5) / 2 - 0.5, 1e-12);
+  // The other way round, the inverse of what the file holds; in millimetres.
+  EXPECT_NEAR(read.device.cameras[1].pose.position.x, 0.1172297e-3, 1e-9);
+}
+
+TEST_F(ReadersTest, SaysWhenNothingTellsHowCamerasLie) {
+  const std::string identity = "1, 0, 0, 0, 1, 0, 0, 0, 1";
+  const std::string left = edited(
+      kRosLeft,
+      "0.999479, -0.000960, 0.032258, 0.000688, 0.999964, 0.008463, -0.032265, -0.008436, 0.999444",
+      identity);
+  const std::string right = edited(left, "narrow_stereo/left", "right");
+  const Calibration read = readCalibration(filesOf({left, right}));
+  EXPECT_FALSE(read.hasPoses);
+  ASSERT_EQ(read.notes.size(), 1);
+  EXPECT_NE(read.notes[0].find("no two as a pair"), std::string::npos);
+}
+
+TEST(Units, AreWordsOrNumbers) {
+  EXPECT_EQ(metresPerUnitFromText("cm"), 0.01);
+  EXPECT_EQ(metresPerUnitFromText("0.025"), 0.025);
+  for (const char* const text : {"", "inch", "0", "-1", "nan", "1e999", "1 m"}) {
+    EXPECT_THROW((void)metresPerUnitFromText(text), FormatError) << text;
+  }
+}
+
+}  // namespace
+}  // namespace rectiline::formats
