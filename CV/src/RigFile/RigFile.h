@@ -23,8 +23,14 @@ template <typename P>
 [[nodiscard]] bool readModel(const Common::ConfigNode& cameraNode, CamModel::CameraModel<P>& model,
                              std::string& why);
 
-/// Reads a "Camera" node into a camera with the given identity. A missing pose is reported and
-/// stays the identity.
+/// Reads T_local_ref from the "Rig" child: a Lie element, or a rotation and a translation. A pose
+/// that is missing altogether is reported and left as it is.
+template <typename P>
+[[nodiscard]] bool readPose(const Common::ConfigNode& cameraNode, Math::SE3<P>& T_local_ref,
+                            std::string& why);
+
+/// Reads a "Camera" node into a camera with the given identity. Without a pose it is that of the
+/// reference frame.
 template <typename P>
 [[nodiscard]] bool readCamera(const Common::ConfigNode& cameraNode, const CamImageId& id,
                               FullCamera<P>& camera, std::string& why);
