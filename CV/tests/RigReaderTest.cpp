@@ -35,7 +35,7 @@ const std::string kNone =
 const std::string kNoRotation = "Stereo calibration is not a 3x3 rotation matrix";
 
 std::string device(const std::string& cameras) {
-  return "<DeviceConfiguration deviceUID='uid'>" + cameras + "</DeviceConfiguration>";
+  return "<DeviceConfiguration deviceUID='uid'><Other/>" + cameras + "</DeviceConfiguration>";
 }
 
 // Documents with one camera: of these children, attributes of its calibration or its pose, or with
@@ -96,9 +96,10 @@ TEST_F(RigReader, LoadsAWholeCamera) {
   EXPECT_TRUE(rig[0].getRSCorrector().isRollingShutter);
   EXPECT_EQ(rig[0].getRSCorrector().lineTime, 0.5);
   EXPECT_EQ(rig[0].getCaptureDetails(), (CaptureDetails{1, 2, 3, 4, 5, 6, 7, 8}));
-  expectLogged("deviceNode.getName 'DeviceConfiguration',  deviceNode.getNumChildren 1");
+  expectLogged("deviceNode.getName 'DeviceConfiguration',  deviceNode.getNumChildren 2");
   expectLogged("Loading camera calibration from config file (name left)");
   EXPECT_EQ(log.failedChecks(), 0) << log.text();
+  ASSERT_TRUE(load(with("<RollingShutter isRollingShutter='false'/>")));
   // What is not quite a rotation is made one.
   ASSERT_TRUE(load(rotation("1 0.00008 0 0 1 0 0 0 1")));
   EXPECT_EQ(log.count("they're all at"), 0) << log.text();
@@ -111,23 +112,21 @@ TEST_F(RigReader, RefusesBadCameras) {
   const std::string kLine = "RollingShutter.linetime: expected seconds per row, above 0, found ";
   const struct {
     std::string document, why, message;
+    bool isLetPass = false;  // by load(), which takes what a document may not hold
   } kCases[] = {
       {oneCamera(kIdentity), "size: expected width and height, pixels, found no such", kNoDetails},
       {calibration("radial_distortion='0 0 0 0 0 0'"), "Calibration.model: expected", kNoDetails},
-      {calibration("model='FISHEYE_RATIONAL'"), ".radial_distortion: expected k0 to k5", kNone},
-      {calibration("model='Linear' radial_distortion='0 0 0 0 0 0'"), "upper case, found \"Lin",
-       "Radial distortion model Linear not supported (use UPPERCASE)."},
+      {calibration("model='RADIAL_2_PARAMETERS'"), ".radial_distortion: expected k0 to k5", kNone},
+      {calibration("model='Linear' radial_distortion='0 0 0 0 0 0'"), "\"Linear\"",
+       "not supported"},
       {calibration(kBad), "Calibration: Radial distortion", "Cannot initialize camera from inv"},
       {calibration(kRadial + "distortion_limit='far'"), "radius, found \"far\"", "parsing float"},
-      {calibration("radial_distortion_8='0 0 0 0 0 0 0 nan'"), "found \"0 0 0 0 0 0 0 nan\"",
-       "finite"},
-      {calibration("radial_distortion_4='0.1 0 0 0' fish_eye='1'"), "false, found \"1\"",
-       "true/false"},
+      {calibration("radial_distortion_8='0 0 0 0 0 0 0 nan'"), "found \"0 0 0 0", "not finite"},
+      {calibration("radial_distortion_4='1 0 0 0' fish_eye='1'"), "found \"1\"", "true/false"},
       {pose("stereo_rig='0 0 0 0 0 0' translation='0 0 0'"), "Rig.stereo_rig: expected alone",
        "Stereo calibration given twice in config--only specify either Lie element or [rotation "
        "and"},
-      {pose("stereoRig='1' translation='0 0 0' rowMajorRotationMat='1 0 0 0 1 0 0 0 1'"),
-       "Rig.stereoRig: exp", "Vec6D"},
+      {pose("translation='0 0 0' stereoRig='1'"), "Rig.stereoRig: expected the six", "Vec6D"},
       {pose("translation='0 0 0'"), "Rig.rowMajorRotationMat: expected together with translation",
        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)"},
       {pose("stereo_rig='1 0 0 1e30 1e300 0'"), "Rig.stereo_rig: expected a smaller", "not finite"},
@@ -145,15 +144,18 @@ TEST_F(RigReader, RefusesBadCameras) {
        "loadRollingShutterConfig() - Unable to determine linetime of rolling shutter camera."},
       {with("<RollingShutter isRollingShutter='true' linetime='0'/>"), kLine + "\"0\"",
        "Rolling shutter is enabled but line time is set to <= 0. Set isRollingShutter = false in "},
+      {with("<RollingShutter isRollingShutter='1'/>"), "RollingShutter.isRollingShutter: expected",
+       "true/false", true},
+      {rotation("1 0 0 0 1 0 0 0 -1"), "expected a rotation, found a reflection", "", true},
   };
-  for (const auto& [document, why, message] : kCases) {
+  for (const auto& [document, why, message, isLetPass] : kCases) {
     expectRefused(document, "camera 0: ");
     expectRefused(document, why);
     expectLogged(message);
-    expectLogged("No cameras loaded from config under element 'DeviceConfiguration'");
+    EXPECT_EQ(log.count("No cameras loaded from config under element 'Dev"), isLetPass ? 0 : 1);
     EXPECT_EQ(log.failedChecks() > 0, why.ends_with("found 2")) << log.text();
-    EXPECT_FALSE(load(document));
-    EXPECT_TRUE(rig.empty());
+    EXPECT_EQ(load(document), isLetPass);
+    EXPECT_EQ(rig.empty(), !isLetPass);
   }
 }
 
@@ -175,16 +177,6 @@ TEST_F(RigReader, RefusesBadDocuments) {
   std::string why;
   EXPECT_FALSE(tryRigFromXml(nullptr, 0, rig, why));
   EXPECT_EQ(why, "expected a document, found none");
-}
-
-TEST_F(RigReader, LetsPassWhatADocumentMayNotHold) {
-  const std::pair<std::string, std::string> kCases[] = {
-      {with("<RollingShutter isRollingShutter='1'/>"), "RollingShutter.isRollingShutter: expected"},
-      {rotation("1 0 0 0 1 0 0 0 -1"), "expected a rotation, found a reflection"}};
-  for (const auto& [document, why] : kCases) {
-    expectRefused(document, why);
-    EXPECT_TRUE(load(document)) << log.text();
-  }
 }
 
 TEST_F(RigReader, PrefersTheNewerFormAndTakesLimitsInPairs) {
@@ -266,11 +258,14 @@ TEST_F(RigReader, GivesEveryCameraItsNode) {
     EXPECT_EQ(load(device(xml), ids, false), c.ok);
     expectLogged(c.message);
     std::string cameras;
+    int numLoaded = 0;
     for (const auto& camera : rig) {
+      numLoaded += camera.isInitialized();
       const std::string node = std::to_string(static_cast<int>(camera.getDelta()));
       cameras += camera.getNameStr() + (camera.isInitialized() ? " " + node + " " : " - ");
     }
     EXPECT_EQ(cameras, c.cameras);
+    EXPECT_EQ(log.count("they're all at 0,0,0"), numLoaded > 1) << log.text();
   }
 }
 

@@ -25,10 +25,8 @@ inline XrPosedZEL_t poseRecord(const PoseCase& c) {
   return {{c.x * s, c.y * s, c.z * s, std::cos(c.angle / 2)}, {0.1, -0.2, 0.3}};
 }
 
-/// A camera with radial and tangential distortion, good to a radius of 1. With `valid` false it has
-/// a coefficient that its model does not know.
-inline CameraCalibrationZEL cameraRecord(const char* name, const PoseCase& pose = kPoses[2],
-                                         const bool valid = true) {
+/// A camera with radial and tangential distortion, good to a radius of 1.
+inline CameraCalibrationZEL cameraRecord(const char* name, const PoseCase& pose = kPoses[2]) {
   CameraCalibrationZEL record{};
   std::strncpy(record.name, name, sizeof(record.name) - 1);
   record.intrinsics = {640,
@@ -42,7 +40,6 @@ inline CameraCalibrationZEL cameraRecord(const char* name, const PoseCase& pose 
                        1.05,
                        CamModel::RADIAL_2_PARAMETERS,
                        0};
-  record.intrinsics.distortion[5] = valid ? 0 : 1;
   record.pose = poseRecord(pose);
   record.capture_details = {1, 2, 3, 4, 5, 6, 7, 8};
   return record;

@@ -224,7 +224,8 @@ TYPED_TEST(CameraModelTest, LinearCamerasAreBoundByImageAndFieldOfView) {
   camera.setupValidDistortionRange({.maxFovDeg = 90, .imageCircleDiameter = 30}, false);
   EXPECT_NEAR(limits.distortionLimit, 1, 1e-6);
   EXPECT_NEAR(limits.undistortionLimit, 34.1 * 34.1 + 25 * 25, 1e-3);  // corner (-1, 480)
-  camera.setupValidDistortionRange({179, 30, true}, false);            // degrees, pixels
+  camera.focalLength = {5, 15};
+  camera.setupValidDistortionRange({179, 30, true}, false);  // degrees, pixels
   EXPECT_EQ(limits.distortionLimit, 625);
   EXPECT_NEAR(limits.undistortionLimit, 2.25, 1e-6);
 }
