@@ -81,6 +81,8 @@ TYPED_TEST(HermiteTest, DropsTheLastBinOnlyFromTheGivenCountAndOnlyAtTheEnd) {
   };
   (void)spline.setupHermiteCoeffs(poleOnTheLeft, {0, 1}, false, 32, P(1e-6), 32);
   EXPECT_EQ(spline.coeffs.size(), 32U);
+  (void)spline.setupHermiteCoeffs(this->pole, {0, 1}, false, 32, P(1e-6), 16);
+  EXPECT_EQ(spline.rangeMax, P(31) / 32) << "dropped once, after the last doubling";
 }
 
 TYPED_TEST(HermiteTest, ScalesErrorsByTheRadiusAndKeepsNaN) {

@@ -109,6 +109,7 @@ TEST_F(RigReader, LoadsAWholeCamera) {
 
 TEST_F(RigReader, RefusesBadCameras) {
   const std::string kNoDetails = "Can't find camera calibration detail attributes";
+  const std::string kLong(60, 'x');
   const std::string kLine = "RollingShutter.linetime: expected seconds per row, above 0, found ";
   const struct {
     std::string document, why, message;
@@ -120,13 +121,15 @@ TEST_F(RigReader, RefusesBadCameras) {
       {calibration("model='Linear' radial_distortion='0 0 0 0 0 0'"), "\"Linear\"",
        "not supported"},
       {calibration(kBad), "Calibration: Radial distortion", "Cannot initialize camera from inv"},
-      {calibration(kRadial + "distortion_limit='far'"), "radius, found \"far\"", "parsing float"},
+      {calibration(kRadial + "distortion_limit='" + kLong + "x'"), "found \"" + kLong + "...\"",
+       "parsing float"},
       {calibration("radial_distortion_8='0 0 0 0 0 0 0 nan'"), "found \"0 0 0 0", "not finite"},
       {calibration("radial_distortion_4='1 0 0 0' fish_eye='1'"), "found \"1\"", "true/false"},
       {pose("stereo_rig='0 0 0 0 0 0' translation='0 0 0'"), "Rig.stereo_rig: expected alone",
        "Stereo calibration given twice in config--only specify either Lie element or [rotation "
        "and"},
-      {pose("translation='0 0 0' stereoRig='1'"), "Rig.stereoRig: expected the six", "Vec6D"},
+      {pose("stereoRig='1' translation='0 0 0' rowMajorRotationMat='1 0 0 0 1 0 0 0 1'"),
+       "Rig.stereoRig: expected the six", "Vec6D"},
       {pose("translation='0 0 0'"), "Rig.rowMajorRotationMat: expected together with translation",
        "Incomplete stereo calibration in config--no extrinsics (SFConfig.Rig.stereoRig)"},
       {pose("stereo_rig='1 0 0 1e30 1e300 0'"), "Rig.stereo_rig: expected a smaller", "not finite"},
