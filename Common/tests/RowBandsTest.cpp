@@ -10,11 +10,13 @@
 namespace AR::Common {
 namespace {
 
-/// Whether every row of an image came in exactly one band.
+/// Whether every row of an image, and of two that are made with it, came in exactly one band.
 bool coversEachRowOnce(int rows, int width) {
-  std::vector<std::atomic<int>> visits(static_cast<std::size_t>(rows));
-  forEachRowBand(rows, width, [&](int first, int end) {
-    for (int y = first; y < end; ++y) ++visits.at(static_cast<std::size_t>(y));
+  const ImageRows images[] = {{rows, width}, {7, 90'000}, {rows / 2, width}};
+  std::vector<std::atomic<int>> visits(static_cast<std::size_t>(rows + 7 + rows / 2));
+  forEachRowBand(images, [&](std::size_t image, int first, int end) {
+    const int before = image == 0 ? 0 : image == 1 ? rows : rows + 7;
+    for (int y = first; y < end; ++y) ++visits.at(static_cast<std::size_t>(before + y));
   });
   return std::all_of(visits.begin(), visits.end(), [](const auto& n) { return n == 1; });
 }

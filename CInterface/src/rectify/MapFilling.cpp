@@ -1,6 +1,7 @@
 #include "rectify/MapFilling.h"
 
 #include <limits>
+#include <utility>
 
 #include "AR/CV/Image/Image.h"
 #include "Boundary.h"
@@ -40,7 +41,7 @@ void requireSize(const Map& map, int width, int height, const char* name) {
                  map.height, width, height);
 }
 
-void fillMap(const AR::CV::MapJob<float>& job, const Map& map) {
+void addMap(AR::CV::MapJob<float> job, const Map& map, AR::CV::MapBatch<float>& batch) {
   AR::CV::Image<float> x;
   AR::CV::Image<float> y;
   wrap(map.x, map.width, map.height, x);
@@ -49,7 +50,7 @@ void fillMap(const AR::CV::MapJob<float>& job, const Map& map) {
   if (map.hasReasons) {
     reasons = {map.reasons.row<std::uint8_t>(0), static_cast<std::ptrdiff_t>(map.reasons.stride)};
   }
-  AR::CV::fillMap(job, false, x, y, reasons);
+  batch.add(std::move(job), false, x, y, reasons);
 }
 
 }  // namespace rectiline::capi

@@ -25,8 +25,8 @@ TargetMaps checkedTargets(const rectiline_map* left, const rectiline_map* right)
 /// Refuses a map that has not the size of its target.
 void requireSize(const Map& map, int width, int height, const char* name);
 
-/// Makes a map in the caller's memory.
-void fillMap(const AR::CV::MapJob<float>& job, const Map& map);
+/// Has a map made in the caller's memory.
+void addMap(AR::CV::MapJob<float> job, const Map& map, AR::CV::MapBatch<float>& batch);
 
 /// Runs make(); when that refuses, the maps say so before the refusal goes on.
 template <typename Make>

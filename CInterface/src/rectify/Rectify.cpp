@@ -112,8 +112,10 @@ class Rectifier {
   void makeMaps(const Map& left, const Map& right) const {
     requireSize(left, mView.width, mView.height, "left");
     requireSize(right, mView.width, mView.height, "right");
-    fillMap(mSources[0].job(mView, mWishes.keepOutside), left);
-    fillMap(mSources[1].job(mView, mWishes.keepOutside), right);
+    AR::CV::MapBatch<float> batch;
+    addMap(mSources[0].job(mView, mWishes.keepOutside), left, batch);
+    addMap(mSources[1].job(mView, mWishes.keepOutside), right, batch);
+    batch.fill();
   }
 
   /// The result but for what the maps cover and for failed checks.

@@ -65,12 +65,14 @@ void seeThrough(const DeviceCalibrationZEL* device, const DeviceCalibrationZEL* 
   const SourceCameras eye = eyeCameras(*eyes);
   if (maps.left) requireEyesSize(*maps.left, eye.left, "left");
   if (maps.right) requireEyesSize(*maps.right, eye.right, "right");
-  const auto fill = [&](int i, const CameraF& source, const CameraF& target, const Map& map) {
+  AR::CV::MapBatch<float> batch;
+  const auto add = [&](int i, const CameraF& source, const CameraF& target, const Map& map) {
     const SE3<float> T_source_eye = relativePose(device->cameras[i].pose, eyes->cameras[i].pose);
-    fillMap(VIO::fixedPlaneJob(source, target, T_source_eye, distance, keepOutside), map);
+    addMap(VIO::fixedPlaneJob(source, target, T_source_eye, distance, keepOutside), map, batch);
   };
-  if (maps.left) fill(0, cameras.left, eye.left, *maps.left);
-  if (maps.right) fill(1, cameras.right, eye.right, *maps.right);
+  if (maps.left) add(0, cameras.left, eye.left, *maps.left);
+  if (maps.right) add(1, cameras.right, eye.right, *maps.right);
+  batch.fill();
 }
 
 }  // namespace

@@ -55,7 +55,9 @@ void undistort(const CameraCalibrationZEL* record, const rectiline_options* call
   const TargetView view = chosenView(wishes, automaticView(wishes, camera), sources);
   if (maps.left) {
     requireSize(*maps.left, view.width, view.height, "map");
-    fillMap(sources[0].job(view, wishes.keepOutside), *maps.left);
+    AR::CV::MapBatch<float> batch;
+    addMap(sources[0].job(view, wishes.keepOutside), *maps.left, batch);
+    batch.fill();
   }
   if (callersView != nullptr) writeStruct(callersView, "view", toCallersView({view, {}}));
 }

@@ -1,4 +1,6 @@
 #include <atomic>
+#include <cstdint>
+#include <utility>
 
 #include "AR/CV/Map/MapJob.h"
 #include "AR/Common/Macros.h"
@@ -44,8 +46,57 @@ struct MapReportSum {
 };
 
 template <typename P>
-bool haveLastPixel(const Image<P>& mapX, const Image<P>& mapY, int width, int height) {
-  return mapX.checkBounds(width - 1, height - 1) && mapY.checkBounds(width - 1, height - 1);
+bool haveLastPixel(const Image<P>& mapX, const Image<P>& mapY) {
+  const Math::Vec<int, 2>& size = mapX.size();
+  return mapX.checkBounds(size(0) - 1, size(1) - 1) && mapY.checkBounds(size(0) - 1, size(1) - 1);
+}
+
+/// A map whose rows are made by whichever threads.
+template <typename P>
+class MapRows {
+ public:
+  /// Clears images that are no map; no rows are made of them then.
+  MapRows(const MapJob<P>& job, Image<P>& mapX, Image<P>& mapY, MapReasons reasons)
+      : mKernel(job), mX(mapX), mY(mapY), mReasons(reasons) {
+    const bool isEmpty = mX.size()(0) == 0 || mX.size()(1) == 0;
+    if (isEmpty || haveLastPixel(mX, mY)) {
+      mRows = {isEmpty ? 0 : mX.size()(1), mX.size()(0)};
+      return;
+    }
+    mX.clear(job.noSource);
+    mY.clear(job.noSource);
+  }
+
+  [[nodiscard]] const Common::ImageRows& rows() const { return mRows; }
+
+  void make(int firstRow, int endRow) {
+    for (int y = firstRow; y < endRow; ++y) {
+      mReport.add(mKernel.row(y, mRows.width, mX.row(y), mY.row(y), mReasons.row(y)));
+    }
+  }
+
+  /// On the caller's thread and after the last row: the checks that failed count for the caller,
+  /// and how the rows were shared out does not show in the log.
+  void report(bool reportNoInverse) const { mReport.give(reportNoInverse); }
+
+ private:
+  RowKernel<P> mKernel;
+  Image<P>& mX;
+  Image<P>& mY;
+  MapReasons mReasons;
+  Common::ImageRows mRows = {0, 0};
+  MapReportSum mReport;
+};
+
+template <typename P>
+bool shareMemory(const Image<P>& a, const Image<P>& b) {
+  const auto begin = [](const Image<P>& image) {
+    return reinterpret_cast<std::uintptr_t>(image.pixels());
+  };
+  const auto end = [&](const Image<P>& image) {
+    return begin(image) + static_cast<std::uintptr_t>(image.descriptor().bytes);
+  };
+  return begin(a) < end(b) && begin(b) < end(a);
 }
 
 }  // namespace
@@ -53,26 +104,64 @@ bool haveLastPixel(const Image<P>& mapX, const Image<P>& mapY, int width, int he
 template <typename P>
 void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
              MapReasons reasons) {
-  const int width = mapX.size()(0);
-  const int height = mapX.size()(1);
-  if (width == 0 || height == 0) return;
-  if (!haveLastPixel(mapX, mapY, width, height)) {
-    mapX.clear(job.noSource);
-    mapY.clear(job.noSource);
-    return;
-  }
-  const RowKernel<P> kernel(job);
-  MapReportSum report;
-  Common::forEachRowBand(height, width, [&](int firstRow, int endRow) {
-    for (int y = firstRow; y < endRow; ++y) {
-      report.add(kernel.row(y, width, mapX.row(y), mapY.row(y), reasons.row(y)));
-    }
-  });
-  // On this thread and after the last row: the checks that failed count for the caller, and how the
-  // rows were shared out does not show in the log.
-  report.give(reportNoInverse);
+  MapRows<P> map(job, mapX, mapY, reasons);
+  Common::forEachRowBand(map.rows().rows, map.rows().width,
+                         [&](int firstRow, int endRow) { map.make(firstRow, endRow); });
+  map.report(reportNoInverse);
 }
 
+template <typename P>
+MapBatch<P>::Map::Map(MapJob<P> mapJob, bool report, Image<P>& mapX, Image<P>& mapY,
+                      MapReasons mapReasons)
+    : job(std::move(mapJob)), reportNoInverse(report), reasons(mapReasons) {
+  x.set(mapX.pixels(), mapX.size(), mapX.bufSize(), false);
+  y.set(mapY.pixels(), mapY.size(), mapY.bufSize(), false);
+}
+
+template <typename P>
+bool MapBatch<P>::Map::isWhole() const {
+  return x.pixels() != nullptr && y.pixels() != nullptr && x.size() == y.size();
+}
+
+template <typename P>
+bool MapBatch<P>::Map::overlaps(const Map& other) const {
+  return shareMemory(x, other.x) || shareMemory(x, other.y) || shareMemory(y, other.x) ||
+         shareMemory(y, other.y);
+}
+
+template <typename P>
+void MapBatch<P>::add(MapJob<P> job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
+                      MapReasons reasons) {
+  if (mSecond) fill();
+  (mFirst ? mSecond : mFirst).emplace(std::move(job), reportNoInverse, mapX, mapY, reasons);
+}
+
+template <typename P>
+void MapBatch<P>::fill() {
+  // What maps lack is reported between their rows' reports, and in memory that they share the last
+  // one made is what remains: those are not for two threads.
+  const bool areWhole = mFirst && mSecond && mFirst->isWhole() && mSecond->isWhole();
+  if (areWhole && !mFirst->overlaps(*mSecond)) {
+    MapRows<P> first(mFirst->job, mFirst->x, mFirst->y, mFirst->reasons);
+    MapRows<P> second(mSecond->job, mSecond->x, mSecond->y, mSecond->reasons);
+    const Common::ImageRows rows[] = {first.rows(), second.rows()};
+    Common::forEachRowBand(rows, [&](std::size_t map, int firstRow, int endRow) {
+      (map == 0 ? first : second).make(firstRow, endRow);
+    });
+    first.report(mFirst->reportNoInverse);
+    second.report(mSecond->reportNoInverse);
+  } else {
+    for (const auto& map : {&mFirst, &mSecond}) {
+      if (!*map) continue;
+      fillMap((*map)->job, (*map)->reportNoInverse, (*map)->x, (*map)->y, (*map)->reasons);
+    }
+  }
+  mFirst.reset();
+  mSecond.reset();
+}
+
+template class MapBatch<float>;
+template class MapBatch<double>;
 template void fillMap(const MapJob<float>&, bool, Image<float>&, Image<float>&, MapReasons);
 template void fillMap(const MapJob<double>&, bool, Image<double>&, Image<double>&, MapReasons);
 

@@ -16,6 +16,9 @@
 // `keepOutside` keeps positions that fall outside the source image; otherwise they become -1.
 // Checks are reported with the source "VIO/src/StereoRectify". Where one fails, both maps are
 // cleared to -1 and filled as far as they reach: the pixels that target and both images have.
+//
+// With a batch, the checks are made at once and the pixels by its fill(): so the maps of both
+// cameras of a pair are made side by side.
 
 namespace VIO {
 
@@ -27,6 +30,10 @@ namespace VIO {
 void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                      const AR::CV::FullCamera<float>& target, const AR::Math::SO3<float>& R_oltl,
                      AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
+void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
+                     const AR::CV::FullCamera<float>& target, const AR::Math::SO3<float>& R_oltl,
+                     AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                     AR::CV::MapBatch<float>& batch);
 
 /// The job of setupFixedPlaneMap(): `source` and `eye` must outlive it.
 [[nodiscard]] AR::CV::MapJob<float> fixedPlaneJob(const AR::CV::Camera<float>& source,
@@ -41,6 +48,10 @@ void setupRectifyMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
 void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
                         const AR::CV::FullCamera<float>& eye, float planeDistance,
                         AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
+void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutside,
+                        const AR::CV::FullCamera<float>& eye, float planeDistance,
+                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                        AR::CV::MapBatch<float>& batch);
 
 /// The pinhole model of a camera's size and principal point, its corrected focal lengths times
 /// `focalScale`.
@@ -53,6 +64,10 @@ void setupFixedPlaneMap(const AR::CV::FullCamera<float>& source, bool keepOutsid
 void setupUndistortMap(const AR::CV::Camera<float>& source, const AR::CV::Camera<float>& target,
                        bool keepOutside, const AR::Math::SO3<float>& R_st,
                        AR::Common::ArrayView<AR::CV::Image<float>>& mapXY);
+void setupUndistortMap(const AR::CV::Camera<float>& source, const AR::CV::Camera<float>& target,
+                       bool keepOutside, const AR::Math::SO3<float>& R_st,
+                       AR::Common::ArrayView<AR::CV::Image<float>>& mapXY,
+                       AR::CV::MapBatch<float>& batch);
 
 /// As above, to a pinhole camera of the source's size and principal point whose focal lengths are
 /// the source's corrected ones times `focalScale`.

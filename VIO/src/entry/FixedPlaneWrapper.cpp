@@ -36,9 +36,9 @@ bool convert(const CallSite& site, const DeviceCalibrationZEL& device,
 }
 
 void lookThrough(const FullCamera<float>& camera, const FullCamera<float>& eye, float planeDistance,
-                 bool keepOutside, const CallerMapPair& maps) {
+                 bool keepOutside, const CallerMapPair& maps, AR::CV::MapBatch<float>& batch) {
   maps.make(VIO::pixelSize(eye.getIntrinsics()), [&](auto& mapXY) {
-    VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY);
+    VIO::setupFixedPlaneMap(camera, keepOutside, eye, planeDistance, mapXY, batch);
   });
 }
 
@@ -63,8 +63,10 @@ bool createFixedPlaneMaps(const CallSite& site, const DeviceCalibrationZEL* devi
   }
   VIO::checkMapSizes(site, maps, VIO::pixelSize(rigs.eyes.at(0).getIntrinsics()),
                      VIO::pixelSize(rigs.eyes.at(1).getIntrinsics()));
-  lookThrough(rigs.cameras.at(0), rigs.eyes.at(0), planeDistance, keepOutside, maps.left);
-  lookThrough(rigs.cameras.at(1), rigs.eyes.at(1), planeDistance, keepOutside, maps.right);
+  AR::CV::MapBatch<float> batch;
+  lookThrough(rigs.cameras.at(0), rigs.eyes.at(0), planeDistance, keepOutside, maps.left, batch);
+  lookThrough(rigs.cameras.at(1), rigs.eyes.at(1), planeDistance, keepOutside, maps.right, batch);
+  batch.fill();
   return true;
 }
 

@@ -63,10 +63,10 @@ Vec<int, 2> targetSize(const Rectification& pair) {
 }
 
 void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
-                 const CallerMapPair& maps) {
+                 const CallerMapPair& maps, AR::CV::MapBatch<float>& batch) {
   maps.make(targetSize(pair), [&](auto& mapXY) {
     VIO::setupRectifyMap(pair.source.at(index), keepOutside, pair.target.at(index), pair.R_oltl,
-                         mapXY);
+                         mapXY, batch);
   });
 }
 
@@ -87,8 +87,10 @@ bool createRectifyMap(const CallSite& site, const DeviceCalibrationZEL* deviceCa
   if (depthConstant != nullptr) *depthConstant = pair.depth.constant;
   VIO::checkMapSizes(site, maps, targetSize(pair), targetSize(pair));
   if (rectifiedCam != nullptr) *rectifiedCam = toRectifiedRecord(pair);
-  rectifyInto(pair, 0, keepOutside, maps.left);
-  rectifyInto(pair, 1, keepOutside, maps.right);
+  AR::CV::MapBatch<float> batch;
+  rectifyInto(pair, 0, keepOutside, maps.left, batch);
+  rectifyInto(pair, 1, keepOutside, maps.right, batch);
+  batch.fill();
   return true;
 }
 

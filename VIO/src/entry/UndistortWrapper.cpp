@@ -30,7 +30,8 @@ Rig pinholePair(const Rig& source, float fovFactor) {
 }
 
 void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCamera<float>& target,
-                   bool keepOutside, const AR::Math::Vec<int, 2>& size, const CallerMapPair& maps) {
+                   bool keepOutside, const AR::Math::Vec<int, 2>& size, const CallerMapPair& maps,
+                   AR::CV::MapBatch<float>& batch) {
   if (!target.isInitialized()) {
     maps.fillNotMade();
     return;
@@ -38,12 +39,12 @@ void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCa
   const bool isOfSize = VIO::pixelSize(target.getIntrinsics()) == size;
   maps.make(size, [&](auto& mapXY) {
     VIO::setupUndistortMap(source.getIntrinsics(), target.getIntrinsics(), keepOutside,
-                           SO3<float>(), mapXY);
+                           SO3<float>(), mapXY, batch);
+    if (isOfSize) return;
     // Both pairs have the left camera's size. What of a right camera of another size would fit, and
     // was made after the report, is not an image of it.
-    for (auto& image : mapXY) {
-      if (!isOfSize) image.clear(VIO::kNoSource);
-    }
+    batch.fill();
+    for (auto& image : mapXY) image.clear(VIO::kNoSource);
   });
 }
 
@@ -67,8 +68,10 @@ bool createUndistortMap(const CallSite& site, const DeviceCalibrationZEL* device
   const AR::Math::Vec<int, 2> size = VIO::pixelSize(source.at(0).getIntrinsics());
   VIO::checkMapSizes(site, maps, size, size);
   const Rig target = pinholePair(source, fovFactor);
-  undistortInto(source.at(0), target.at(0), keepOutside, size, maps.left);
-  undistortInto(source.at(1), target.at(1), keepOutside, size, maps.right);
+  AR::CV::MapBatch<float> batch;
+  undistortInto(source.at(0), target.at(0), keepOutside, size, maps.left, batch);
+  undistortInto(source.at(1), target.at(1), keepOutside, size, maps.right, batch);
+  batch.fill();
   return true;
 }
 

@@ -26,6 +26,7 @@ using AR::Math::SE3;
 using AR::Math::SO3;
 using AR::Math::Vec;
 using ImageF = AR::CV::Image<float>;
+using MapBatch = AR::CV::MapBatch<float>;
 using MapJob = AR::CV::MapJob<float>;
 
 constexpr char kSource[] = "VIO/src/StereoRectify";
@@ -48,9 +49,9 @@ void preparePair(const CallSite& site, const FullCamera<float>& source,
   checkPair(site, mapXY, size, "mapXY[0].size() == size", "mapXY[1].size() == size");
 }
 
-/// Runs the job over the pixels of `targetSize` that both maps have; all others get no source.
-void fillPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& targetSize,
-              ArrayView<ImageF>& mapXY) {
+/// Has the job run over the pixels of `targetSize` that both maps have; all others get no source.
+void addPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& targetSize,
+             ArrayView<ImageF>& mapXY, MapBatch& batch) {
   Vec<int, 2> size = targetSize;
   for (ImageF& image : mapXY) {
     if (image.size() != targetSize || mapXY.size() != 2) image.clear(job.noSource);
@@ -60,21 +61,36 @@ void fillPair(const MapJob& job, bool reportNoInverse, const Vec<int, 2>& target
   ImageF X, Y;
   X.set(mapXY[0].pixels(), size, mapXY[0].bufSize(), false);
   Y.set(mapXY[1].pixels(), size, mapXY[1].bufSize(), false);
-  AR::CV::fillMap(job, reportNoInverse, X, Y);
+  batch.add(job, reportNoInverse, X, Y);
+}
+
+/// What add(batch) adds, made at once.
+template <typename Add>
+void makeAtOnce(Add&& add) {
+  MapBatch batch;
+  add(batch);
+  batch.fill();
 }
 
 }  // namespace
 
 void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
                      const FullCamera<float>& target, const SO3<float>& R_oltl,
-                     ArrayView<ImageF>& mapXY) {
+                     ArrayView<ImageF>& mapXY, MapBatch& batch) {
   preparePair(AR_HERE, source, target, mapXY);
   const SO3<float> R_s_ol = source.getCamReferenceToLocal().rotation();
   const SO3<float> R_t_tl = target.getCamReferenceToLocal().rotation();
   const SO3<float> R_st = R_s_ol * R_oltl * R_t_tl.inverse();
   const MapJob job(source.getIntrinsics(), target.getIntrinsics(), R_st.matrix(),
                    DepthRule::InFront, keepOutside);
-  fillPair(job, true, pixelSize(target.getIntrinsics()), mapXY);
+  addPair(job, true, pixelSize(target.getIntrinsics()), mapXY, batch);
+}
+
+void setupRectifyMap(const FullCamera<float>& source, bool keepOutside,
+                     const FullCamera<float>& target, const SO3<float>& R_oltl,
+                     ArrayView<ImageF>& mapXY) {
+  makeAtOnce(
+      [&](MapBatch& batch) { setupRectifyMap(source, keepOutside, target, R_oltl, mapXY, batch); });
 }
 
 MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
@@ -87,23 +103,37 @@ MapJob fixedPlaneJob(const Camera<float>& source, const Camera<float>& eye,
 }
 
 void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
-                        const FullCamera<float>& eye, float planeDistance,
-                        ArrayView<ImageF>& mapXY) {
+                        const FullCamera<float>& eye, float planeDistance, ArrayView<ImageF>& mapXY,
+                        MapBatch& batch) {
   preparePair(AR_HERE, source, eye, mapXY);
   const SE3<float> T_source_eye =
       source.getCamReferenceToLocal() * eye.getCamReferenceToLocal().inverse();
   const MapJob job = fixedPlaneJob(source.getIntrinsics(), eye.getIntrinsics(), T_source_eye,
                                    planeDistance, keepOutside);
-  fillPair(job, false, pixelSize(eye.getIntrinsics()), mapXY);
+  addPair(job, false, pixelSize(eye.getIntrinsics()), mapXY, batch);
+}
+
+void setupFixedPlaneMap(const FullCamera<float>& source, bool keepOutside,
+                        const FullCamera<float>& eye, float planeDistance,
+                        ArrayView<ImageF>& mapXY) {
+  makeAtOnce([&](MapBatch& batch) {
+    setupFixedPlaneMap(source, keepOutside, eye, planeDistance, mapXY, batch);
+  });
 }
 
 void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
-                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY) {
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY, MapBatch& batch) {
   const Vec<int, 2> targetSize = pixelSize(target);
   checkPair(AR_HERE, mapXY, targetSize, "mapXY[0].size() == targetSize",
             "mapXY[1].size() == targetSize");
   const MapJob job(source, target, R_st.matrix(), DepthRule::NonZero, keepOutside);
-  fillPair(job, false, targetSize, mapXY);
+  addPair(job, false, targetSize, mapXY, batch);
+}
+
+void setupUndistortMap(const Camera<float>& source, const Camera<float>& target, bool keepOutside,
+                       const SO3<float>& R_st, ArrayView<ImageF>& mapXY) {
+  makeAtOnce(
+      [&](MapBatch& batch) { setupUndistortMap(source, target, keepOutside, R_st, mapXY, batch); });
 }
 
 CamModel::CameraModel<float> pinholeModelOf(const Camera<float>& source, float focalScale) {

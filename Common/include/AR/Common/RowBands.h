@@ -1,36 +1,66 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <system_error>
 
 #include "AR/Common/WorkerPool.h"
 
 namespace AR::Common {
 
-/// Work on fewer pixels than this stays on the caller's thread. With vector kernels a 640 x 480 map
-/// takes about as long as waking the workers; 960 x 720 is where two processors begin to pay.
+/// Work on fewer pixels than this, of all images together, stays on the caller's thread. With
+/// vector kernels a 640 x 480 map takes about as long as waking the workers; 960 x 720 is where two
+/// processors begin to pay.
 inline constexpr std::int64_t kMinPixelsForBands = 600'000;
 
-/// Calls f(firstRow, endRow) for bands of rows that make up [0, rows) together: one band on the
-/// caller's thread for a small image or where the system gives no threads, otherwise several on the
-/// worker pool, while the caller waits. `f` must only touch what belongs to its rows, and not
-/// throw.
+/// What there is of one image.
+struct ImageRows {
+  int rows;
+  int width;
+};
+
+/// Calls f(image, firstRow, endRow) for bands of rows that make up all rows of all images together:
+/// image after image on the caller's thread where they are small or the system gives no threads,
+/// otherwise in several bands each on the worker pool, while the caller waits. `f` must only touch
+/// what belongs to its rows, and not throw.
+/// @param images  at least one
 template <typename F>
-void forEachRowBand(int rows, int width, F&& f) {
+void forEachRowBand(std::span<const ImageRows> images, F&& f) {
   // More bands than workers: rows differ in their cost, and whoever is done takes the next band.
-  constexpr int kBands = 4 * WORKERPOOL_DEFAULT_WORKERS;
-  if (static_cast<std::int64_t>(rows) * width < kMinPixelsForBands) return f(0, rows);
-  const int step = (rows - 1) / kBands + 1;
-  const auto band = [&f, rows, step](unsigned i) {
-    const int first = static_cast<int>(i) * step;
-    f(first, first + std::min(step, rows - first));
+  const int bands = std::max(4 * WORKERPOOL_DEFAULT_WORKERS / static_cast<int>(images.size()), 1);
+  const auto eachWhole = [&] {
+    for (std::size_t i = 0; i < images.size(); ++i) f(i, 0, images[i].rows);
+  };
+  std::int64_t pixels = 0;
+  for (const ImageRows& image : images) {
+    pixels += static_cast<std::int64_t>(image.rows) * image.width;
+  }
+  if (pixels < kMinPixelsForBands) return eachWhole();
+  const auto band = [&](unsigned item) {
+    const std::size_t image = item / static_cast<unsigned>(bands);
+    const int rows = images[image].rows;
+    const int step = (rows - 1) / bands + 1;
+    const std::int64_t first =
+        static_cast<std::int64_t>(item % static_cast<unsigned>(bands)) * step;
+    if (first < rows)
+      f(image, static_cast<int>(first),
+        static_cast<int>(std::min<std::int64_t>(first + step, rows)));
   };
   try {
-    WorkerPools::dispatch(band, static_cast<unsigned>((rows - 1) / step + 1));
+    WorkerPools::dispatch(band,
+                          static_cast<unsigned>(bands) * static_cast<unsigned>(images.size()));
   } catch (const std::system_error&) {
-    f(0, rows);
+    eachWhole();
   }
+}
+
+/// The same for one image: calls f(firstRow, endRow).
+template <typename F>
+void forEachRowBand(int rows, int width, F&& f) {
+  const ImageRows image[] = {{rows, width}};
+  forEachRowBand(image, [&f](std::size_t, int firstRow, int endRow) { f(firstRow, endRow); });
 }
 
 }  // namespace AR::Common

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "AR/CV/Camera/Camera.h"
@@ -104,10 +105,41 @@ template <typename P>
 void fillMap(const MapJob<P>& job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
              MapReasons reasons = {});
 
+/// Maps that are made side by side, those of both cameras of a pair: small ones, too, are worth the
+/// worker pool then. What is made and reported is what fillMap() of one after the other would.
+template <typename P>
+class MapBatch {
+ public:
+  /// Takes in what fillMap() takes; the pixels of the images and what `job` refers to must be there
+  /// until fill(). A third map makes the first two.
+  void add(MapJob<P> job, bool reportNoInverse, Image<P>& mapX, Image<P>& mapY,
+           MapReasons reasons = {});
+  /// Makes what was added. Nothing is left after.
+  void fill();
+
+ private:
+  struct Map {
+    Map(MapJob<P> mapJob, bool report, Image<P>& mapX, Image<P>& mapY, MapReasons mapReasons);
+    [[nodiscard]] bool isWhole() const;
+    [[nodiscard]] bool overlaps(const Map& other) const;
+
+    MapJob<P> job;
+    bool reportNoInverse;
+    Image<P> x;
+    Image<P> y;
+    MapReasons reasons;
+  };
+
+  std::optional<Map> mFirst;
+  std::optional<Map> mSecond;
+};
+
 extern template struct MapTarget<float>;
 extern template struct MapTarget<double>;
 extern template struct MapJob<float>;
 extern template struct MapJob<double>;
+extern template class MapBatch<float>;
+extern template class MapBatch<double>;
 extern template void fillMap(const MapJob<float>&, bool, Image<float>&, Image<float>&, MapReasons);
 extern template void fillMap(const MapJob<double>&, bool, Image<double>&, Image<double>&,
                              MapReasons);
