@@ -67,14 +67,6 @@ struct Maps {
   AR::CV::MapRowReport report;
 };
 
-Maps plainMaps(const Job& job, int width, int height) {
-  Maps maps(width, height);
-  maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
-    return mapRowScalar(job, y, width, X, Y, reasons);
-  });
-  return maps;
-}
-
 bool isNear(float a, float b, float distance) { return std::fabs(a - b) <= distance; }
 
 /// Whether rounding may decide about the pixel: a coordinate, its radius or its depth is at a
@@ -111,7 +103,10 @@ bool agrees(float u, float v, float uOther, float vOther, float size) {
 /// Calls check(plain, vector) with the maps of `job` for every instruction set.
 template <typename Check>
 void forEachVectorForm(const Job& job, int width, int height, Check&& check) {
-  const Maps plain = plainMaps(job, width, height);
+  Maps plain(width, height);
+  plain.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
+    return mapRowScalar(job, y, width, X, Y, reasons);
+  });
   testing::forEachInstructionSet([&] {
     const MapKernel kernel(job);
     Maps maps(width, height);
@@ -319,21 +314,17 @@ TEST_F(VectorMap, ReasonsChangeNoBit) {
 
 TEST_F(VectorMap, ATableHoldsUniformBinsOnly) {
   using AR::CV::SplineTable;
-  AR::CV::HermiteSplineInterpolation<float> spline =
-      makeCamera<float>(intrinsicsOf(lensNamed("fisheye4"))).getDistortionSpline();
-  ASSERT_GT(spline.coeffs.size(), 2U);
-  for (const Lens& lens : kLenses) {
-    const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
-    EXPECT_TRUE(SplineTable(camera.getDistortionSpline(), SplineTable::Layout::Planar).isUsable());
-    EXPECT_TRUE(
-        SplineTable(camera.getUndistortionSpline(), SplineTable::Layout::Planar).isUsable());
-  }
   for (const auto layout : {SplineTable::Layout::Interleaved, SplineTable::Layout::Planar}) {
-    EXPECT_TRUE(SplineTable(spline, layout).isUsable());
-    auto shifted = spline;
-    shifted.coeffs[2].x0 = std::nextafter(shifted.coeffs[2].x0, 0.0F);
+    for (const Lens& lens : kLenses) {
+      const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
+      EXPECT_TRUE(SplineTable(camera.getDistortionSpline(), layout).isUsable()) << lens.name;
+      EXPECT_TRUE(SplineTable(camera.getUndistortionSpline(), layout).isUsable()) << lens.name;
+    }
+    const AR::CV::HermiteSplineInterpolation<float> spline =
+        makeCamera<float>(intrinsicsOf(lensNamed("fisheye4"))).getDistortionSpline();
+    auto shifted = spline, large = spline;
+    shifted.coeffs.at(2).x0 = std::nextafter(shifted.coeffs.at(2).x0, 0.0F);
     EXPECT_FALSE(SplineTable(shifted, layout).isUsable());
-    auto large = spline;
     while (large.coeffs.size() <= SplineTable::kMaxBins) {
       large.coeffs.push_back(large.coeffs[1]);
       large.coeffs.back().x0 *= static_cast<float>(large.coeffs.size() - 1);

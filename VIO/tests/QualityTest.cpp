@@ -51,23 +51,22 @@ struct Claim {
   [[nodiscard]] Certificate certify(const DeviceCalibrationZEL& record) const {
     const IntrinsicCameraCalibrationZEL& in = camera.intrinsics;
     const auto& t = record.cameras[1].pose.position;
+    const int axis = std::fabs(t.y) > 0.05 ? 1 : 0;
     const AR::CV::TargetView view{AR::CV::TargetProjection::Pinhole,
-                                  std::fabs(t.y) > 0.05 ? 1 : 0,
-                                  in.width,
-                                  in.height,
+                                  axis,
+                                  kW,
+                                  kH,
                                   in.focal_length_x,
                                   in.focal_length_y,
                                   in.principal_point_x,
                                   in.principal_point_y};
+    const VIO::MapView left{m[0].data(), m[1].data(), kW, kH, kW};
+    const VIO::MapView right{m[2].data(), m[3].data(), kW, kH, kW};
+    const auto R_oltl = AR::CV::idl2se3<double>(camera.pose).rotation();
     RectificationCertificate result;
-    const bool ok = VIO::certifyRectification({record.cameras[0],
-                                               record.cameras[1],
-                                               view,
-                                               AR::CV::idl2se3<double>(camera.pose).rotation(),
-                                               static_cast<double>(depthConstant),
-                                               {m[0].data(), m[1].data(), kW, kH, kW},
-                                               {m[2].data(), m[3].data(), kW, kH, kW}},
-                                              result);
+    const bool ok = certifyRectification({record.cameras[0], record.cameras[1], view, R_oltl,
+                                          static_cast<double>(depthConstant), left, right},
+                                         result);
     return ok ? Certificate(result) : std::nullopt;
   }
 
@@ -91,16 +90,17 @@ TEST(RectificationCertificate, GoodRigsPassWhereverTheyStand) {
 
 TEST(RectificationCertificate, MapsOfATurnedCameraFailByTheAngle) {
   for (const Lens* const lens : kSomeLenses) {
+    SCOPED_TRACE(lens->name);
     const Claim claim(rig(*lens, kTurn, -0.1, 0));
     const Certificate c = claim.certify(rig(*lens, 0, -0.1, 0));
-    ASSERT_TRUE(c) << lens->name;
+    ASSERT_TRUE(c);
     // A turn about x moves the row at height y (ideal plane) by f (1 + y^2) times the angle.
     const double f = claim.camera.intrinsics.focal_length_y;
     const double y = (static_cast<double>(c->worstRow.y) - kH / 2.0) / f;
-    EXPECT_NEAR(c->maxRowError, f * (1 + y * y) * kTurn, 0.03 * f * kTurn) << lens->name;
-    EXPECT_GT(c->rmsRowError, f * kTurn) << lens->name;
-    EXPECT_NEAR(c->maxMapErrorRight / (200 * kTurn), 1.3, 0.35) << lens->name;
-    EXPECT_LT(c->maxMapErrorLeft, 0.02) << lens->name;
+    EXPECT_NEAR(c->maxRowError, f * (1 + y * y) * kTurn, 0.03 * f * kTurn);
+    EXPECT_GT(c->rmsRowError, f * kTurn);
+    EXPECT_NEAR(c->maxMapErrorRight / (200 * kTurn), 1.3, 0.35);
+    EXPECT_LT(c->maxMapErrorLeft, 0.02);
   }
 }
 
@@ -120,7 +120,6 @@ TEST(RectificationCertificate, DamagedMapsFail) {
       {"columns", [](Claim& c) { shift(c.m[0]), shift(c.m[2]); }, 0, 0.49, 0},
       {"rows of one", [](Claim& c) { shift(c.m[3]); }, 0.49, 0.49, 0},
       {"one pixel", [](Claim& c) { c.m[2][kW * 100 + 100] = INFINITY; }, 0, INFINITY, 0},
-      {"depth", [](Claim& c) { c.depthConstant *= 1.1F; }, 0, 0, 0.09},
       {"NaN depth", [](Claim& c) { c.depthConstant = NAN; }, 0, 0, INFINITY}};
   const DeviceCalibrationZEL record = rig(kBarrel, 0.03, -0.1, 0.004);
   const Claim good(record);
@@ -169,33 +168,40 @@ void expectRays(const DeviceCalibrationZEL& record, double radius) {
   }
 }
 
-TEST(CameraCertificate, MeasuresTheTables) {
+CameraCertificate certified(const DeviceCalibrationZEL& record) {
   CameraCertificate c{};
+  EXPECT_TRUE(VIO::certifyCamera(record.cameras[0].intrinsics, c));
+  return c;
+}
+
+TEST(CameraCertificate, MeasuresTheTables) {
   for (const Lens* const lens : kSomeLenses) {
-    ASSERT_TRUE(VIO::certifyCamera(device(*lens).cameras[0].intrinsics, c)) << lens->name;
-    EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01) << lens->name;
-    EXPECT_GT(c.validRadiusPixels, kH / 2.0) << lens->name;
+    SCOPED_TRACE(lens->name);
+    const CameraCertificate c = certified(device(*lens));
+    EXPECT_LT(std::max(c.maxDistortionError, c.maxUndistortionError), 0.01);
+    EXPECT_GT(c.validRadiusPixels, kH / 2.0);
     expectRays(device(*lens), c.validRadiusPixels);
   }
-  // Tangential terms move the disc of the radial table: it reaches less far on one side.
-  Lens moved = lensNamed("radial2");
-  moved.p1 = moved.p2 = 0.01;
-  CameraCertificate centred{};
-  DeviceCalibrationZEL limited[] = {device(lensNamed("radial2")), device(moved)};
-  for (DeviceCalibrationZEL& record : limited) {
-    record.cameras[0].intrinsics.distortion_limit = 1;
-    record.cameras[0].intrinsics.undistortion_limit = 0.7;
-    record.cameras[0].intrinsics.focal_length_y = 200;
-  }
-  ASSERT_TRUE(VIO::certifyCamera(limited[0].cameras[0].intrinsics, centred));
-  ASSERT_TRUE(VIO::certifyCamera(limited[1].cameras[0].intrinsics, c));
-  EXPECT_NEAR(centred.validRadiusPixels, 140, 1e-3);
-  EXPECT_LT(c.validRadiusPixels, 138);
-  EXPECT_GT(c.validRadiusPixels, 130);
-  EXPECT_TRUE(std::isfinite(c.maxUndistortionError));
+}
+
+TEST(CameraCertificate, TangentialTermsMakeTheValidDiscSmaller) {
+  // They move the disc of the radial table: it reaches less far on one side.
+  DeviceCalibrationZEL record = device(kBarrel);
+  IntrinsicCameraCalibrationZEL& in = record.cameras[0].intrinsics;
+  in.distortion_limit = 1;
+  in.undistortion_limit = 0.7;
+  in.focal_length_y = 200;
+  EXPECT_NEAR(certified(record).validRadiusPixels, 140, 1e-3);
+  in.distortion[6] = in.distortion[7] = 0.01;
+  const CameraCertificate moved = certified(record);
+  EXPECT_NEAR(moved.validRadiusPixels, 134, 4);
+  EXPECT_TRUE(std::isfinite(moved.maxUndistortionError));
+}
+
+TEST(CameraCertificate, CoarseTablesFail) {
   // Uniform bins over the squared radius are coarse at the centre of a wide one-parameter fisheye.
   DeviceCalibrationZEL coarse = device(lensNamed("fisheye1"), 95);
-  ASSERT_TRUE(VIO::certifyCamera(coarse.cameras[0].intrinsics, c));
+  CameraCertificate c = certified(coarse);
   EXPECT_GT(c.maxDistortionError, 0.01);
   EXPECT_LT(c.distortionErrorRadius, 1);
   EXPECT_NEAR(c.fieldOfView, 2 * std::atan(25.0), 1e-6);
