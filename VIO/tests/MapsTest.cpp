@@ -53,9 +53,9 @@ int expectPositions(const EntryCall& call, std::size_t i, int width, int height,
   return tested;
 }
 
-/// Pixels that are off by more than what their camera's tables are off by are at fault.
-double bound(const AR::CV::FullCamera<float>& camera) {
-  return std::max(0.02, 2 * tableError(camera.getIntrinsics()) * 204);
+/// `least`, or what the tables of the device's right camera are off by when that is more.
+double bound(double least, const DeviceCalibrationZEL& device) {
+  return std::max(least, 2 * tableError(rigOf(device).at(1).getIntrinsics()) * 204);
 }
 
 TEST(UndistortMap, SeesWhatAPinholeCameraOfTheScaledFocalLengthSees) {
@@ -72,7 +72,7 @@ TEST(UndistortMap, SeesWhatAPinholeCameraOfTheScaledFocalLengthSees) {
       ASSERT_TRUE(call.run(Entry::Undistort));
       const rectiline::testing::ExactModel exact(in);
       const double f = in.focal_length_x * exact.factor(0) * static_cast<double>(fovFactor);
-      const double off = bound(rigOf(call.record).at(1));
+      const double off = bound(0.01, call.record);
       const auto position = [&](int x, int y) {
         return exact.pixel((x - 150) / f, (y - 119.5) / (1.02 * f));
       };
@@ -89,7 +89,7 @@ TEST(FixedPlane, AnEyeInTheCameraSeesItsImageWhereItHasRays) {
     call.other.cameras[1].intrinsics.distortion_limit = 0.9;
     call.other.cameras[1].intrinsics.undistortion_limit = 0.7;
     ASSERT_TRUE(call.run(Entry::FixedPlane));
-    const double off = bound(rigOf(call.record).at(0));
+    const double off = bound(0.02, call.record);
     const auto itself = [](int x, int y) { return std::pair(x, y); };
     EXPECT_NEAR(expectPositions(call, 1, 320, 240, off, itself), 58000, 3000)
         << "a disc of 140 pixels, cut at top and bottom";
@@ -243,8 +243,10 @@ TEST_F(StereoRectify, UndistortMapsMirrorWhatIsBehindAndRectifyMapsDoNot) {
   setupRectifyMap(mCamera, true, mCamera, backwards, mMaps.view);
   EXPECT_TRUE(mMaps.isAll(-1));
   setupUndistortMap(intrinsics, intrinsics, true, backwards, mMaps.view);
-  EXPECT_NEAR(mMaps.images[0].getPixel(5, 7), 5, 1e-4);
-  EXPECT_NEAR(mMaps.images[1].getPixel(5, 7), 48 - 7, 1e-4);
+  for (std::size_t i = 0; i < kPixels; ++i) {
+    ASSERT_NEAR(mMaps.X[i], static_cast<int>(i % kWidth), 1e-4);
+    ASSERT_NEAR(mMaps.Y[i], 48 - static_cast<int>(i / kWidth), 1e-4);
+  }
   const SO3<float> sideways(AR::Math::Mat<float, 3, 3>(0, 0, 1, 0, 1, 0, -1, 0, 0));
   setupUndistortMap(intrinsics, intrinsics, true, sideways, mMaps.view);
   EXPECT_EQ(mLog.count("AR_ASSERT nVal != 0 "), kHeight) << "the middle column" << mLog.text();
@@ -321,13 +323,18 @@ TEST_F(StereoRectify, ALeftCameraAloneIsMovedToTheOrigin) {
 }
 
 TEST(Gains, UndoTheFallOffOfTheSensor) {
-  std::vector<float> gains(1600);
-  writeVignettingRow(240, 1600, gains.data());
-  EXPECT_EQ(gains[320], 1);
-  EXPECT_NEAR(gains[720], 1 / (1 - 1.2782925 + 1.0701685 - 0.310786), 1e-5);
-  EXPECT_EQ(gains[1599], 0) << "the polynomial is negative there";
-  writeVignettingRow(0, 1600, gains.data());
-  EXPECT_LE(*std::max_element(gains.begin(), gains.end()), 255);
+  DeviceCalibrationZEL record = testing::device();
+  record.cameras[0].intrinsics.width = 1600;
+  record.cameras[0].intrinsics.height = 480;
+  record.cameras[0].intrinsics.principal_point_x = 800;
+  const auto rig = rigOf(record);
+  ImageFloat gains;
+  setupVignettingMap(rig.at(0).getIntrinsics(), rig.at(1).getIntrinsics(), gains);
+  EXPECT_EQ(gains.size(), (Vec<int, 2>(1600, 480)));
+  EXPECT_EQ(gains.getPixel(320, 240), 1);
+  EXPECT_NEAR(gains.getPixel(720, 240), 1 / (1 - 1.2782925 + 1.0701685 - 0.310786), 1e-5);
+  EXPECT_EQ(gains.getPixel(1599, 240), 0) << "the polynomial is negative there";
+  EXPECT_LE(*std::max_element(gains.row(0), gains.row(0) + 1600), 255);
 }
 
 TEST(Gains, ReachTheirOwnPixelsOfALargeImage) {

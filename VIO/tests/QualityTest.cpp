@@ -120,6 +120,7 @@ TEST(RectificationCertificate, DamagedMapsFail) {
       {"columns", [](Claim& c) { shift(c.m[0]), shift(c.m[2]); }, 0, 0.49, 0},
       {"rows of one", [](Claim& c) { shift(c.m[3]); }, 0.49, 0.49, 0},
       {"one pixel", [](Claim& c) { c.m[2][kW * 100 + 100] = INFINITY; }, 0, INFINITY, 0},
+      {"depth", [](Claim& c) { c.depthConstant *= 1.1F; }, 0, 0, 0.09},
       {"NaN depth", [](Claim& c) { c.depthConstant = NAN; }, 0, 0, INFINITY}};
   const DeviceCalibrationZEL record = rig(kBarrel, 0.03, -0.1, 0.004);
   const Claim good(record);
