@@ -63,6 +63,7 @@ TYPED_TEST(CameraUtil, LegacyVectorHoldsTheModel) {
     std::copy_n(c.k, 6, k.begin());
     Math::Vec<P, 8> expected, oldVec;
     std::copy_n(c.oldVec, 8, expected.begin());
+    std::fill(oldVec.begin(), oldVec.end(), P(9));
     auto mode = OLD_DISTORTION_MODE(kNoMode);
     getOldDistortionVec(c.model, Tangential(), k, oldVec, mode);
     EXPECT_EQ(mode, c.mode);

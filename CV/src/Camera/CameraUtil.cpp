@@ -23,7 +23,9 @@ constexpr char kHeaderSource[] = "CV/src/../include/AR/CV/Camera/CameraUtil";
 template <typename P>
 constexpr P kMark = P(1e-8);
 
-/// Of the fisheye coefficients (row i: of theta^(2i+2)) from the Chebyshev weights (columns).
+/// Of the fisheye coefficients (row i: of theta^(2i+2)) from the Chebyshev weights (columns):
+/// column n holds the coefficients of T_2n(theta / 1.75), whose constant term the model leaves out.
+/// 0.653... is 2 / 1.75^2, 0.852... is 8 / 1.75^4, and so on.
 const Math::Mat<double, 4, 4>& fisheyeFromChebyshev() {
   static const Math::Mat<double, 4, 4> M(
       0.65306122448979587, -2.6122448979591835, 5.8775510204081627, -10.448979591836734,  //

@@ -183,6 +183,7 @@ void FullCamera<P>::setFromIdl(const CameraCalibrationZEL& record) {
   mCamId = CamImageId(record.name);
   mCamReferenceToLocal = idl2se3<P>(record.pose);
   Common::assertSuccess(initIntrinsics(CamModel::CameraModel<P>(record.intrinsics)));
+  // 0 is a record that does not know: it leaves a shutter that is known as it is.
   if (record.line_time_ns != 0 || mRSCorrector.lineTime == 0) {
     const auto lineTime = Common::TimeStamp::fromNanoSeconds(record.line_time_ns);
     mRSCorrector.lineTime = static_cast<P>(lineTime.seconds());

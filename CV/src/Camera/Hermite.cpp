@@ -23,6 +23,7 @@ P largerOrNaN(P a, P b) {
   return a >= b || std::isnan(a) ? a : b;
 }
 
+/// The cubic in powers of x - x0 that has these values and slopes at x0 and at x0 + 1 / s.
 template <typename SAMPLE, typename COEFFS, typename P>
 COEFFS cubicThrough(const SAMPLE& left, const SAMPLE& right, P x0, P s) {
   const P vL = left.value;

@@ -145,10 +145,8 @@ CamModel::CameraModel<P> FullStereoCameraCalibration<P>::initIntrinsics(
   model.size = imageSize.template cast<P>();
   model.principalPoint = principalPoint;
   model.focalLength = focalLength;
-  model.limits.distortionLimit = model.limits.undistortionLimit = 625;
-  typename CamModel::CameraModel<P>::FOVLimit fov{};
-  fov.maxFovDeg = 180;
-  model.setupValidDistortionRange(fov, false);
+  // The legacy form holds no limits: those of a field of view of 180 degrees.
+  model.setupValidDistortionRange({}, false);
   return model;
 }
 

@@ -25,6 +25,7 @@ std::vector<P> solveCubic(const P a, const P b, const P c, const P d) {
   const P D0 = b * b - 3 * a * c;
   const P D1 = 2 * b * b * b - 9 * a * b * c + 27 * a * a * d;
   const std::complex<P> discriminant(D1 * D1 - 4 * D0 * D0 * D0);
+  // The other two cube roots are this one turned by 120 and 240 degrees (xi).
   const std::complex<P> C = complexCbrt<P>((D1 - std::sqrt(discriminant)) / P(2));
   std::vector<P> roots;
   if (C == std::complex<P>()) return roots;
@@ -34,6 +35,7 @@ std::vector<P> solveCubic(const P a, const P b, const P c, const P d) {
   for (int k = 1; k <= 3; ++k) {
     Ck *= xi;
     const std::complex<P> root = -(b + Ck + D0 / Ck) / (3 * a);
+    // Rounding leaves a real root some imaginary part.
     if (std::abs(root.imag() / root.real()) <= P(0.001)) roots.push_back(root.real());
   }
   std::sort(roots.begin(), roots.end());

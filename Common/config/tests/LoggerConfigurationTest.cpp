@@ -1,8 +1,11 @@
+#include <gtest/gtest.h>
+
 #include <fstream>
 
+#include "AR/Common/ConfigNode.h"
 #include "AR/Common/LogFilter.h"
+#include "AR/Common/Logger.h"
 #include "AR/Common/Path.h"
-#include "TestTree.h"
 #include "testing/TemporaryFile.h"
 
 namespace AR::Common {
@@ -20,8 +23,10 @@ class LoggerConfiguration : public ::testing::Test {
   }
 
   void configure(const std::string& attributes, const std::string& children = "") {
-    logger.initializeLogSettingsFromConfiguration(
-        tree("<R><Orvo><Logging " + attributes + ">" + children + "</Logging></Orvo></R>"));
+    const std::string logging = "<Logging " + attributes + ">" + children + "</Logging>";
+    ConfigNode config;
+    ASSERT_TRUE(config.setFromXMLString(("<R><Orvo>" + logging + "</Orvo></R>").c_str()));
+    logger.initializeLogSettingsFromConfiguration(config);
   }
 
   Logger& logger = Logger::getInstance();
