@@ -44,37 +44,37 @@ Change enlarged(double times) {
 }
 
 constexpr std::int32_t kNone = 0;
+constexpr auto kRightIsLeft = RECTILINE_WARNING_RIGHT_IS_LEFT;
+constexpr auto kTurned = RECTILINE_WARNING_TURNED;
 
 struct WarningCase {
   const char* name;
   Change change;
   std::int32_t code;
   std::int32_t camera = -1;
-  double value = 0;
-  double tolerance = 0;
+  double value = 0;       // to a hundredth of itself
   const char* text = "";  // part of the sentence
 };
 
 /// Those of a threshold lie close to it on either side.
 const WarningCase kWarnings[] = {
-    {"swapped", [](Pair& p) { p.options.left_camera = 1; }, RECTILINE_WARNING_RIGHT_IS_LEFT, -1,
-     -0.101087, 1e-5, "left of"},
-    {"inverted pose", posed({}, {0.1, 0.0, 0.0}), RECTILINE_WARNING_RIGHT_IS_LEFT, -1, -0.1, 1e-9},
-    {"above", posed({}, {0.0, 0.1, 0.0}), RECTILINE_WARNING_RIGHT_IS_LEFT, -1, -0.1, 1e-9, "above"},
+    {"swapped", [](Pair& p) { p.options.left_camera = 1; }, kRightIsLeft, -1, -0.1011, "left of"},
+    {"inverted pose", posed({}, {0.1, 0.0, 0.0}), kRightIsLeft, -1, -0.1},
+    {"above", posed({}, {0.0, 0.1, 0.0}), kRightIsLeft, -1, -0.1, "above"},
     {"below", posed({}, {0.0, -0.1, 0.0}), kNone},
     {"turned by half of 59 degrees", posed({1.03, 0.0, 0.0}), kNone},
-    {"turned by half of 61 degrees", posed({1.065, 0.0, 0.0}), RECTILINE_WARNING_TURNED, 0, 0.5325,
-     1e-6},
-    {"right camera on its head",  // and to the right of the left one all the same
-     posed({0.0, 0.0, 3.1}, {0.1, 0.0, 0.0}), RECTILINE_WARNING_TURNED, 1, 3.1, 0.05},
+    {"turned by half of 61 degrees", posed({1.065, 0.0, 0.0}), kTurned, 0, 0.5325},
+    // On its head, it is to the right of the left one all the same.
+    {"right one on its head", posed({0.0, 0.0, 3.1}, {0.1, 0.0, 0.0}), kTurned, 1, 3.1416},
     {"4.9 m", posed({}, {-4.9, 0.0, 0.0}), kNone},
-    {"5.1 m", posed({}, {-5.1, 0.0, 0.0}), RECTILINE_WARNING_LONG_BASELINE, -1, 5.1, 1e-9},
+    {"5.1 m", posed({}, {-5.1, 0.0, 0.0}), RECTILINE_WARNING_LONG_BASELINE, -1, 5.1},
     {"1.1 mm", posed({}, {0.0, -0.0011, 0.0}), kNone},
-    {"0.9 mm", posed({}, {0.0, -0.0009, 0.0}), RECTILINE_WARNING_SHORT_BASELINE, -1, 0.0009, 1e-9},
+    {"0.9 mm", posed({}, {0.0, -0.0009, 0.0}), RECTILINE_WARNING_SHORT_BASELINE, -1, 0.0009},
     {"50.1 percent", withFocalLength(5.05), kNone},
-    {"49.5 percent", withFocalLength(5), RECTILINE_WARNING_FEW_SOURCES, 0, 0.495, 0.001},
-    {"tables off by 0.0075", enlarged(100), RECTILINE_WARNING_FEW_SOURCES, 0, 0, 0.1},
-    {"tables off by 0.0113", enlarged(150), RECTILINE_WARNING_TABLE_ERROR, 0, 0.0113, 0.0001},
+    {"49.5 percent", withFocalLength(5), RECTILINE_WARNING_FEW_SOURCES, 0, 0.495},
+    // So far magnified, nearly nothing of the image is seen.
+    {"tables off by 0.0075", enlarged(100), RECTILINE_WARNING_FEW_SOURCES},
+    {"tables off by 0.0113", enlarged(150), RECTILINE_WARNING_TABLE_ERROR, 0, 0.0113},
 };
 
 TEST(RectifyAnswersTest, WhatIsProbablyWrongIsSaid) {
@@ -89,9 +89,9 @@ TEST(RectifyAnswersTest, WhatIsProbablyWrongIsSaid) {
     const rectiline_warning& first = result.warnings[0];
     const std::string text = first.text;
     EXPECT_EQ(first.code, expected.code) << text;
-    if (result.warning_count == 0 || expected.code == kNone) continue;
+    if (result.warning_count == 0 || expected.value == 0) continue;
     EXPECT_EQ(first.camera, expected.camera);
-    EXPECT_NEAR(first.value, expected.value, expected.tolerance);
+    EXPECT_NEAR(first.value / expected.value, 1, 0.01);
     EXPECT_EQ(text.back(), '.') << "a whole sentence: " << text;
     EXPECT_NE(text.find(expected.text), std::string::npos) << text;
   }
