@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <functional>
-#include <limits>
+#include <string>
 
 #include "TestPairs.h"
 #include "VIO/StereoRectifyWrapper.h"

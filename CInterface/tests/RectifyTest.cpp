@@ -111,8 +111,10 @@ int pixelsOutOfView(const CameraCalibrationZEL& camera, const rectiline_view& vi
     const double offAxis = std::atan(std::hypot(u - view.cx, v - view.cy) / view.fx);
     if (view.projection == RECTILINE_PINHOLE && !(offAxis < 85 * AR_PI / 180)) continue;
     const double margin = 0.01;  // of a pixel
-    outOfView +=
-        u < -margin || u > view.width - 1 + margin || v < -margin || v > view.height - 1 + margin;
+    const bool isOut =
+        u < -margin || v < -margin || u > view.width - 1 + margin || v > view.height - 1 + margin;
+    outOfView += isOut;
+    EXPECT_TRUE(isOut || reasons[i] != RECTILINE_PIXEL_OUTSIDE_IMAGE || u < 0 || v < 0);
   }
   return outOfView;
 }
@@ -159,6 +161,20 @@ void expectCertificate(const PairCase& pair, const rectiline_rectification& resu
             magnification * error * worst.depth / (result.baseline * f * std::cos(a)));
 }
 
+/// Expects the valid rectangle to be one, and to lie where both maps have sources.
+void expectValidRectangle(const rectiline_rectification& result, const OwnMap& left,
+                          const OwnMap& right) {
+  int withSources = 0;
+  for (int y = result.valid_y; y < result.valid_y + result.valid_height; ++y) {
+    for (int x = result.valid_x; x < result.valid_x + result.valid_width; ++x) {
+      const std::size_t i = left.index(x, y);
+      withSources += left.x[i] != -1 && right.x[i] != -1;
+    }
+  }
+  EXPECT_EQ(withSources, result.valid_width * result.valid_height);
+  EXPECT_GT(withSources, result.left.width * result.left.height / 10);
+}
+
 rectiline_rectification checkOptions(const PairCase& pair, const rectiline_options& options) {
   const rectiline_rectification view = rectified(pair, options);
   OwnMap left(view.left), right(view.right);
@@ -167,7 +183,8 @@ rectiline_rectification checkOptions(const PairCase& pair, const rectiline_optio
   EXPECT_EQ(result.disparity_sign, pair.left < pair.right ? 1 : -1);
   expectPromise(pair, options, result);
   expectCertificate(pair, result, left, right);
-  if (std::memcmp(&options, &kOptions[0].options, sizeof options) != 0) return result;
+  if (options.coverage != RECTILINE_COVERAGE_AUTOMATIC || options.keep_outside != 0) return result;
+  expectValidRectangle(result, left, right);
   const double pixels = view.left.width * view.left.height;
   EXPECT_EQ(expectMapOf(pair.device.cameras[pair.left], result.left, left),
             std::round(result.left_share * pixels));

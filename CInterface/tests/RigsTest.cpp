@@ -97,6 +97,12 @@ TEST(RigsTest, WhatCannotBeWrittenIsRefused) {
   EXPECT_GT(needed, small.size());
   EXPECT_EQ(small, std::string(100, 'x'));
 
+  DeviceCalibrationZEL turned = device;
+  turned.cameras[1].pose.orientation = {0, 0, 0, 0.5};
+  expectRefusal(rectiline_rig_to_xml(&turned, nullptr, 0, &needed), RECTILINE_BAD_CAMERA,
+                "pose.orientation");
+  EXPECT_EQ(lastError().camera, 1);
+  EXPECT_EQ(lastError().value, 0.25);
   for (const char filler : {'\0', 'n'}) {  // no name, and one without an end
     std::memset(device.cameras[1].name, filler, sizeof device.cameras[1].name);
     expectRefusal(rectiline_rig_to_xml(&device, nullptr, 0, &needed), RECTILINE_BAD_CAMERA, "name");
