@@ -86,6 +86,7 @@ TEST(RectificationCertificate, GoodRigsPassWhereverTheyStand) {
   ASSERT_TRUE(c);
   EXPECT_LT(std::max(c->maxRowError, worstMap(c)), 0.02);
   EXPECT_LE(c->rmsRowError, c->maxRowError);
+  EXPECT_LT(c->maxDepthError, 0.01);
 }
 
 TEST(RectificationCertificate, MapsOfATurnedCameraFailByTheAngle) {
