@@ -191,6 +191,8 @@ TEST_F(VectorMap, AgreesInLatitudeLongitude) {
       for (const Mat3& R : {Mat3::identity(), turned(0.3F, -0.9F, 0.4F)}) {
         expectVectorFormsAgree({camera, view, R, DepthRule::InFront, false}, 351, 351);
         expectVectorFormsAgree({camera, view, R, DepthRule::NonZero, true}, 351, 351);
+        // Columns beyond the view, and beyond the room that vectors have behind its tables.
+        expectVectorFormsAgree({camera, view, R, DepthRule::InFront, false}, 440, 9);
       }
     }
   }
