@@ -5,6 +5,10 @@
 namespace AR::CV {
 namespace {
 
+SplineTable tableOf(const HermiteSplineInterpolation<float>& spline) {
+  return SplineTable(spline, Internal::splineLayout(spline.coeffs.size()));
+}
+
 bool tryRay(const MapJob<float>& job, const MapRow<float>& row, int x, Math::Vec<float, 3>& ray_s) {
   MapRowReport unreported;
   if (row.ray(x, ray_s, unreported) != PixelSource::Inside) return false;
@@ -14,12 +18,21 @@ bool tryRay(const MapJob<float>& job, const MapRow<float>& row, int x, Math::Vec
   return job.source.getDistortionSpline().tryEvaluate(X * X + Y * Y, ignored);
 }
 
-/// True when every ray of the row can be projected. Along a row of a pinhole the rays end on a
-/// line: their depth is linear, and the cone of rays around the source's axis that have a
-/// distortion is convex, as is that of pixels that have a ray, so that the two ends decide. Not so
-/// in latitude-longitude, where a row of a vertical pair is a circle of latitude.
+/// Whether all rays of a row of the target lie on the shorter way between the first and the last,
+/// in a plane. Those of a pinhole do. In latitude-longitude they do where the columns are the angle
+/// in the epipolar plane, from a common centre; with a vertical pair a row is a circle of latitude.
+bool areRowsFlat(const MapJob<float>& job) {
+  if (job.target.kind != TargetKind::LatitudeLongitude) {
+    return job.target.kind == TargetKind::Pinhole;
+  }
+  return job.target.view.baselineAxis == 0 && Math::isZero(job.offset_s);
+}
+
+/// True when every ray of the row can be projected: the cone of rays around the source's axis that
+/// have a distortion is convex, as are those of rays that are deep enough and of pixels that have a
+/// ray, so that in a flat row the two ends decide.
 bool areAllRaysValid(const MapJob<float>& job, int y, int width) {
-  if (job.target.kind != TargetKind::Pinhole) return false;
+  if (!areRowsFlat(job)) return false;
   const MapRow<float> row(job, y);
   Math::Vec<float, 3> first_s;
   Math::Vec<float, 3> last_s;
@@ -30,12 +43,9 @@ bool areAllRaysValid(const MapJob<float>& job, int y, int width) {
 }  // namespace
 
 MapKernel::MapKernel(const MapJob<float>& job)
-    : mJob(job), mDistortion(job.source.getDistortionSpline(), Internal::splineLayout()) {
+    : mJob(job), mDistortion(tableOf(job.source.getDistortionSpline())) {
   const bool isDistorted = job.target.kind == TargetKind::Distorted;
-  if (isDistorted) {
-    mUndistortion =
-        SplineTable(job.target.camera->getUndistortionSpline(), Internal::splineLayout());
-  }
+  if (isDistorted) mUndistortion = tableOf(job.target.camera->getUndistortionSpline());
   mIsVectorisable = mDistortion.isUsable() && (!isDistorted || mUndistortion.isUsable());
 }
 

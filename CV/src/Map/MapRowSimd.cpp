@@ -25,7 +25,9 @@ namespace HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Interleaved; }
+SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
+  return SplineTable::Layout::Interleaved;
+}
 
 MapRowReport mapRow(const MapInput& input, bool /*allRaysValid*/, int y, int width, float* mapX,
                     float* mapY, std::uint8_t* reasons) {
@@ -103,7 +105,8 @@ HWY_INLINE void traceRays(const Target& target, const Rays& rays, const Spline& 
     Point plane;
     const M hasInverse = target.tryPlaneAt(first + x, column, plane);
     column = hn::Add(column, hn::Set(d, static_cast<float>(kLanes)));
-    const V z = kAllValid ? rays.coordinate(2, plane) : rays.exactDepth(plane);
+    const V z =
+        kAllValid && Target::kIsReordered ? rays.coordinate(2, plane) : rays.exactDepth(plane);
     const V invZ = hn::Div(hn::Set(d, 1.0F), z);
     const Point p = {hn::Mul(rays.coordinate(0, plane), invZ),
                      hn::Mul(rays.coordinate(1, plane), invZ)};
@@ -252,7 +255,9 @@ MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Outp
     return makeRow<false, kTangential, kReasons, DistortedRow>(input, y, out);
   }
   if (input.job.target.kind == TargetKind::LatitudeLongitude) {
-    return makeRow<false, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out);
+    return allRaysValid
+               ? makeRow<true, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out)
+               : makeRow<false, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out);
   }
   return allRaysValid ? makeRow<true, kTangential, kReasons, PinholeRow>(input, y, out)
                       : makeRow<false, kTangential, kReasons, PinholeRow>(input, y, out);
@@ -283,7 +288,9 @@ namespace AR::CV::Internal {
 HWY_EXPORT(layoutOfInstructionSet);
 HWY_EXPORT(mapRow);
 
-SplineTable::Layout splineLayout() { return HWY_DYNAMIC_DISPATCH(layoutOfInstructionSet)(); }
+SplineTable::Layout splineLayout(std::size_t bins) {
+  return HWY_DYNAMIC_DISPATCH(layoutOfInstructionSet)(bins);
+}
 
 MapRowReport mapRowSimd(const MapInput& input, bool allRaysValid, int y, int width, float* mapX,
                         float* mapY, std::uint8_t* reasons) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "Map/MapRow.h"
 #include "Map/SplineTable.h"
 
@@ -13,8 +15,9 @@ struct MapInput {
   const SplineTable& undistortion;
 };
 
-/// The order of a table's coefficients that the best instruction set of this machine reads.
-SplineTable::Layout splineLayout();
+/// The order of coefficients in which the best instruction set of this machine reads a table of so
+/// many bins.
+SplineTable::Layout splineLayout(std::size_t bins);
 
 /// The vector form of mapRowScalar(). The tables must be usable and laid out as splineLayout()
 /// says.

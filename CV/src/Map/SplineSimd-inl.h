@@ -59,33 +59,61 @@ struct Cubics {
 
 /// A table's coefficients, held by value: nothing that is stored can change where they are.
 struct Coefficients {
-  explicit Coefficients(const SplineTable& table) : data(table.data()), stride(table.stride()) {}
+  explicit Coefficients(const SplineTable& table)
+      : data(table.data()), stride(table.stride()), isPlanar(table.isPlanar()) {}
 
   const float* data;
   std::int32_t stride;
+  bool isPlanar;
 };
+
+#if HWY_TARGET <= HWY_AVX2
 
 #if HWY_TARGET <= HWY_AVX3
 
-SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Planar; }
+SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
+  return SplineTable::Layout::Planar;
+}
 
-/// The values of `window`, SplineTable::kWindow of them, at the lanes of `i`.
+constexpr int kWindow = 2 * kLanes;
+constexpr std::int32_t kWindowAlignment = kLanes;
+
+/// The values of `window`, kWindow of them, at the lanes of `i`.
 HWY_INLINE V lookUp(const float* window, VI i) {
   // One instruction over two registers, where Highway's lookups of one register take three.
   return V{
       _mm512_permutex2var_ps(hn::Load(d, window).raw, i.raw, hn::Load(d, window + kLanes).raw)};
 }
 
+#else
+
+/// With more bins neighbouring pixels too often leave the window.
+SplineTable::Layout layoutOfInstructionSet(std::size_t bins) {
+  return bins <= 128 ? SplineTable::Layout::Planar : SplineTable::Layout::Interleaved;
+}
+
+constexpr int kWindow = kLanes;
+constexpr std::int32_t kWindowAlignment = 1;
+
+/// The values of `window`, kWindow of them, at the lanes of `i`.
+HWY_INLINE V lookUp(const float* window, VI i) {
+  return hn::TableLookupLanes(hn::LoadU(d, window), hn::IndicesFromVec(d, i));
+}
+
+#endif
+
+static_assert(kWindow <= static_cast<int>(SplineTable::kWindow));
+
 HWY_INLINE Cubics gatherCubics(const Coefficients& c, VI i) {
   const auto plane = [&](int k) { return hn::GatherIndex(d, c.data + k * c.stride, i); };
   return {plane(0), plane(1), plane(2), plane(3)};
 }
 
-/// Neighbouring pixels have neighbouring bins: mostly all lie in one window, two loads a plane.
-HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
-  constexpr int kWindow = static_cast<int>(SplineTable::kWindow);
+/// Neighbouring pixels have neighbouring bins: mostly all lie in one window, one or two loads a
+/// plane.
+HWY_INLINE Cubics cubicsOfPlanes(const Coefficients& c, const std::int32_t* bins) {
   const std::int32_t least = std::min(bins[0], bins[kLanes - 1]);
-  const std::int32_t start = std::min(least & -kLanes, c.stride - kWindow);
+  const std::int32_t start = std::min(least & -kWindowAlignment, c.stride - kWindow);
   const VI i = hn::Load(di, bins);
   const VI inWindow = hn::Sub(i, hn::Set(di, start));
   if (!hn::AllTrue(du, hn::Lt(hn::BitCast(du, inWindow), hn::Set(du, kWindow)))) {
@@ -98,7 +126,13 @@ HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
 
 #else
 
-SplineTable::Layout layoutOfInstructionSet() { return SplineTable::Layout::Interleaved; }
+SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
+  return SplineTable::Layout::Interleaved;
+}
+
+#endif
+
+#if HWY_TARGET > HWY_AVX3
 
 /// The coefficients of the bins of every fourth lane from the first on, a block each.
 HWY_INLINE V loadBlocks(const float* table, const std::int32_t* bins) {
@@ -111,7 +145,7 @@ HWY_INLINE V loadBlocks(const float* table, const std::int32_t* bins) {
 }
 
 /// One load per lane, then each four of them transposed.
-HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
+HWY_INLINE Cubics cubicsOfBlocks(const Coefficients& c, const std::int32_t* bins) {
   const hn::RepartitionToWide<DU> dw;  // NEON of 32 bits has no doubles
   const V b0 = loadBlocks(c.data, bins);
   const V b1 = loadBlocks(c.data, bins + 1);
@@ -128,6 +162,16 @@ HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
 }
 
 #endif
+
+HWY_INLINE Cubics cubicsAt(const Coefficients& c, const std::int32_t* bins) {
+#if HWY_TARGET <= HWY_AVX3
+  return cubicsOfPlanes(c, bins);
+#elif HWY_TARGET == HWY_AVX2
+  return c.isPlanar ? cubicsOfPlanes(c, bins) : cubicsOfBlocks(c, bins);
+#else
+  return cubicsOfBlocks(c, bins);
+#endif
+}
 
 /// A spline over squared radii.
 class Spline {

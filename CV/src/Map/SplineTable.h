@@ -32,6 +32,7 @@ class SplineTable {
   [[nodiscard]] const float* data() const { return mCells.front().values; }
   /// Values between c0 and c1 of the same bin in a planar table; a multiple of 16.
   [[nodiscard]] std::int32_t stride() const { return mStride; }
+  [[nodiscard]] bool isPlanar() const { return mStride > 1; }
   [[nodiscard]] std::int32_t lastBin() const { return mLastBin; }
   [[nodiscard]] float binWidth() const { return mBinWidth; }
   [[nodiscard]] float invBinWidth() const { return mInvBinWidth; }

@@ -63,6 +63,9 @@ class PlaneRow {
 /// A row of a target that has no distortion.
 class PinholeRow {
  public:
+  /// Whether rays may be computed in another order of operations where all are valid.
+  static constexpr bool kIsReordered = true;
+
   PinholeRow(const MapInput& /*input*/, const TargetRow<float>& row)
       : mRow(row), mRangeMax(hn::Set(d, row.target.rangeMax)) {}
 
@@ -80,6 +83,8 @@ class PinholeRow {
 /// A row of a target whose pixels must be undistorted, as Camera::tryUndistort() does it.
 class DistortedRow {
  public:
+  static constexpr bool kIsReordered = false;
+
   DistortedRow(const MapInput& input, const TargetRow<float>& row)
       : mRow(row),
         mFactor(input.undistortion),
@@ -132,6 +137,8 @@ class DistortedRow {
 /// A row of a latitude-longitude view.
 class LatitudeLongitudeRow {
  public:
+  static constexpr bool kIsReordered = false;
+
   LatitudeLongitudeRow(const MapInput& /*input*/, const TargetRow<float>& row)
       : mSine(row.target.sine.data()),
         mCosine(row.target.cosine.data()),
