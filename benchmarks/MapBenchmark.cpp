@@ -27,6 +27,9 @@ void addLens(const SharedCase& c, const SharedPlanes& planes) {
   for (const std::int64_t set : vectorInstructionSets()) {
     addOne(
         instructionSetName(set), [c, planes] { fillVector(c->job(), *planes); }, set);
+    addOne(
+        "latitude_longitude_" + instructionSetName(set),
+        [c, planes] { fillVector(c->latitudeLongitudeJob(), *planes); }, set);
   }
   if (c->lens().peer == PeerModel::None) return;
   addOne("OpenCV", [planes, peer = peerOf(*c)] { peer.fill(*planes); });

@@ -17,7 +17,21 @@ Camera<float> initialized(const CamModel::CameraModel<float>& model) {
   return camera;
 }
 
-MapJob<float> jobOf(const Camera<float>& source, const Camera<float>& target) {
+/// The view that the library chooses where nothing else is asked for.
+AR::CV::TargetView latitudeLongitude(const Camera<float>& source) {
+  AR::CV::TargetView view;
+  view.projection = AR::CV::TargetProjection::LatitudeLongitude;
+  view.baselineAxis = 0;
+  view.width = static_cast<int>(source.getSize()(0));
+  view.height = static_cast<int>(source.getSize()(1));
+  view.cx = view.width / 2.0;
+  view.cy = view.height / 2.0;
+  view.fx = view.fy = static_cast<double>(source.getCorrectedFocalLength());
+  return view;
+}
+
+template <typename Target>
+MapJob<float> jobOf(const Camera<float>& source, const Target& target) {
   constexpr bool kKeepOutside = false;
   const AR::Math::Vec<float, 3> axisAngle(0.012F, -0.02F, 0.005F);
   return {source, target, AR::Math::SO3<float>::exp(axisAngle).matrix(), AR::CV::DepthRule::InFront,
@@ -40,7 +54,8 @@ MapCase::MapCase(const Lens& lens, const Size& size)
       mSize(size),
       mSource(cameraOf(intrinsicsOf(lens, size))),
       mTarget(initialized(VIO::pinholeModelOf(mSource, 1.0F))),
-      mJob(jobOf(mSource, mTarget)) {}
+      mJob(jobOf(mSource, mTarget)),
+      mLatitudeLongitudeJob(jobOf(mSource, latitudeLongitude(mSource))) {}
 
 void fillRows(const AR::CV::MapKernel& kernel, int firstRow, int endRow, Planes& planes) {
   for (int y = firstRow; y < endRow; ++y) {

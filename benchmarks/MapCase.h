@@ -29,6 +29,10 @@ class MapCase {
   [[nodiscard]] const AR::CV::Camera<float>& source() const { return mSource; }
   [[nodiscard]] const AR::CV::Camera<float>& target() const { return mTarget; }
   [[nodiscard]] const AR::CV::MapJob<float>& job() const { return mJob; }
+  /// The same for a latitude-longitude view of a horizontal pair.
+  [[nodiscard]] const AR::CV::MapJob<float>& latitudeLongitudeJob() const {
+    return mLatitudeLongitudeJob;
+  }
 
  private:
   Lens mLens;
@@ -36,6 +40,7 @@ class MapCase {
   AR::CV::Camera<float> mSource;
   AR::CV::Camera<float> mTarget;
   AR::CV::MapJob<float> mJob;
+  AR::CV::MapJob<float> mLatitudeLongitudeJob;
 };
 
 /// Throws std::runtime_error when no camera can be made of the record.

@@ -14,8 +14,8 @@ namespace {
 using AR::Common::WorkerPools;
 
 constexpr unsigned kItems = 4;
-constexpr Size kBandSizes[] = {{160, 120},  {320, 240},   {640, 480},  {960, 720},
-                               {1280, 960}, {1920, 1440}, {2560, 1920}};
+constexpr Size kBandSizes[] = {{160, 120}, {320, 240},  {480, 360},   {640, 480},
+                               {960, 720}, {1280, 960}, {1920, 1440}, {2560, 1920}};
 
 /// The map in four bands, one per worker.
 void fillInBands(const MapCase& c, Planes& planes) {
@@ -35,6 +35,35 @@ void fillAsLibrary(const MapCase& c, Planes& planes) {
 }
 
 void fillOnOneThread(const MapCase& c, Planes& planes) { fillVector(c.job(), planes); }
+
+/// Two maps in one dispatch, whatever their size.
+void fillPairInBands(const MapCase& c, Planes& planes, Planes& other) {
+  constexpr unsigned kBands = 8;
+  const AR::CV::MapKernel kernel(c.job());
+  const auto firstRow = [&](unsigned band) {
+    return static_cast<int>(band * static_cast<unsigned>(planes.X.rows) / kBands);
+  };
+  WorkerPools::dispatch(
+      [&](unsigned item) {
+        const unsigned band = item % kBands;
+        fillRows(kernel, firstRow(band), firstRow(band + 1), item < kBands ? planes : other);
+      },
+      2 * kBands);
+}
+
+void addPairs(const Size& size) {
+  const auto c = std::make_shared<MapCase>(plainLens(), size);
+  const auto planes = std::make_shared<Planes>(emptyPlanes(size));
+  const auto other = std::make_shared<Planes>(emptyPlanes(size));
+  const auto addOne = [&](const std::string& how, std::function<void()> call) {
+    add({"pool/" + text(size) + "/pair/" + how, size, std::move(call), kWidest, Threads::Pool});
+  };
+  addOne("one_thread", [=] {
+    fillOnOneThread(*c, *planes);
+    fillOnOneThread(*c, *other);
+  });
+  addOne("eight_bands_each", [=] { fillPairInBands(*c, *planes, *other); });
+}
 
 void addSize(const Size& size) {
   const auto c = std::make_shared<MapCase>(plainLens(), size);
@@ -56,7 +85,10 @@ void addPool() {
        [] { WorkerPools::dispatch([](unsigned) {}, kItems); },
        kWidest,
        Threads::Pool});
-  for (const Size& size : kBandSizes) addSize(size);
+  for (const Size& size : kBandSizes) {
+    addSize(size);
+    addPairs(size);
+  }
 }
 
 }  // namespace rectiline::bench

@@ -108,12 +108,17 @@ void checkLens(const Lens& lens) {
 
 void addLens(const Lens& lens) {
   const auto c = std::make_shared<PairCase>(lens);
-  const auto addOne = [&](const std::string& whose, void (*call)(PairCase&), Threads threads) {
-    add({nameOf(lens, whose), kSize, [c, call] { call(*c); }, kWidest, threads});
+  const auto addOne = [&](const std::string& whose, void (*call)(PairCase&), Threads threads,
+                          std::int64_t set = kWidest) {
+    add({nameOf(lens, whose), kSize, [c, call] { call(*c); }, set, threads});
   };
   addOne("one_thread", rectify, Threads::Caller);
   addOne("one_thread_log_off", rectifyUnlogged, Threads::Caller);
   addOne("pool", rectify, Threads::Pool);
+  for (const std::int64_t set : vectorInstructionSets()) {
+    addOne("one_thread_" + instructionSetName(set), rectify, Threads::Caller, set);
+    addOne("pool_" + instructionSetName(set), rectify, Threads::Pool, set);
+  }
   addOne("OpenCV", rectifyPeer, Threads::Caller);
 }
 
