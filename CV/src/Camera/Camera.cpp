@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
@@ -36,8 +37,8 @@ double fitSpline(HermiteSplineInterpolation<P>& spline, const FUNCTION& fn, P sq
   const P radius = std::sqrt(squaredLimit);
   // 5e-6 as single precision holds it, in both precisions: the number of bins follows from it.
   return static_cast<double>(
-      spline.setupHermiteCoeffs(fn, AR::Math::Vec<P, 2>(P(0), radius * radius), true, MAX_BINS,
-                                P(4.9999999e-06F), kMinBinsForTrim));
+      spline.setupHermiteCoeffs(std::cref(fn), AR::Math::Vec<P, 2>(P(0), radius * radius), true,
+                                MAX_BINS, P(4.9999999e-06F), kMinBinsForTrim));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <type_traits>
+#include <utility>
 
 #include "AR/CV/Camera/Camera.h"
 #include "AR/CV/CameraCalibration/RadialDistortionDerivatives.h"
@@ -9,6 +11,8 @@
 #include "AR/Math/MathDebugging.h"
 #include "CameraModel/DistortionTraits.h"
 #include "CameraModel/InvertFactors.h"
+#include "InvertSplineSimd.h"
+#include "Map/MapRowSimd.h"
 
 namespace AR::CV::CameraCalibration {
 namespace {
@@ -50,10 +54,11 @@ void iterativeUndistFromSpline(const Camera<P>& camera, std::span<const P> y, st
                           spline.rangeMax, G);
 }
 
+/// The derivatives dG/dy where G(y) is known.
 template <typename P>
-void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, std::span<P> dGdy) {
+void undistort(const Camera<P>& camera, std::span<const P> y, std::span<const P> G,
+               std::span<P> dGdy) {
   AR_REQUIRE(y.size() <= kSamplesAtOnce, "y.size() <= kSamplesAtOnce", kSource);
-  iterativeUndistFromSpline(camera, y, G);
   P yOfSlope[kSamplesAtOnce];
   P GOfSlope[kSamplesAtOnce];
   std::copy(y.begin(), y.end(), yOfSlope);
@@ -71,6 +76,12 @@ void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, st
 }
 
 template <typename P>
+void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, std::span<P> dGdy) {
+  iterativeUndistFromSpline(camera, y, G);
+  undistort<P>(camera, y, std::span<const P>(G), dGdy);
+}
+
+template <typename P>
 P iterativeUndistFromSpline(const Camera<P>& camera, P y) {
   P G = 0;
   iterativeUndistFromSpline<P>(camera, {&y, 1}, {&G, 1});
@@ -80,8 +91,20 @@ P iterativeUndistFromSpline(const Camera<P>& camera, P y) {
 template <typename P>
 P undistort(const Camera<P>& camera, P y, P& dGdy) {
   P G = 0;
-  undistort<P>(camera, {&y, 1}, {&G, 1}, {&dGdy, 1});
+  undistort<P>(camera, {&y, 1}, std::span<P>(&G, 1), {&dGdy, 1});
   return G;
+}
+
+template <typename P>
+UndistortFn<P>::UndistortFn(const Camera<P>& camera) : mCamera(&camera) {
+  if constexpr (std::is_same_v<P, float>) {
+    const auto* traits = CamModel::findTraits<P>(camera.getRadialDistortionModel());
+    const HermiteSplineInterpolation<P>& spline = camera.getDistortionSpline();
+    if (traits == nullptr || traits->inverse != nullptr || !spline.isInit()) return;
+    const auto layout = CV::Internal::splineLayout(spline.coeffs.size());
+    auto table = std::make_shared<SplineTable>(spline, layout);
+    if (table->isUsable()) mTable = std::move(table);
+  }
 }
 
 template <typename P>
@@ -89,7 +112,13 @@ void UndistortFn<P>::operator()(typename HermiteSplineInterpolation<P>::Argument
                                 typename HermiteSplineInterpolation<P>::Samples samples) const {
   P G[kSamplesAtOnce];
   P dGdy[kSamplesAtOnce];
-  undistort<P>(*mCamera, y, {G, y.size()}, {dGdy, y.size()});
+  AR_REQUIRE(y.size() <= kSamplesAtOnce, "y.size() <= kSamplesAtOnce", kSource);
+  bool isDone = false;
+  if constexpr (std::is_same_v<P, float>) {
+    isDone = mTable && CV::Internal::tryInvertSpline(*mTable, y, {G, y.size()});
+  }
+  if (!isDone) iterativeUndistFromSpline<P>(*mCamera, y, {G, y.size()});
+  undistort<P>(*mCamera, y, std::span<const P>(G, y.size()), {dGdy, y.size()});
   for (std::size_t i = 0; i < y.size(); ++i) {
     samples[i] = {G[i], dGdy[i]};
   }

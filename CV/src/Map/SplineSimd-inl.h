@@ -71,7 +71,7 @@ struct Coefficients {
 
 #if HWY_TARGET <= HWY_AVX3
 
-SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
+inline SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
   return SplineTable::Layout::Planar;
 }
 
@@ -88,7 +88,7 @@ HWY_INLINE V lookUp(const float* window, VI i) {
 #else
 
 /// With more bins neighbouring pixels too often leave the window.
-SplineTable::Layout layoutOfInstructionSet(std::size_t bins) {
+inline SplineTable::Layout layoutOfInstructionSet(std::size_t bins) {
   return bins <= 128 ? SplineTable::Layout::Planar : SplineTable::Layout::Interleaved;
 }
 
@@ -126,7 +126,7 @@ HWY_INLINE Cubics cubicsOfPlanes(const Coefficients& c, const std::int32_t* bins
 
 #else
 
-SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
+inline SplineTable::Layout layoutOfInstructionSet(std::size_t /*bins*/) {
   return SplineTable::Layout::Interleaved;
 }
 
@@ -202,6 +202,14 @@ class Spline {
     const VI bin = hn::Min(hn::Max(unclamped, hn::Zero(di)), mLast);
     hn::Store(bin, di, bins);
     return hn::Sub(r2, hn::Mul(hn::ConvertTo(d, bin), mBinWidth));
+  }
+
+  /// The value at `r2`, outside of the table that of the nearest cubic, in the plain form's
+  /// operations.
+  HWY_INLINE V plainlyAt(V r2) const {
+    alignas(64) std::int32_t bins[kLanes];
+    const V beyond = locatePlainly(r2, bins);
+    return at<true>(bins, beyond);
   }
 
   template <bool kPlain>

@@ -99,10 +99,8 @@ class DistortedRow {
 
  private:
   HWY_INLINE M tryRadial(const Point& distorted, Point& ideal) const {
-    alignas(64) std::int32_t bins[kLanes];
     const V r2 = normSquared(distorted);
-    const V beyond = mFactor.locatePlainly(r2, bins);
-    const V G = mFactor.at<true>(bins, beyond);
+    const V G = mFactor.plainlyAt(r2);
     ideal = {hn::Mul(G, distorted.x), hn::Mul(G, distorted.y)};
     return mFactor.contains(r2);
   }

@@ -11,6 +11,12 @@ namespace CamModel {
 /// several do not.
 inline constexpr std::size_t kRadiiAtOnce = 16;
 
+/// When an iteration has settled: by how much the factor changes then, and after so many
+/// evaluations in any case.
+template <typename P>
+inline constexpr P kSettledChange = P(1e-6);
+inline constexpr int kMaxEvaluations = 200;
+
 namespace Internal {
 
 /// The iterations for up to kRadiiAtOnce radii, in lock-step.
@@ -35,7 +41,7 @@ struct InverseIterations {
     int unsettled = 0;
     for (std::size_t i = 0; i < count; ++i) {
       g[i] = 1 / F[i];
-      const bool settled = std::abs(previous[i] * g[i] - 1) < P(1e-6);
+      const bool settled = std::abs(previous[i] * g[i] - 1) < kSettledChange<P>;
       const P next = std::min(g[i] * g[i] * y[i], x_max);
       x[i] = settled ? x[i] : next;
       previous[i] = F[i];
@@ -49,11 +55,10 @@ struct InverseIterations {
 
 /// The undistortion factors g at the squared distorted radii y, by the fixed-point iteration
 /// x = min(y / F(x)^2, x_max) from x = y, where `factors(x, F)` evaluates the distortion factor at
-/// all of x. It ends when F changes by less than one part in a million, and in any case after 200
-/// evaluations, with the last estimate. `g` has the size of `y`.
+/// all of x. It ends when F changes by less than kSettledChange of itself, and in any case after
+/// kMaxEvaluations, with the last estimate. `g` has the size of `y`.
 template <typename P, typename FACTORS>
 void invertFactors(const FACTORS& factors, std::span<const P> y, const P x_max, std::span<P> g) {
-  constexpr int kMaxEvaluations = 200;
   for (std::size_t first = 0; first < y.size(); first += kRadiiAtOnce) {
     const std::size_t count = std::min(kRadiiAtOnce, y.size() - first);
     Internal::InverseIterations<P> iterations(y.subspan(first, count));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <span>
 
 #include "AR/CV/Camera/Hermite.h"
@@ -8,6 +9,7 @@ namespace AR::CV {
 
 template <typename P>
 class Camera;
+class SplineTable;
 
 namespace CameraCalibration {
 
@@ -34,7 +36,7 @@ void undistort(const Camera<P>& camera, std::span<const P> y, std::span<P> G, st
 template <typename P>
 class UndistortFn {
  public:
-  explicit UndistortFn(const Camera<P>& camera) : mCamera(&camera) {}
+  explicit UndistortFn(const Camera<P>& camera);
 
   /// G(y) and dG/dy at each squared distorted radius y, of which there are at most kSamplesAtOnce.
   void operator()(typename HermiteSplineInterpolation<P>::Arguments y,
@@ -44,6 +46,7 @@ class UndistortFn {
 
  private:
   const Camera<P>* mCamera;
+  std::shared_ptr<const SplineTable> mTable;  // of the distortion; null: for the plain form only
 };
 
 }  // namespace CameraCalibration
