@@ -19,6 +19,7 @@
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 #define RECTILINE_PLAN_IS_PLAIN
 #elif HWY_ARCH_X86
+#include "plan/ChainsX86-inl.h"
 #include "plan/WindowsX86-inl.h"
 #else
 #define RECTILINE_PLAN_IS_PLAIN
@@ -39,7 +40,7 @@ void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int
 struct Shared {
   const std::uint8_t* source;
   std::ptrdiff_t stride;
-  Finish finish;
+  int gainShift;
   std::uint8_t border;
 };
 
@@ -63,7 +64,7 @@ HWY_INLINE void applyRecords(const Shared shared, const Record* record, const Re
   for (; record != end; ++record) {
     prefetchBelow(shared, record->windows[0]);
     Group16 values =
-        interpolateGroup<hasGains>(*record, gains, shared.source, shared.stride, shared.finish);
+        interpolateGroup<hasGains>(*record, gains, shared.source, shared.stride, shared.gainShift);
     if constexpr (isMasked) values = withBorder(values, record->valid, shared.border);
     hn::StoreU(values, u8, sink.start + record->target.row * sink.stride + record->target.column);
     if constexpr (hasGains) gains += kGroup;
@@ -71,8 +72,8 @@ HWY_INLINE void applyRecords(const Shared shared, const Record* record, const Re
 }
 
 template <bool hasGains>
-HWY_INLINE void applyParts(const PlanContent& plan, const Shared& shared, const BlockView& block,
-                           const Sink& sink) {
+HWY_INLINE void applyWindows(const PlanContent& plan, const Shared& shared, const BlockView& block,
+                             const Sink& sink) {
   const Block& begin = *block.begin;
   const Block& end = *block.end;
   const auto gainsAt = [](const std::vector<std::uint16_t>& gains, std::uint64_t record) {
@@ -87,29 +88,75 @@ HWY_INLINE void applyParts(const PlanContent& plan, const Shared& shared, const 
   applyRecords<true, hasGains>(shared, plan.quads.data() + begin.firstQuad,
                                plan.quads.data() + end.firstQuad,
                                gainsAt(plan.quadGains, begin.firstQuad), sink);
-  for (std::uint64_t i = begin.firstChain; i < end.firstChain; ++i) {
-    followChainPlain(plan, plan.chains[i], 0, plan.chains[i].start, shared.source, sink);
+}
+
+/// Whole groups of a chain, then the rest one by one.
+template <int channels, bool hasGains>
+HWY_INLINE void applyChain(const PlanContent& plan, const Shared& shared, const Chain& chain,
+                           const Sink& sink) {
+  const Link* const links = plan.links.data() + chain.firstLink;
+  const std::uint16_t* const gains = hasGains ? plan.linkGains.data() + chain.firstLink : nullptr;
+  std::uint8_t* const target = sink.at(chain.target);
+  ChainReader pixels(shared.source, chain, links, plan.lowerStep());
+  int done = 0;
+  for (; done + kChainGroup<channels> <= chain.count; done += kChainGroup<channels>) {
+    applyLinks<channels, hasGains>(pixels, links + done, gains + done, shared.gainShift,
+                                   target + done * channels);
   }
+  followChainPlain(plan, chain, done, pixels.offset(shared.source), shared.source, sink);
+}
+
+template <int channels, bool hasGains>
+HWY_INLINE void applyChains(const PlanContent& plan, const Shared& shared, const BlockView& block,
+                            const Sink& sink) {
+  for (std::uint64_t i = block.begin->firstChain; i < block.end->firstChain; ++i) {
+    const Chain& chain = plan.chains[i];
+    if (chain.isAtEnd != 0) {
+      followChainPlain(plan, chain, 0, chain.start, shared.source, sink);
+    } else {
+      applyChain<channels, hasGains>(plan, shared, chain, sink);
+    }
+  }
+}
+
+/// All parts of a block.
+template <int channels, bool hasGains>
+HWY_INLINE void applyParts(const PlanContent& plan, const Shared& shared, const BlockView& block,
+                           const Sink& sink) {
+  if constexpr (channels == 1) applyWindows<hasGains>(plan, shared, block, sink);
+  applyChains<channels, hasGains>(plan, shared, block, sink);
   fillSpans(plan, block, sink);
 }
 
-template <bool hasGains>
+template <int channels, bool hasGains>
 void applyBlock(const PlanContent& plan, const Shared& shared, const BlockView& block) {
-  if (!block.begin->isTurned) return applyParts<hasGains>(plan, shared, block, block.target);
+  if (!block.begin->isTurned) {
+    return applyParts<channels, hasGains>(plan, shared, block, block.target);
+  }
   TurnedBlock turned;
-  applyParts<hasGains>(plan, shared, block, turned.sink());
+  applyParts<channels, hasGains>(plan, shared, block, turned.sink());
   storeColumns(turned, block, 0, block.columns);
 }
 
-void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int end) {
-  const Shared shared{images.source, plan.layout.stride, {plan.gainShift}, plan.layout.border[0]};
+template <int channels>
+void applyBlocks(const PlanContent& plan, const Images& images, int first, int end) {
+  const Shared shared{images.source, plan.layout.stride, plan.gainShift, plan.layout.border[0]};
   for (int column = 0; column < plan.blockColumns; ++column) {
     for (int row = first; row < end; ++row) {
       const BlockView block = blockAt(plan, images, row, column);
-      plan.hasGains ? applyBlock<true>(plan, shared, block)
-                    : applyBlock<false>(plan, shared, block);
+      if (plan.hasGains) {
+        applyBlock<channels, true>(plan, shared, block);
+      } else {
+        applyBlock<channels, false>(plan, shared, block);
+      }
     }
   }
+}
+
+void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int end) {
+  if (plan.channels == 3) return applyBlocks<3>(plan, images, first, end);
+  if (plan.channels == 4) return applyBlocks<4>(plan, images, first, end);
+  applyBlocks<1>(plan, images, first, end);
 }
 
 #endif

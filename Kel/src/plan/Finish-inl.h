@@ -17,25 +17,18 @@ namespace kel::plan::HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using Group16 = hn::Vec<hn::FixedTag<std::uint8_t, kGroup>>;
-
-/// What turns values into grey levels, the same for a whole plan.
-struct Finish {
-  int gainShift;
-};
-
 /// Values in 128ths of a level to grey levels, each times its gain where there are any.
-template <bool hasGains, class I16, class Values>
+template <bool hasGains, class I16, class Values, class Gains>
 HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, I16>> toBytes(I16 i16, Values values,
-                                                          const std::uint16_t* gains,
-                                                          const Finish& finish) {
+                                                          [[maybe_unused]] Gains gains,
+                                                          [[maybe_unused]] int gainShift) {
   const hn::RebindToUnsigned<I16> u16;
   const hn::Rebind<std::uint8_t, I16> u8;
   if constexpr (hasGains) {
     const auto positive = hn::Add(values, hn::Set(i16, kMiddle * kLevel));
     const auto twice = hn::BitCast(u16, hn::Add(positive, positive));
-    const auto product = hn::MulHigh(twice, hn::LoadU(u16, gains));
-    const auto level = hn::ShiftRightSame(product, finish.gainShift - 8);
+    const auto product = hn::MulHigh(twice, gains);
+    const auto level = hn::ShiftRightSame(product, gainShift - 8);
     return hn::DemoteTo(u8, hn::BitCast(i16, hn::Min(level, hn::Set(u16, 255))));
   } else {
     const hn::Rebind<std::int8_t, I16> i8;
