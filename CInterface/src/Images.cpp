@@ -7,6 +7,7 @@
 #include "Boundary.h"
 #include "Kel/kelRemapu8.h"
 #include "Kel/remapImage.h"
+#include "KernelFormat.h"
 #include "Memory.h"
 #include "VIO/Gains.h"
 #include "rectiline/rectiline.h"
@@ -15,32 +16,11 @@ namespace {
 
 using namespace rectiline::capi;
 
-void requireSameSize(const FieldName& field, std::int32_t size, const char* of,
-                     std::int32_t expected) {
-  if (size != expected) {
-    refuseArgument(field, size, "is %d; it must be that of the %s, %d", size, of, expected);
-  }
-}
-
 void requireSameFormat(const Image& source, const Image& target) {
   if (target.format != source.format) {
     refuseArgument("target.format", target.format, "is %d; it must be the source's, %d",
                    static_cast<int>(target.format), static_cast<int>(source.format));
   }
-}
-
-kel::PixelFormat kernelFormat(rectiline_format format) {
-  switch (format) {
-    case RECTILINE_GREY8:
-      return kel::PixelFormat::Grey8;
-    case RECTILINE_RGB8:
-      return kel::PixelFormat::Rgb8;
-    case RECTILINE_RGBA8:
-      return kel::PixelFormat::Rgba8;
-    case RECTILINE_GREY16:
-      return kel::PixelFormat::Grey16;
-  }
-  return kel::PixelFormat::Grey8;
 }
 
 /// The platform's remap, where it can do it: it takes strides of an int, and refuses a target in

@@ -80,6 +80,13 @@ void requirePixels(std::int32_t size, const FieldName& field) {
   if (size < 1) refuseArgument(field, size, "is %d pixels; it must be at least 1", size);
 }
 
+void requireSameSize(const FieldName& field, std::int32_t size, const char* of,
+                     std::int32_t expected) {
+  if (size != expected) {
+    refuseArgument(field, size, "is %d; it must be that of the %s, %d", size, of, expected);
+  }
+}
+
 bool overlap(const Rows& a, const Rows& b) {
   const auto startA = reinterpret_cast<std::uintptr_t>(a.start);
   const auto startB = reinterpret_cast<std::uintptr_t>(b.start);

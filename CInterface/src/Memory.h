@@ -40,6 +40,10 @@ Rows checkedArray(const void* start, std::size_t count, std::size_t elementBytes
 /// Refuses a size in pixels below 1.
 void requirePixels(std::int32_t size, const FieldName& field);
 
+/// Refuses a size in pixels that is not that of what `of` names.
+void requireSameSize(const FieldName& field, std::int32_t size, const char* of,
+                     std::int32_t expected);
+
 /// Whether two planes share a byte. Planes of the same stride may lie in each other's gaps.
 bool overlap(const Rows& a, const Rows& b);
 

@@ -25,7 +25,9 @@
  *     rectiline_last_error(&error);
  *     puts(error.text);
  *   }
- *   rectiline_remap(&raw_left, &left, &rectified_left);          (30 to 90 times a second)
+ *   rectiline_remap(&raw_left, &left, &rectified_left);          (30 to 90 times a second, or by a
+ *                                                                 rectiline_plan several times as
+ *                                                                 fast)
  *
  *   depth = result.depth_constant / (column in the left image - column in the right image)
  *
@@ -210,6 +212,82 @@ RECTILINE_API int32_t rectiline_correct(const rectiline_image* image, const floa
  */
 RECTILINE_API int32_t rectiline_vignetting_gains(int32_t width, int32_t height, float* gains,
                                                  size_t stride);
+
+/* ---- plans: maps compiled for use ---- */
+
+/**
+ * A map compiled for one kind of source image: rectiline_remap() four to ten times as fast, for
+ * images of 8 bits that are remapped many times. Made once, it needs the map no more. It never
+ * changes; any number of threads may apply it at once.
+ *
+ * Pixels have a source where rectiline_remap() finds one; the others get the border. A pixel with a
+ * source differs by at most one grey level from its exact bilinear value rounded to nearest, and
+ * the bytes are the same on every processor; rectiline_remap() may round the other way.
+ *
+ * With gains, images are corrected in the same pass and the source stays as it is: a pixel is its
+ * interpolated value times the gain interpolated at its position, cut to whole grey levels and
+ * clamped to 255. rectiline_correct() followed by rectiline_remap() differs
+ *  - by at most one grey level where the corrected neighbours lie within 120 levels of each other
+ *    and none of them clamps, at most two where they lie further apart,
+ *  - where a corrected neighbour clamps at 255, by up to what the clamp took away from it times its
+ *    share in the pixel: a gain after interpolation does not see that clamp, so the plan is
+ * brighter,
+ *  - and by up to a quarter of how much the gains of the four neighbours differ times how much
+ *    their pixels do: 0.3 levels for gains that change by 0.005 from pixel to pixel.
+ * Gains are kept in 16 bits, of which the greatest in the plane has all: up to 8 they are exact to
+ * 0.00006, up to 256 to 0.002. Below 0 and no number count as 0.
+ */
+typedef struct rectiline_plan rectiline_plan;
+
+typedef struct rectiline_plan_options {
+  uint32_t struct_size;
+  int32_t format;       /* rectiline_format of source and target; not RECTILINE_GREY16 */
+  int32_t source_width; /* pixels */
+  int32_t source_height;
+  size_t source_stride; /* bytes; 0: without gaps */
+  const float* gains;   /* source_height rows of source_width floats; null: no gains */
+  size_t gains_stride;  /* bytes; 0: source_width * 4 */
+  uint8_t border[4];    /* channel by channel, for pixels without a source */
+  uint8_t reserved[4];
+} rectiline_plan_options;
+
+/**
+ * Compiles a map. It takes as long as some ten images. About 4 bytes of memory for a target pixel,
+ * 6 with gains; more where the map scales down to less than half or jumps.
+ * @param map   reasons are not looked at. Neither the map nor the gains are needed afterwards.
+ * @param plan  receives what rectiline_plan_destroy() takes
+ */
+RECTILINE_API int32_t rectiline_plan_create(const rectiline_map* map,
+                                            const rectiline_plan_options* options,
+                                            rectiline_plan** plan);
+
+/**
+ * Fills an image of the map's size. Allocates nothing. Large images are spread over the library's
+ * own threads.
+ * @param source  of the format, size and stride that the plan was made for; it may not overlap the
+ *     target
+ */
+RECTILINE_API int32_t rectiline_plan_apply(const rectiline_plan* plan,
+                                           const rectiline_image* source,
+                                           const rectiline_image* target);
+
+#define RECTILINE_MAX_PLANS 16
+
+/**
+ * n images through n plans, as one piece of work: both cameras of a stereo pair take less than two
+ * calls where the library's threads take part.
+ * @param n                        at most RECTILINE_MAX_PLANS
+ * @param plans, sources, targets  n pointers each; plans and sources may occur several times
+ */
+RECTILINE_API int32_t rectiline_plan_apply_all(size_t n, const rectiline_plan* const* plans,
+                                               const rectiline_image* const* sources,
+                                               const rectiline_image* const* targets);
+
+/** The memory that a plan takes, bytes. */
+RECTILINE_API int32_t rectiline_plan_size(const rectiline_plan* plan, size_t* bytes);
+
+/** Null is allowed. No thread may be applying the plan. */
+RECTILINE_API void rectiline_plan_destroy(rectiline_plan* plan);
 
 /* ---- virtual cameras ---- */
 

@@ -69,7 +69,7 @@ void applyParts(const PlanContent& plan, const BlockView& block, const std::uint
 }
 
 void applyBlock(const PlanContent& plan, const BlockView& block, const std::uint8_t* source) {
-  if (!block.begin->isTurned) return applyParts(plan, block, source, block.target);
+  if (!plan.gathersColumns()) return applyParts(plan, block, source, block.target);
   TurnedBlock turned;
   applyParts(plan, block, source, turned.sink());
   storeColumns(turned, block, 0, block.columns);
@@ -93,11 +93,9 @@ void followChainPlain(const PlanContent& plan, const Chain& chain, int first, st
 }
 
 void applyRowsPlain(const PlanContent& plan, const Images& images, int first, int end) {
-  for (int column = 0; column < plan.blockColumns; ++column) {
-    for (int row = first; row < end; ++row) {
-      applyBlock(plan, blockAt(plan, images, row, column), images.source);
-    }
-  }
+  plan.forEachBlock(first, end, [&](int row, int column) {
+    applyBlock(plan, blockAt(plan, images, row, column), images.source);
+  });
 }
 
 }  // namespace kel::plan

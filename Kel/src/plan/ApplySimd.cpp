@@ -20,6 +20,7 @@
 #define RECTILINE_PLAN_IS_PLAIN
 #elif HWY_ARCH_X86
 #include "plan/ChainsX86-inl.h"
+#include "plan/Transpose-inl.h"
 #include "plan/WindowsX86-inl.h"
 #else
 #define RECTILINE_PLAN_IS_PLAIN
@@ -40,6 +41,7 @@ void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int
 struct Shared {
   const std::uint8_t* source;
   std::ptrdiff_t stride;
+  std::ptrdiff_t ahead;
   int gainShift;
   std::uint8_t border;
 };
@@ -50,11 +52,11 @@ HWY_INLINE Group16 withBorder(Group16 values, unsigned valid, std::uint8_t borde
   return hn::IfThenElse(hn::LoadMaskBits(u8, bits), values, hn::Set(u8, border));
 }
 
-/// Fetches what blocks further down will look up.
+/// Fetches what the block below will look up.
 HWY_INLINE void prefetchBelow(const Shared& shared, std::uint32_t window) {
   const auto at = reinterpret_cast<std::uintptr_t>(shared.source + window);
-  hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(
-      at + static_cast<std::uintptr_t>(kBlockRows * shared.stride)));
+  hwy::Prefetch(
+      reinterpret_cast<const std::uint8_t*>(at + static_cast<std::uintptr_t>(shared.ahead)));
 }
 
 template <bool isMasked, bool hasGains, class Record>
@@ -100,8 +102,8 @@ HWY_INLINE void applyChain(const PlanContent& plan, const Shared& shared, const 
   ChainReader pixels(shared.source, chain, links, plan.lowerStep());
   int done = 0;
   for (; done + kChainGroup<channels> <= chain.count; done += kChainGroup<channels>) {
-    applyLinks<channels, hasGains>(pixels, links + done, gains + done, shared.gainShift,
-                                   target + done * channels);
+    applyLinks<channels, hasGains>(pixels, links + done, hasGains ? gains + done : nullptr,
+                                   shared.gainShift, target + done * channels);
   }
   followChainPlain(plan, chain, done, pixels.offset(shared.source), shared.source, sink);
 }
@@ -130,27 +132,26 @@ HWY_INLINE void applyParts(const PlanContent& plan, const Shared& shared, const 
 
 template <int channels, bool hasGains>
 void applyBlock(const PlanContent& plan, const Shared& shared, const BlockView& block) {
-  if (!block.begin->isTurned) {
+  if (!plan.gathersColumns()) {
     return applyParts<channels, hasGains>(plan, shared, block, block.target);
   }
   TurnedBlock turned;
   applyParts<channels, hasGains>(plan, shared, block, turned.sink());
-  storeColumns(turned, block, 0, block.columns);
+  storeSquares(turned, block);
 }
 
 template <int channels>
 void applyBlocks(const PlanContent& plan, const Images& images, int first, int end) {
-  const Shared shared{images.source, plan.layout.stride, plan.gainShift, plan.layout.border[0]};
-  for (int column = 0; column < plan.blockColumns; ++column) {
-    for (int row = first; row < end; ++row) {
-      const BlockView block = blockAt(plan, images, row, column);
-      if (plan.hasGains) {
-        applyBlock<channels, true>(plan, shared, block);
-      } else {
-        applyBlock<channels, false>(plan, shared, block);
-      }
+  const Shared shared{images.source, plan.layout.stride, plan.ahead, plan.gainShift,
+                      plan.layout.border[0]};
+  plan.forEachBlock(first, end, [&](int row, int column) {
+    const BlockView block = blockAt(plan, images, row, column);
+    if (plan.hasGains) {
+      applyBlock<channels, true>(plan, shared, block);
+    } else {
+      applyBlock<channels, false>(plan, shared, block);
     }
-  }
+  });
 }
 
 void applyRowsSimd(const PlanContent& plan, const Images& images, int first, int end) {

@@ -31,9 +31,7 @@ struct BlockView {
 };
 
 inline BlockView blockAt(const PlanContent& plan, const Images& images, int row, int column) {
-  const std::size_t i =
-      static_cast<std::size_t>(row) * static_cast<std::size_t>(plan.blockColumns) +
-      static_cast<std::size_t>(column);
+  const std::size_t i = plan.blockIndex(row, column);
   const std::ptrdiff_t y = std::ptrdiff_t{kBlockRows} * row;
   const std::ptrdiff_t x = std::ptrdiff_t{plan.columnsPerBlock()} * column;
   return {&plan.blocks[i],
@@ -46,7 +44,7 @@ inline BlockView blockAt(const PlanContent& plan, const Images& images, int row,
 
 /// The pixels of a turned block, column by column.
 struct TurnedBlock {
-  alignas(64) std::uint8_t pixels[kMaxGreyBlock * kGroup];
+  alignas(64) std::uint8_t pixels[kMaxTurnedBlock * kGroup];
 
   [[nodiscard]] Sink sink() { return {pixels, 0, 1}; }
 };

@@ -1,11 +1,10 @@
 #include "plan/PlanCompiler.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 
-#include "bilinear.h"
 #include "plan/ChainBuilder.h"
+#include "plan/Course.h"
 #include "plan/Gains.h"
 #include "plan/Groups.h"
 #include "plan/Positions.h"
@@ -31,62 +30,30 @@ class Compiler {
         mSource{content.layout.width, content.layout.height, content.layout.stride} {}
 
   void compile() {
-    for (int row = 0; row < mContent.blockRows; ++row) {
+    mContent.forEachBlock(0, mContent.blockRows, [this](int row, int column) {
+      beginBlock();
+      const int x = column * mContent.columnsPerBlock();
       const int y = row * kBlockRows;
-      const int rows = std::min(kBlockRows, mMap.height - y);
-      for (int column = 0; column < mContent.blockColumns; ++column) {
-        beginBlock();
-        const int x = column * mContent.columnsPerBlock();
-        compileBlock({x, y, mContent.blockWidth(column), rows});
-      }
-    }
+      const int rows = std::min(kBlockRows, mContent.height - y);
+      compileBlock({x, y, mContent.blockWidth(column), rows});
+    });
     beginBlock();
   }
 
  private:
   void beginBlock() {
     mContent.blocks.push_back({mContent.pairs.size(), mContent.maskedPairs.size(),
-                               mContent.quads.size(), mContent.chains.size(), mContent.spans.size(),
-                               false});
+                               mContent.quads.size(), mContent.chains.size(),
+                               mContent.spans.size()});
   }
 
   void compileBlock(const Area& area) {
-    if (!canHaveWindows()) return compileRows(area);
-    const bool isTurned = crossesRows(area);
-    mContent.blocks.back().isTurned = isTurned;
-    if (isTurned) return compileColumns(area);
-    if (area.columns < kGroup) return compileRows(area);
+    if (mContent.gathersColumns()) return compileColumns(area);
+    if (!mContent.canHaveWindows() || area.columns < kGroup) return compileRows(area);
     for (int column = 0; column < area.columns; column += kGroup) {
       // The last group begins early enough to be whole; some pixels are then written twice.
       compileSquare(area, std::min(column, area.columns - kGroup));
     }
-  }
-
-  [[nodiscard]] bool canHaveWindows() const {
-    const std::int64_t lastRow = (mSource.height - 1) * std::int64_t{mSource.stride};
-    return mContent.channels == 1 && mSource.width >= kWindowColumns &&
-           mSource.height >= kWindowRows && lastRow + mSource.width <= std::int64_t{UINT32_MAX};
-  }
-
-  /// Whether a way along rows crosses more of the source's rows than one along columns.
-  [[nodiscard]] bool crossesRows(const Area& area) const {
-    constexpr int kStep = kGroup / 2;
-    float alongRows = 0;
-    float alongColumns = 0;
-    for (int y = area.y; y + kStep < area.y + area.rows; y += kStep) {
-      for (int x = area.x; x + kStep < area.x + area.columns; x += kStep) {
-        if (!(hasSource(x, y) && hasSource(x + kStep, y) && hasSource(x, y + kStep))) continue;
-        const float here = rowOf(mMap.y, y)[x];
-        alongRows += std::abs(rowOf(mMap.y, y)[x + kStep] - here);
-        alongColumns += std::abs(rowOf(mMap.y, y + kStep)[x] - here);
-      }
-    }
-    return alongRows > alongColumns;
-  }
-
-  [[nodiscard]] bool hasSource(int x, int y) const {
-    return isInside(rowOf(mMap.x, y)[x], mSource.width) &&
-           isInside(rowOf(mMap.y, y)[x], mSource.height);
   }
 
   /// Pixel by pixel.
@@ -214,6 +181,9 @@ std::unique_ptr<const PlanContent> compile(const ConstMap& map, const PlanLayout
   content->channels = channelsOf(layout.format);
   content->width = map.width;
   content->height = map.height;
+  const Course course = findCourse(map, layout);
+  content->isTurned = course.isTurned;
+  content->ahead = course.ahead;
   content->blockColumns = std::max(map.width / content->columnsPerBlock(), 1);
   content->blockRows = (map.height - 1) / kBlockRows + 1;
   content->hasGains = gains.areGiven();

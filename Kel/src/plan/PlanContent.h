@@ -3,7 +3,7 @@
 // What a plan holds.
 //
 // The target is cut into blocks of kBlockRows rows. Within a block, pixels are looked after in
-// groups of 16: neighbours along a row, or, in a block that is turned, along a column, whichever
+// groups of 16: neighbours along a row, or, in a plan that is turned, along a column, whichever
 // stays in fewer rows of the source; the bytes of a turned block are gathered and then transposed.
 // Groups of one kind follow each other, since what decides about a kind once per group is
 // mispredicted:
@@ -29,9 +29,9 @@ inline constexpr int kGroup = 16;  // pixels
 inline constexpr int kWindowColumns = 16;
 inline constexpr int kWindowRows = 3;
 inline constexpr int kBlockRows = kGroup;
-inline constexpr int kBlockColumns = 256;        // at least; the last block of a row takes the rest
-inline constexpr int kColourBlockColumns = 512;  // likewise
-inline constexpr int kMaxGreyBlock = 2 * kBlockColumns - 1;
+inline constexpr int kBlockColumns = 4096;       // at least; the last block of a row takes the rest
+inline constexpr int kTurnedBlockColumns = 256;  // likewise; few enough for a cache to keep lines
+inline constexpr int kMaxTurnedBlock = 2 * kTurnedBlockColumns - 1;
 
 /// Where a group goes: rows and columns from its block's first pixel. In a turned block, row 0 and
 /// 16 times the column.
@@ -99,7 +99,6 @@ struct Block {
   std::uint64_t firstQuad = 0;
   std::uint64_t firstChain = 0;
   std::uint64_t firstSpan = 0;
-  bool isTurned = false;
 };
 
 }  // namespace plan
@@ -109,15 +108,17 @@ struct PlanContent {
   int channels;
   int width;  // of the target
   int height;
+  bool isTurned;
   int blockColumns;  // blocks beside each other
   int blockRows;
+  std::ptrdiff_t ahead;  // from what a block looks up to what the block below it does, bytes
   std::vector<plan::PairRecord> pairs;
   std::vector<plan::PairRecord> maskedPairs;
   std::vector<plan::QuadRecord> quads;
   std::vector<plan::Chain> chains;
   std::vector<plan::Link> links;
   std::vector<plan::Span> spans;
-  std::vector<plan::Block> blocks;  // row by row, and one behind the last
+  std::vector<plan::Block> blocks;  // by blockIndex(), and one behind the last
 
   /// Of a plan with gains: 16 for every record and one for every link, in 2^-gainShift.
   bool hasGains;
@@ -131,8 +132,33 @@ struct PlanContent {
   [[nodiscard]] std::ptrdiff_t rightStep() const { return layout.width > 1 ? channels : 0; }
   [[nodiscard]] std::ptrdiff_t lowerStep() const { return layout.height > 1 ? layout.stride : 0; }
 
+  /// Whether source and target are such that groups have windows.
+  [[nodiscard]] bool canHaveWindows() const {
+    const std::int64_t lastRow = (layout.height - 1) * std::int64_t{layout.stride};
+    return channels == 1 && layout.width >= plan::kWindowColumns &&
+           layout.height >= plan::kWindowRows && lastRow + layout.width <= std::int64_t{UINT32_MAX};
+  }
+  /// Whether blocks are made column by column and then transposed.
+  [[nodiscard]] bool gathersColumns() const { return isTurned && canHaveWindows(); }
+
   [[nodiscard]] int columnsPerBlock() const {
-    return channels == 1 ? plan::kBlockColumns : plan::kColourBlockColumns;
+    return isTurned ? plan::kTurnedBlockColumns : plan::kBlockColumns;
+  }
+  /// Where a block is among all, in the order in which they are applied.
+  [[nodiscard]] std::size_t blockIndex(int row, int column) const {
+    return isTurned ? static_cast<std::size_t>(column) * static_cast<std::size_t>(blockRows) +
+                          static_cast<std::size_t>(row)
+                    : static_cast<std::size_t>(row) * static_cast<std::size_t>(blockColumns) +
+                          static_cast<std::size_t>(column);
+  }
+  /// Calls f(row, column) for all blocks in rows [first, end), in the order of blockIndex().
+  template <typename F>
+  void forEachBlock(int first, int end, F&& f) const {
+    const int outer = isTurned ? blockColumns : end - first;
+    const int inner = isTurned ? end - first : blockColumns;
+    for (int i = 0; i < outer; ++i) {
+      for (int j = 0; j < inner; ++j) isTurned ? f(first + j, i) : f(first + i, j);
+    }
   }
   /// Columns of the target in a block of column `i`.
   [[nodiscard]] int blockWidth(int i) const {
