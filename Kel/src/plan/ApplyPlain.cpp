@@ -36,14 +36,14 @@ void applyRecord(const PlanContent& plan, const std::uint32_t* windows, const Lo
   }
 }
 
-const std::uint16_t* gainsOf(const std::vector<std::uint16_t>& gains, std::uint64_t record) {
+const std::uint16_t* gainsOf(const std::vector<std::uint16_t>& gains, std::size_t record) {
   return gains.empty() ? nullptr : &gains[record * kGroup];
 }
 
 void applyPairs(const PlanContent& plan, const std::vector<PairRecord>& pairs,
-                const std::vector<std::uint16_t>& gains, std::uint64_t first, std::uint64_t end,
+                const std::vector<std::uint16_t>& gains, std::size_t first, std::size_t end,
                 const std::uint8_t* source, const Sink& sink) {
-  for (std::uint64_t i = first; i < end; ++i) {
+  for (std::size_t i = first; i < end; ++i) {
     const PairRecord& pair = pairs[i];
     applyRecord<kGroup / 2>(plan, pair.windows, pair.lookup, pair.valid, gainsOf(gains, i), source,
                             sink.at(pair.target));
@@ -57,12 +57,12 @@ void applyParts(const PlanContent& plan, const BlockView& block, const std::uint
   applyPairs(plan, plan.pairs, plan.pairGains, begin.firstPair, end.firstPair, source, sink);
   applyPairs(plan, plan.maskedPairs, plan.maskedPairGains, begin.firstMaskedPair,
              end.firstMaskedPair, source, sink);
-  for (std::uint64_t i = begin.firstQuad; i < end.firstQuad; ++i) {
+  for (std::size_t i = begin.firstQuad; i < end.firstQuad; ++i) {
     const QuadRecord& quad = plan.quads[i];
     applyRecord<kGroup / 4>(plan, quad.windows, quad.lookup, quad.valid, gainsOf(plan.quadGains, i),
                             source, sink.at(quad.target));
   }
-  for (std::uint64_t i = begin.firstChain; i < end.firstChain; ++i) {
+  for (std::size_t i = begin.firstChain; i < end.firstChain; ++i) {
     followChainPlain(plan, plan.chains[i], 0, plan.chains[i].start, source, sink);
   }
   fillSpans(plan, block, sink);
@@ -81,7 +81,7 @@ void followChainPlain(const PlanContent& plan, const Chain& chain, int first, st
                       const std::uint8_t* source, const Sink& sink) {
   const Steps steps{plan.rightStep(), plan.lowerStep()};
   std::uint8_t* target = sink.at(chain.target) + std::ptrdiff_t{plan.channels} * first;
-  for (std::uint64_t i = chain.firstLink + first; i < chain.firstLink + chain.count; ++i) {
+  for (std::size_t i = chain.firstLink + first; i < chain.firstLink + chain.count; ++i) {
     const Link& link = plan.links[i];
     offset += link.step;
     for (int c = 0; c < plan.channels; ++c) {

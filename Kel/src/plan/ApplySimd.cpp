@@ -9,6 +9,7 @@
 #include "plan/Apply.h"
 #include "plan/ApplyPlain.h"
 #include "plan/BlockTarget.h"
+#include "plan/ChainReader.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "plan/ApplySimd.cpp"
@@ -22,6 +23,9 @@
 #include "plan/ChainsX86-inl.h"
 #include "plan/Transpose-inl.h"
 #include "plan/WindowsX86-inl.h"
+#elif HWY_ARCH_ARM
+#include "plan/Neon-inl.h"
+#include "plan/Transpose-inl.h"
 #else
 #define RECTILINE_PLAN_IS_PLAIN
 #endif
@@ -78,7 +82,7 @@ HWY_INLINE void applyWindows(const PlanContent& plan, const Shared& shared, cons
                              const Sink& sink) {
   const Block& begin = *block.begin;
   const Block& end = *block.end;
-  const auto gainsAt = [](const std::vector<std::uint16_t>& gains, std::uint64_t record) {
+  const auto gainsAt = [](const std::vector<std::uint16_t>& gains, std::size_t record) {
     return hasGains ? gains.data() + record * kGroup : nullptr;
   };
   applyRecords<false, hasGains>(shared, plan.pairs.data() + begin.firstPair,
@@ -111,7 +115,7 @@ HWY_INLINE void applyChain(const PlanContent& plan, const Shared& shared, const 
 template <int channels, bool hasGains>
 HWY_INLINE void applyChains(const PlanContent& plan, const Shared& shared, const BlockView& block,
                             const Sink& sink) {
-  for (std::uint64_t i = block.begin->firstChain; i < block.end->firstChain; ++i) {
+  for (std::size_t i = block.begin->firstChain; i < block.end->firstChain; ++i) {
     const Chain& chain = plan.chains[i];
     if (chain.isAtEnd != 0) {
       followChainPlain(plan, chain, 0, chain.start, shared.source, sink);

@@ -59,7 +59,7 @@ inline void storeColumns(const TurnedBlock& turned, const BlockView& block, int 
 
 /// The border's value for every pixel of a block that has no source.
 inline void fillSpans(const PlanContent& plan, const BlockView& block, const Sink& sink) {
-  for (std::uint64_t i = block.begin->firstSpan; i < block.end->firstSpan; ++i) {
+  for (std::size_t i = block.begin->firstSpan; i < block.end->firstSpan; ++i) {
     const Span& span = plan.spans[i];
     std::uint8_t* const pixels = sink.at(span.target);
     if (plan.channels == 1) {

@@ -11,6 +11,7 @@
 
 #include <cstring>
 
+#include "plan/ChainReader.h"
 #include "plan/InterpolateX86-inl.h"
 #include "plan/PlanContent.h"
 
@@ -23,66 +24,42 @@ struct Neighbourhood {
   Group16 lower;
 };
 
-/// A chain's pixels, one after another.
-class ChainReader {
- public:
-  HWY_INLINE ChainReader(const std::uint8_t* source, const Chain& chain, const Link* link,
-                         std::ptrdiff_t lowerStep)
-      : mPixel(source + static_cast<std::ptrdiff_t>(chain.start)),
-        mLink(link),
-        mLowerStep(lowerStep) {}
+template <int i>
+HWY_INLINE void insertPair(ChainReader& pixels, __m128i& upper, __m128i& lower) {
+  const std::uint8_t* const pixel = pixels.next();
+  std::uint16_t pair;
+  std::memcpy(&pair, pixel, sizeof(pair));
+  upper = _mm_insert_epi16(upper, pair, i);
+  std::memcpy(&pair, pixel + pixels.lowerStep(), sizeof(pair));
+  lower = _mm_insert_epi16(lower, pair, i);
+}
 
-  /// Of the next eight pixels of one channel, their pairs.
-  HWY_INLINE Neighbourhood nextPairs() {
-    __m128i upper = _mm_setzero_si128();
-    __m128i lower = _mm_setzero_si128();
-    insertPair<0>(upper, lower);
-    insertPair<1>(upper, lower);
-    insertPair<2>(upper, lower);
-    insertPair<3>(upper, lower);
-    insertPair<4>(upper, lower);
-    insertPair<5>(upper, lower);
-    insertPair<6>(upper, lower);
-    insertPair<7>(upper, lower);
-    return {Group16{upper}, Group16{lower}};
-  }
+/// Of the next eight pixels of one channel, their pairs.
+HWY_INLINE Neighbourhood nextPairs(ChainReader& pixels) {
+  __m128i upper = _mm_setzero_si128();
+  __m128i lower = _mm_setzero_si128();
+  insertPair<0>(pixels, upper, lower);
+  insertPair<1>(pixels, upper, lower);
+  insertPair<2>(pixels, upper, lower);
+  insertPair<3>(pixels, upper, lower);
+  insertPair<4>(pixels, upper, lower);
+  insertPair<5>(pixels, upper, lower);
+  insertPair<6>(pixels, upper, lower);
+  insertPair<7>(pixels, upper, lower);
+  return {Group16{upper}, Group16{lower}};
+}
 
-  /// Of the next two pixels, eight bytes each.
-  HWY_INLINE Neighbourhood nextTwo() {
-    const std::uint8_t* const first = next();
-    const std::uint8_t* const second = next();
-    return {two(first, second), two(first + mLowerStep, second + mLowerStep)};
-  }
+HWY_INLINE Group16 loadTwo(const std::uint8_t* first, const std::uint8_t* second) {
+  const hn::FixedTag<std::uint8_t, 8> half;
+  return hn::Combine(Block128(), hn::LoadU(half, second), hn::LoadU(half, first));
+}
 
-  /// The pixel before the next, in bytes from the source's first one.
-  HWY_INLINE std::int64_t offset(const std::uint8_t* source) const { return mPixel - source; }
-
- private:
-  HWY_INLINE const std::uint8_t* next() { return mPixel += (mLink++)->step; }
-
-  static HWY_INLINE Group16 two(const std::uint8_t* first, const std::uint8_t* second) {
-    const hn::FixedTag<std::uint8_t, 8> half;
-    return hn::Combine(Block128(), hn::LoadU(half, second), hn::LoadU(half, first));
-  }
-
-  template <int i>
-  HWY_INLINE void insertPair(__m128i& upper, __m128i& lower) {
-    const std::uint8_t* const pixel = next();
-    std::uint16_t pair;
-    std::memcpy(&pair, pixel, sizeof(pair));
-    upper = _mm_insert_epi16(upper, pair, i);
-    std::memcpy(&pair, pixel + mLowerStep, sizeof(pair));
-    lower = _mm_insert_epi16(lower, pair, i);
-  }
-
-  const std::uint8_t* mPixel;
-  const Link* mLink;
-  std::ptrdiff_t mLowerStep;
-};
-
-/// How many of a chain's pixels are interpolated at once.
-template <int channels>
-inline constexpr int kChainGroup = channels == 1 ? kGroup : 4;
+/// Of the next two pixels, eight bytes each.
+HWY_INLINE Neighbourhood nextTwo(ChainReader& pixels) {
+  const std::uint8_t* const first = pixels.next();
+  const std::uint8_t* const second = pixels.next();
+  return {loadTwo(first, second), loadTwo(first + pixels.lowerStep(), second + pixels.lowerStep())};
+}
 
 /// For four links: their first or second weight for each of four channels; and each gain.
 template <int byte, int unit, int second>
@@ -115,8 +92,8 @@ HWY_INLINE Group16 interpolateFour(ChainReader& pixels, const Link* links,
                                    const std::uint16_t* gains, int gainShift) {
   return finishParts<hasGains>(
       [&](int part) HWY_ATTR {
-        const Neighbourhood first = pixels.nextTwo();
-        const Neighbourhood second = kParts == 1 ? pixels.nextTwo() : first;
+        const Neighbourhood first = nextTwo(pixels);
+        const Neighbourhood second = kParts == 1 ? nextTwo(pixels) : first;
         return interpolate(toPairs<channels>(combine(first.upper, second.upper)),
                            toPairs<channels>(combine(first.lower, second.lower)),
                            spread(links, kRightOfLinks.indices, part),
@@ -165,8 +142,8 @@ HWY_INLINE Group16 interpolateSixteen(ChainReader& pixels, const Link* links,
                                       const std::uint16_t* gains, int gainShift) {
   return finishParts<hasGains>(
       [&](int part) HWY_ATTR {
-        const Neighbourhood first = pixels.nextPairs();
-        const Neighbourhood second = kParts == 1 ? pixels.nextPairs() : first;
+        const Neighbourhood first = nextPairs(pixels);
+        const Neighbourhood second = kParts == 1 ? nextPairs(pixels) : first;
         return interpolate(combine(first.upper, second.upper), combine(first.lower, second.lower),
                            weightsOf<2, 2>(links, part), weightsOf<3, 128>(links, part));
       },

@@ -80,7 +80,7 @@ inline int linkBytes(int channels) { return channels == 1 ? 2 : 8; }
 struct Chain {
   std::int64_t
       start;  // bytes from the source's first one to the first pixel's left upper neighbour
-  std::uint64_t firstLink;
+  std::size_t firstLink;
   Place target;
   std::uint16_t count;
   std::uint16_t isAtEnd;  // fewer than linkBytes() can be read there
@@ -94,11 +94,11 @@ struct Span {
 
 /// Where a block's parts begin; they end where those of the next begin.
 struct Block {
-  std::uint64_t firstPair = 0;        // all pixels have a source
-  std::uint64_t firstMaskedPair = 0;  // not all
-  std::uint64_t firstQuad = 0;
-  std::uint64_t firstChain = 0;
-  std::uint64_t firstSpan = 0;
+  std::size_t firstPair = 0;        // all pixels have a source
+  std::size_t firstMaskedPair = 0;  // not all
+  std::size_t firstQuad = 0;
+  std::size_t firstChain = 0;
+  std::size_t firstSpan = 0;
 };
 
 }  // namespace plan
