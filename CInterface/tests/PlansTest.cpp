@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "Errors.h"
+#include "Calls.h"
 #include "rectiline/rectiline.h"
 
 namespace {

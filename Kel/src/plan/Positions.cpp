@@ -34,7 +34,8 @@ HWY_INLINE void findGroup(const float* x, const float* y, int width, int height,
                           Positions& positions) {
   std::uint8_t* const inside = positions.isInside + first;
   for (int i = 0; i < kGroup; ++i) {
-    inside[i] = static_cast<std::uint8_t>(isInside(x[i], width) & isInside(y[i], height));
+    // Both are looked at, so that there is no branch.
+    inside[i] = static_cast<std::uint8_t>(int{isInside(x[i], width)} & int{isInside(y[i], height)});
   }
   findAxis(x, inside, width, positions.left + first, positions.weightRight + first);
   findAxis(y, inside, height, positions.top + first, positions.weightLower + first);
