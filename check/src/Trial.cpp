@@ -58,23 +58,25 @@ const Trial* bestFinder(const std::vector<Trial>& trials, std::span<const PairIm
   return best;
 }
 
-/// The trials that explain the matches clearly better than the rig as given, and not much worse
-/// than that rig with its right camera turned: a calibration that is merely inaccurate.
-std::vector<Trial> explaining(std::vector<Trial> trials, const std::optional<Frame>& given,
-                              std::span<const RawMatch> matches) {
+/// Whether a trial makes the rig right, or at least clearly better than it was as given and about
+/// as good as turning its right camera would: else the calibration is merely inaccurate.
+bool isBetter(const Rows& trial, const Rows& given) {
   constexpr double kMuchBetter = 0.5;  // of the given rig's median
   constexpr double kTurned = 1.5;      // times what the turn leaves, and
   constexpr double kSmall = 0.1;       // pixels more: a difference that says nothing
+  if (isOk(trial)) return !isOk(given);
+  const bool turnIsBetter = isForward(given) && trial.median > kTurned * given.residual + kSmall;
+  return !turnIsBetter && !(explains(given) && trial.median > kMuchBetter * given.median);
+}
+
+/// The trials that explain the matches better than the rig as given.
+std::vector<Trial> explaining(std::vector<Trial> trials, const std::optional<Frame>& given,
+                              std::span<const RawMatch> matches) {
   const Rows asGiven = given ? measureRows(*given, matches) : Rows{};
   std::vector<Trial> able;
   for (Trial& trial : trials) {
     trial.rows = measureRows(trial.frame, matches);
-    if (!explains(trial.rows)) continue;
-    const double median = trial.rows.median;
-    const bool turnIsBetter = isForward(asGiven) && median > kTurned * asGiven.residual + kSmall;
-    const bool givenIsAsGood = explains(asGiven) && !(median < kMuchBetter * asGiven.median) &&
-                               (isOk(asGiven) || !isOk(trial.rows));
-    if (!turnIsBetter && !givenIsAsGood) able.push_back(trial);
+    if (explains(trial.rows) && isBetter(trial.rows, asGiven)) able.push_back(trial);
   }
   return able;
 }
