@@ -3,11 +3,13 @@
 #include "rectiline_formats/Calibration.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
+#include <numbers>
 
 #include "Check.h"
 #include "Conventions.h"
 #include "Error.h"
+#include "Fit.h"
 #include "FormatList.h"
 #include "rectiline/rectiline.h"
 
@@ -130,33 +132,73 @@ CameraCalibrationZEL emptyRecord(const SourceCamera& camera) {
 /// What of a camera's lens the library cannot express; empty: nothing.
 std::string convertLens(const SourceCamera& camera, CameraCalibrationZEL& record) {
   if (camera.lens.skew != 0) return "a skew of " + shown(camera.lens.skew);
-  if (camera.model->convert == nullptr) return std::string("the model ") + camera.model->name;
+  if (camera.model->convert == nullptr) return std::string("the ") + camera.model->name + " model";
   return camera.model->convert(camera.lens, record.intrinsics);
 }
 
-CameraReading readLens(const SourceCamera& camera, CameraCalibrationZEL& record,
-                       std::vector<std::string>& notes) {
+/// The largest ideal radius of which the library makes pixels.
+double validRadius(const CameraCalibrationZEL& record, const Place& place) {
+  rectiline_camera_certificate certificate{};
+  certificate.struct_size = sizeof certificate;
+  const int status = rectiline_certify_camera(&record, &certificate);
+  if (status != RECTILINE_OK) throwLibraryError(place);
+  return certificate.valid_radius;
+}
+
+/// Sets the range of the calibration where it is smaller than what the library finds: both its
+/// radii, of which a file says the ideal one.
+void setLimits(const SourceCamera& camera, CameraCalibrationZEL& record) {
+  const double limit = camera.lens.limit;
+  if (!(limit > 0)) return;
+  if (!(limit < validRadius(record, camera.place))) return;
+  LensParameters radial = camera.lens;
+  radial.p1 = radial.p2 = 0;
+  Vec2 position;
+  const double length = std::hypot(limit, 1);
+  if (!camera.model->tryProject(radial, {limit / length, 0, 1 / length}, position)) return;
+  record.intrinsics.distortion_limit = limit;
+  record.intrinsics.undistortion_limit = position[0];
+}
+
+void noteOutside(const SourceCamera& camera, const CameraCalibrationZEL& record, double share,
+                 std::vector<std::string>& notes) {
+  constexpr double kWorthSaying = 0.005;
+  constexpr double kDegrees = 180 / std::numbers::pi;
+  if (!(share > kWorthSaying)) return;
+  notes.push_back("Camera " + camera.place.camera +
+                  " sees further than the library, which stops at " +
+                  shown(std::atan(validRadius(record, camera.place)) * kDegrees) +
+                  " degrees off the axis: " + shown(100 * share) +
+                  " % of the directions compared are left out.");
+}
+
+CameraReading readLens(const SourceCamera& camera, const ReadOptions& options,
+                       CameraCalibrationZEL& record, std::vector<std::string>& notes) {
   record = emptyRecord(camera);
+  const std::vector<Sample> samples = sampleImage(camera);
   const std::string obstacle = convertLens(camera, record);
-  if (!obstacle.empty()) {
+  const bool isFitted = !obstacle.empty();
+  if (isFitted && !options.fit) {
     throw FormatError(camera.place, "one of the library's lens models, or --fit for the closest",
                       obstacle);
   }
-  const Comparison comparison = compare(sampleImage(camera), record, camera.place);
-  if (!(comparison.greatestDifference <= kGreatestDifference)) {
+  if (!isFitted) setLimits(camera, record);
+  const Comparison comparison =
+      isFitted ? fitLens(camera, samples, record) : compare(samples, record, camera.place);
+  const double difference = comparison.greatestDifference;
+  if (!isFitted && !(difference <= kGreatestDifference)) {
     throw FormatError(camera.place,
                       "at most " + shown(kGreatestDifference) +
                           " px between the format's projection and the library's",
-                      shown(comparison.greatestDifference));
+                      shown(difference));
   }
-  constexpr double kWorthSaying = 0.005;
-  if (comparison.shareOutside > kWorthSaying) {
-    notes.push_back("Camera " + camera.place.camera +
-                    " sees directions that the library leaves "
-                    "out, as those beyond 87.7 degrees off its axis: " +
-                    shown(100 * comparison.shareOutside) + " % of those compared.");
+  if (isFitted) {
+    notes.push_back("Camera " + camera.place.camera + " has " + obstacle +
+                    "; the closest of the library's models is off by at most " + shown(difference) +
+                    " px.");
   }
-  return {camera.place.camera, camera.word, comparison.greatestDifference, false};
+  noteOutside(camera, record, comparison.shareOutside, notes);
+  return {camera.place.camera, camera.word, difference, isFitted};
 }
 
 CameraReading readCamera(SourceCamera& camera, const ReadOptions& options,
@@ -166,7 +208,7 @@ CameraReading readCamera(SourceCamera& camera, const ReadOptions& options,
     return {camera.place.camera, camera.word, std::nullopt, false};
   }
   requireSize(camera, options);
-  return readLens(camera, record, notes);
+  return readLens(camera, options, record, notes);
 }
 
 // ---- the rig ------------------------------------------------------------------------------------
@@ -175,7 +217,8 @@ double unitOf(Format format, const Cameras& cameras, const ReadOptions& options,
               std::vector<std::string>& notes) {
   if (options.metresPerUnit) return *options.metresPerUnit;
   const double unit = conventionsOf(format).metresPerUnit;
-  if (unit == 0 && cameras.size() > 1) {
+  const bool hasLengths = cameras.size() > 1 && cameras[1].T_camera_reference.has_value();
+  if (unit == 0 && hasLengths) {
     notes.emplace_back(
         "The file does not say the unit of its translations; metres were taken (see --scale).");
   }
@@ -227,16 +270,19 @@ Calibration readCalibration(const std::vector<std::string>& names, const ReadOpt
   for (const std::string& name : names) files.push_back(loadFile(name));
   Calibration result;
   result.format = commonFormat(files, options);
-  ReadContext context{options, result.format, result.notes};
+  ReadContext context{options, result.format, result.notes, result.device};
   Cameras cameras = formatRow(result.format).read(files, context);
+  if (cameras.empty()) throw FormatError({names.front(), "", ""}, "a camera", "none");
   requireNames(cameras);
   cameras = selected(cameras, options.pair);
   requireFew(cameras);
+  std::fill(std::begin(result.device.cameras), std::end(result.device.cameras),
+            CameraCalibrationZEL{});
+  result.device.num_cameras = static_cast<int>(cameras.size());
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     result.cameras.push_back(
         readCamera(cameras[i], options, result.device.cameras[i], result.notes));
   }
-  result.device.num_cameras = static_cast<int>(cameras.size());
   setPoses(cameras, unitOf(result.format, cameras, options, result.notes), result);
   if (options.imageSize) scaleToImages(*options.imageSize, cameras, result);
   return result;

@@ -23,9 +23,13 @@ struct Radius {
             std::cos(angle)};
   }
 
-  /// The distance of a pixel from the centre when it is in the image, else a negative number.
+  /// The distance of a pixel from the centre when it is in the image, and in the range for which
+  /// the file gives its lens; else a negative number.
   [[nodiscard]] double distance(double angle, Vec2& pixel) const {
-    if (!tryPixel(camera, ray(angle), pixel)) return -1;
+    const double limit = camera.lens.limit;
+    const bool isCalibrated =
+        !(limit > 0) || (angle < std::numbers::pi / 2 && std::tan(angle) < limit);
+    if (!isCalibrated || !tryPixel(camera, ray(angle), pixel)) return -1;
     const bool isInside = pixel[0] >= -0.5 && pixel[0] < camera.size->width - 0.5 &&
                           pixel[1] >= -0.5 && pixel[1] < camera.size->height - 0.5;
     return isInside ? std::hypot(pixel[0] - centre[0], pixel[1] - centre[1]) : -1;

@@ -109,7 +109,7 @@ constexpr LensRow kLenses[] = {
     {Format::OrbSlam, "KannalaBrandt8", &kKannalaBrandt, kFour, kKannala4},
     {Format::OrbSlam, "Rectified", &kBrownConrady, kFour, ""},
 
-    {Format::Kitti, "", &kBrownConrady, "", kBrown5},
+    {Format::Kitti, "pinhole", &kBrownConrady, "", kBrown5},
 
     {Format::Oak, "perspective", &kBrownConrady, "", kBrown14},
     {Format::Oak, "perspective", &kBrownConrady, "", kBrown8},
@@ -136,6 +136,7 @@ constexpr LensRow kLenses[] = {
 
     {Format::Fov, "FOV", &kFieldOfView, "", "fx fy cx cy omega"},
     {Format::Fov, "Pinhole", &kBrownConrady, "", "fx fy cx cy"},
+    {Format::Fov, "Pinhole", &kFieldOfView, "", "fx fy cx cy omega"},
     {Format::Fov, "RadTan", &kBrownConrady, "", "fx fy cx cy k1 k2 p1 p2"},
     {Format::Fov, "EquiDistant", &kKannalaBrandt, "", "fx fy cx cy k1 k2 k3 k4"},
     {Format::Fov, "KannalaBrandt", &kKannalaBrandt, "", "fx fy cx cy k1 k2 k3 k4"},
@@ -200,6 +201,18 @@ std::string wordsOf(Format format) {
   return result;
 }
 
+bool isParameter(std::string_view name) {
+  return std::any_of(std::begin(kParameters), std::end(kParameters),
+                     [name](const ParameterName& p) { return p.name == name; });
+}
+
+std::vector<const LensRow*> knownRows(Format format, const Field& word,
+                                      const std::string& wordText) {
+  std::vector<const LensRow*> rows = lensRows(format, wordText);
+  if (rows.empty()) word.refuse("one of " + wordsOf(format), "\"" + shown(wordText) + "\"");
+  return rows;
+}
+
 }  // namespace
 
 const Conventions& conventionsOf(Format format) {
@@ -224,11 +237,14 @@ std::vector<const LensRow*> lensRows(Format format, std::string_view word) {
 
 const LensRow& setLens(SourceCamera& camera, Format format, const Field& word,
                        const std::string& wordText, const Field& coefficients) {
-  const std::vector<const LensRow*> rows = lensRows(format, wordText);
-  if (rows.empty()) {
-    word.refuse("one of " + wordsOf(format), "\"" + shown(wordText) + "\"");
-  }
-  const std::vector<double> values = coefficients.numbers();
+  (void)knownRows(format, word, wordText);  // the word before the numbers
+  return setLens(camera, format, word, wordText, coefficients, coefficients.numbers());
+}
+
+const LensRow& setLens(SourceCamera& camera, Format format, const Field& word,
+                       const std::string& wordText, const Field& coefficients,
+                       const std::vector<double>& values) {
+  const std::vector<const LensRow*> rows = knownRows(format, word, wordText);
   std::string expected;
   for (const LensRow* const row : rows) {
     const std::size_t count = words(row->coefficients).size();
@@ -241,6 +257,43 @@ const LensRow& setLens(SourceCamera& camera, Format format, const Field& word,
     return *row;
   }
   coefficients.refuse(expected, std::to_string(values.size()));
+}
+
+void setNamedLens(SourceCamera& camera, Format format, const Field& word,
+                  const std::string& wordText, const Field& map, const std::string& prefix) {
+  const std::vector<const LensRow*> rows = knownRows(format, word, wordText);
+  const auto namesOf = [](const LensRow& row) {
+    return words(row.intrinsics + std::string(" ") + row.coefficients);
+  };
+  const auto isComplete = [&](const LensRow* row) {
+    const std::vector<std::string> names = namesOf(*row);
+    return std::all_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return map.has(prefix + name); });
+  };
+  // Rows with more numbers come first; when none is complete, the shortest is the one to complete.
+  const auto complete = std::find_if(rows.begin(), rows.end(), isComplete);
+  const LensRow& row = complete == rows.end() ? *rows.back() : **complete;
+  const std::vector<std::string> names = namesOf(row);
+  for (const std::string& name : names) camera.lens.*member(name) = map[prefix + name].number();
+  for (const std::string& key : map.keys()) {
+    if (!key.starts_with(prefix)) continue;
+    const std::string name = key.substr(prefix.size());
+    const bool isMeant = prefix.empty() || isParameter(name);
+    const bool isKnown = std::find(names.begin(), names.end(), name) != names.end();
+    if (isMeant && !isKnown) {
+      map[key].refuse("no more than " + std::string(row.intrinsics) + " " + row.coefficients, key);
+    }
+  }
+  camera.model = row.model;
+  camera.word = wordText;
+}
+
+void requireUnitLength(const QuaternionZEL& q, const Field& field) {
+  constexpr double kTolerance = 1e-3;
+  const double length = q.x * q.x + q.y * q.y + q.z * q.z + q.w * q.w;
+  if (!(std::fabs(length - 1) < kTolerance)) {
+    field.refuse("a quaternion with x^2 + y^2 + z^2 + w^2 = 1", shown(length));
+  }
 }
 
 void setParameters(LensParameters& lens, const std::string& names,

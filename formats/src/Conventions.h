@@ -44,6 +44,15 @@ struct LensRow {
 /// that the format does not have, naming all that it has, and another count.
 const LensRow& setLens(SourceCamera& camera, Format format, const Field& word,
                        const std::string& wordText, const Field& coefficients);
+/// The same for coefficients that are not all of a field's numbers.
+const LensRow& setLens(SourceCamera& camera, Format format, const Field& word,
+                       const std::string& wordText, const Field& coefficients,
+                       const std::vector<double>& values);
+
+/// The same for a map that has each number by its name behind `prefix`; the intrinsics are set,
+/// too. Refuses names that the model does not have.
+void setNamedLens(SourceCamera& camera, Format format, const Field& word,
+                  const std::string& wordText, const Field& map, const std::string& prefix);
 
 /// Sets members of `lens` by their names, "fx fy cx cy"; `f` is both focal lengths.
 void setParameters(LensParameters& lens, const std::string& names,
@@ -59,6 +68,9 @@ void readCameraMatrix(LensParameters& lens, const Field& field);
 /// A rigid transform from 16 numbers, or 12 without the last row, to which the file gives the
 /// meaning `direction`: the pose of the camera, T_camera_other. Refuses what is not one.
 [[nodiscard]] Pose readTransform(const Field& field, Direction direction);
+
+/// Refuses a quaternion that is none of a rotation.
+void requireUnitLength(const QuaternionZEL& q, const Field& field);
 
 /// The rotation of a field, to the digits of a file, made one to those of the machine.
 [[nodiscard]] Mat3 readRotation(const Field& field);

@@ -115,7 +115,9 @@ Field Field::operator[](std::string_view key) const {
 }
 
 Field Field::at(std::size_t index) const {
-  return below(mValue->items.at(index), "[" + std::to_string(index) + "]");
+  const bool isNamed = mValue->kind == Value::Kind::Map;
+  return below(mValue->items.at(index),
+               isNamed ? mValue->keys[index] : "[" + std::to_string(index) + "]");
 }
 
 std::string Field::text() const {
@@ -171,6 +173,12 @@ std::vector<double> Field::numbers(std::size_t count, const std::string& meaning
   if (result.size() != count) {
     refuse(std::to_string(count) + " numbers (" + meaning + ")", std::to_string(result.size()));
   }
+  return result;
+}
+
+std::vector<double> Field::numbersFrom(std::size_t first) const {
+  std::vector<double> result;
+  for (std::size_t i = first; i < size(); ++i) result.push_back(at(i).number());
   return result;
 }
 

@@ -100,6 +100,8 @@ class Field {
   /// spaces.
   [[nodiscard]] std::vector<double> numbers() const;
   [[nodiscard]] std::vector<double> numbers(std::size_t count, const std::string& meaning) const;
+  /// The numbers of a list from an index on.
+  [[nodiscard]] std::vector<double> numbersFrom(std::size_t first) const;
   [[nodiscard]] PixelSize pixelSize() const;
 
   [[noreturn]] void refuse(const std::string& expected, const std::string& found) const;

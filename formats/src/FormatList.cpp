@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "Error.h"
 #include "readers/Readers.h"
@@ -11,11 +12,20 @@ namespace rectiline::formats {
 
 const std::vector<FormatRow>& formatList() {
   static const std::vector<FormatRow> list{
+      {Format::Rectiline, "rectiline", recognisesRectiline, readRectiline},
       {Format::Kalibr, "kalibr", recognisesKalibr, readKalibr},
       {Format::OpenCv, "opencv", recognisesOpenCv, readOpenCv},
       {Format::OpenCvFisheye, "opencv-fisheye", nullptr, readOpenCv},
       {Format::Ros, "ros", recognisesRos, readRos},
       {Format::EuRoC, "euroc", recognisesEuRoC, readEuRoC},
+      {Format::Svo, "svo", recognisesSvo, readSvo},
+      {Format::Basalt, "basalt", recognisesBasalt, readBasalt},
+      {Format::OrbSlam, "orbslam", recognisesOrbSlam, readOrbSlam},
+      {Format::Kitti, "kitti", recognisesKitti, readKitti},
+      {Format::Oak, "oak", recognisesOak, readOak},
+      {Format::Azure, "azure", recognisesAzure, readAzure},
+      {Format::Colmap, "colmap", recognisesColmap, readColmap},
+      {Format::Fov, "fov", recognisesFov, readFov},
   };
   return list;
 }
@@ -71,6 +81,40 @@ std::string withoutByteOrderMark(std::string text) {
   return text;
 }
 
+/// The lines of a text that are not empty and no comments, by their numbers, as lists of words.
+Value linesOf(const std::string& text, const std::string& file) {
+  TreeBuilder builder(file);
+  builder.begin(Value::Kind::Map);
+  std::istringstream in(text);
+  std::string line;
+  for (std::size_t number = 1; std::getline(in, line); ++number) {
+    const std::vector<std::string> parts = words(line);
+    if (parts.empty() || parts.front().starts_with('#')) continue;
+    builder.key("line " + std::to_string(number));
+    builder.begin(Value::Kind::List);
+    for (const std::string& part : parts) builder.scalar(part);
+    builder.end();
+  }
+  builder.end();
+  return builder.take();
+}
+
+/// Whether the first line of a text is mostly numbers, as it never is in YAML.
+bool isLines(const std::string& text) {
+  std::istringstream in(text);
+  std::string line;
+  std::vector<std::string> parts;
+  while (std::getline(in, line)) {
+    parts = words(line);
+    if (!parts.empty() && !parts.front().starts_with('#')) break;
+  }
+  const auto numbers = std::count_if(parts.begin(), parts.end(), [](const std::string& part) {
+    return numberFromText(part).has_value();
+  });
+  return parts.size() >= 4 && 2 * numbers >= static_cast<std::ptrdiff_t>(parts.size()) &&
+         line.find_first_of(":[{,") == std::string::npos;
+}
+
 Syntax syntaxOf(const std::string& text) {
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   const char c = first == std::string::npos ? '\0' : text[first];
@@ -78,7 +122,7 @@ Syntax syntaxOf(const std::string& text) {
   if (c == '<') {
     return text.find("<opencv_storage") == std::string::npos ? Syntax::RigXml : Syntax::StorageXml;
   }
-  return Syntax::Yaml;
+  return isLines(text) ? Syntax::Lines : Syntax::Yaml;
 }
 
 }  // namespace
@@ -101,8 +145,10 @@ SourceFile loadFile(const std::string& name) {
     case Syntax::Yaml:
       file.tree = parseYaml(file.text, name);
       break;
-    case Syntax::RigXml:
     case Syntax::Lines:
+      file.tree = linesOf(file.text, name);
+      break;
+    case Syntax::RigXml:
       break;
   }
   return file;

@@ -26,6 +26,7 @@ struct ReadContext {
   const ReadOptions& options;
   Format format;
   std::vector<std::string>& notes;
+  DeviceCalibrationZEL& device;  ///< For what no camera holds.
 };
 
 using Files = std::vector<SourceFile>;

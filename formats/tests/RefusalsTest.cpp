@@ -12,6 +12,10 @@ struct Refusal {
   std::vector<std::string> says;
 };
 
+const std::string kColmapMore =
+    "11 PINHOLE 64 48 50 50 32 24\n12 SIMPLE_PINHOLE 64 48 50 32 24\n13 PINHOLE 64 48 50 50 32 "
+    "24\n";
+
 class RefusalsTest : public FilesTest {};
 
 TEST_F(RefusalsTest, NameFileCameraFieldAndWhatWasExpected) {
@@ -68,6 +72,48 @@ TEST_F(RefusalsTest, NameFileCameraFieldAndWhatWasExpected) {
        edited(edited(kOpenCvRational, "rows: 8", "rows: 12"), "6.3248715614073373e-02",
               "6.3248715614073373e-02, 1e-4, 0, 0, 0"),
        {"camera1", "thin prism"}},
+      {"a double sphere", kBasaltDoubleSphere, {"camera cam0", "--fit", "double sphere"}},
+      {"a distortion centre", kAzure, {"camera D0", "Rational6KT", "codx"}},
+      {"cross terms",
+       edited(edited(kAzure, "-0.000482909323181957", "0"), "-5.453524863696657e-05", "0"),
+       {"camera D0", "cross terms p1, p2"}},
+      {"a name too many",
+       edited(kBasaltFisheye, "\"k4\"", "\"k5\": 0, \"k4\""),
+       {"cam0", "k5", "no more than fx fy cx cy k1 k2 k3 k4"}},
+      {"a name missing",
+       edited(kBasaltFisheye, "\"k3\"", "\"K3\""),
+       {"cam0", "k3", "found nothing"}},
+      {"a quaternion that is none",
+       edited(kBasaltFisheye, "0.712037792460365", "0.2"),
+       {"cam0", "T_imu_cam[0]", "quaternion"}},
+      {"a size missing",
+       edited(kBasaltFisheye, ", [960, 960]]", "]"),
+       {"resolution", "2", "found 1"}},
+      {"a coefficient of another camera type",
+       kOrbSlamTwo + "Camera1.p1: 0.1\n",
+       {"Camera1.p1", "no more than"}},
+      {"a transform missing",
+       edited(kOrbSlamTwo, "Stereo.T_c1_c2", "Stereo.T_c1_c3"),
+       {"Camera2", "Stereo.T_c1_c2"}},
+      {"a parameter too many",
+       kColmapCameras + "9 PINHOLE 64 48 50 50 32 24 0.1\n",
+       {"camera 9", "expected 4 numbers (fx fy cx cy)", "found 5"}},
+      {"too many cameras",
+       kColmapCameras + kColmapMore,
+       {"at most 6 cameras", "--pair", "found 7"}},
+      {"sockets in a circle",
+       edited(kOak, "\"toCameraSocket\": -1", "\"toCameraSocket\": 1"),
+       {"toCameraSocket", "a chain of sockets that ends"}},
+      {"a misspelt attribute",
+       edited(kRigXml, "radial_distortion=", "distortion_limt=\"3\" radial_distortion="),
+       {"camera left", "Calibration.distortion_limt", "distortion_limit", "found distortion_limt"}},
+      {"a misspelt element",
+       edited(kRigXml, "</Camera>", "<RolingShutter/></Camera>"),
+       {"camera left", "RollingShutter", "found RolingShutter"}},
+      {"a rig file that the library refuses",
+       edited(kRigXml, "458.654", "-1"),
+       {"camera 0", "Focal"}},
+      {"two cameras of one name", edited(kRigXml, "\"right\"", "\"left\""), {"another name"}},
       {"binned images", kRosLeft + "binning_x: 2\n", {"binning_x", "not binned"}},
       {"an alias", "cam0: &a\n  camera_model: pinhole\ncam1: *a\n", {"line 3", "an alias"}},
       {"nested too deep", "b: " + replacedAll(std::string(40, 'x'), "x", "{a: "), {"nested"}},
@@ -129,8 +175,8 @@ TEST_F(RefusalsTest, OfFilesAndOptions) {
 
 TEST_F(RefusalsTest, TakeNoWrongTurnAtAnyCutOrByte) {
   // Whatever becomes of these files, they are read or refused.
-  for (const std::string& text :
-       {kEurocLeft, kKalibrChain, kOpenCvXml, kOpenCvRational, kRosLeft}) {
+  for (const std::string& text : {kEurocLeft, kKalibrChain, kOpenCvXml, kOpenCvRational, kRosLeft,
+                                  kOak, kBasaltFisheye, kRigXml, kColmapCameras, kFovLines}) {
     std::size_t refused = 0;
     for (std::size_t at = 0; at < text.size(); at += 7) {
       std::string broken = text;

@@ -42,9 +42,10 @@ bool tryProject(const LensParameters& lens, const Vec3& ray, Vec2& position) {
 
 std::string convert(const LensParameters& lens, IntrinsicCameraCalibrationZEL& ours) {
   const bool hasThinPrism = lens.s1 != 0 || lens.s2 != 0 || lens.s3 != 0 || lens.s4 != 0;
-  if (hasThinPrism) return "Brown-Conrady with thin prism terms s1 to s4 that are not zero";
+  if (hasThinPrism)
+    return "the Brown-Conrady model with thin prism terms s1 to s4 that are not zero";
   const bool isTilted = lens.tx != 0 || lens.ty != 0;
-  if (isTilted) return "Brown-Conrady with a tilted sensor, tau that is not zero";
+  if (isTilted) return "the Brown-Conrady model with a tilted sensor, tau that is not zero";
   setRational(lens, ours);
   return {};
 }

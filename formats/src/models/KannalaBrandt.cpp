@@ -45,7 +45,7 @@ bool tryProjectThinPrism(const LensParameters& lens, const Vec3& ray, Vec2& posi
 
 std::string convertThinPrism(const LensParameters& lens, IntrinsicCameraCalibrationZEL& ours) {
   const bool isRadial = lens.p1 == 0 && lens.p2 == 0 && lens.s1 == 0 && lens.s2 == 0;
-  if (!isRadial) return "thin prism fisheye with p1, p2, sx1 or sy1 that are not zero";
+  if (!isRadial) return "the thin prism fisheye model with p1, p2, sx1 or sy1 that are not zero";
   return convert(lens, ours);
 }
 

@@ -26,10 +26,10 @@ bool tryProject(const LensParameters& lens, const Vec3& ray, Vec2& position) {
 
 std::string convert(const LensParameters& lens, IntrinsicCameraCalibrationZEL& ours) {
   if (lens.codx != 0 || lens.cody != 0) {
-    return "Rational6KT with a centre of distortion codx, cody that is not zero";
+    return "the Rational6KT model with a centre of distortion codx, cody that is not zero";
   }
   if (lens.p1 != 0 || lens.p2 != 0) {
-    return "Rational6KT with cross terms p1, p2 that are not zero";
+    return "the Rational6KT model with cross terms p1, p2 that are not zero";
   }
   setRational(lens, ours);
   return {};

@@ -46,7 +46,7 @@ bool tryOmnidirectional(const LensParameters& lens, const Vec3& ray, Vec2& posit
 }  // namespace
 
 const SourceModel kDoubleSphere{"double sphere", tryDoubleSphere, nullptr};
-const SourceModel kUnified{"extended unified (EUCM)", tryUnified, nullptr};
+const SourceModel kUnified{"extended unified camera (EUCM)", tryUnified, nullptr};
 const SourceModel kOmnidirectional{"omnidirectional", tryOmnidirectional, nullptr};
 
 }  // namespace rectiline::formats
