@@ -97,8 +97,8 @@ HWY_INLINE int countIn(int lanes, M mask) {
 }
 
 /// The first pass over pixels first to first + count - 1 of a row.
-template <bool kAllValid, class Target>
-HWY_INLINE void traceRays(const Target& target, const Rays& rays, const Spline& spline, int first,
+template <bool kAllValid, class Target, class Table>
+HWY_INLINE void traceRays(const Target& target, const Rays& rays, const Table& spline, int first,
                           int count, Piece& piece, MapRowReport& report) {
   V column = hn::Iota(d, static_cast<float>(first));
   for (int x = 0; x < count; x += kLanes) {
@@ -165,9 +165,10 @@ HWY_INLINE void storeReasons(VI v, int left, std::uint8_t* to) {
 }
 
 /// A source camera from its ideal plane to the maps.
+template <class Table>
 class Projection {
  public:
-  Projection(const MapJob<float>& job, const Spline& spline)
+  Projection(const MapJob<float>& job, const Table& spline)
       : mSpline(spline),
         mTangential(job.source.getTangentialDistortionCoeffs()),
         mFx(hn::Set(d, job.source.getOriginalFocalLength()(0))),
@@ -184,7 +185,7 @@ class Projection {
   HWY_INLINE void projectRays(const Piece& piece, int count, float* mapX, float* mapY,
                               std::uint8_t* reasons) const {
     for (int x = 0; x < count; x += kLanes) {
-      const V F = mSpline.at<false>(piece.bin + x, hn::Load(d, piece.beyond + x));
+      const V F = mSpline.template at<false>(piece.bin + x, hn::Load(d, piece.beyond + x));
       const Point ideal = {hn::Load(d, piece.x + x), hn::Load(d, piece.y + x)};
       const Point p = kTangential ? mTangential.distort(F, ideal)
                                   : Point{hn::Mul(F, ideal.x), hn::Mul(F, ideal.y)};
@@ -215,7 +216,7 @@ class Projection {
                           reasonVector(PixelSource::OutsideImage));
   }
 
-  Spline mSpline;
+  Table mSpline;
   Tangential mTangential;
   V mFx, mFy, mCx, mCy;
   Side mX, mY;
@@ -231,36 +232,45 @@ struct Output {
   std::uint8_t* reasons;
 };
 
-template <bool kAllValid, bool kTangential, bool kReasons, class Target>
+template <bool kAllValid, bool kTangential, bool kReasons, class Target, class Table>
 MapRowReport makeRow(const MapInput& input, int y, const Output& out) {
   const TargetRow<float> row(input.job, y);
   const Target target(input, row);
   const Rays rays(input.job, row);
-  const Spline spline(input.distortion);
-  const Projection projection(input.job, spline);
+  const Table spline(input.distortion);
+  const Projection<Table> projection(input.job, spline);
   MapRowReport report;
   Piece piece;
   for (std::ptrdiff_t x = 0; x < out.width; x += kPiece) {
     const int count = static_cast<int>(std::min<std::ptrdiff_t>(kPiece, out.width - x));
     traceRays<kAllValid>(target, rays, spline, static_cast<int>(x), count, piece, report);
-    projection.projectRays<kAllValid, kTangential, kReasons>(
+    projection.template projectRays<kAllValid, kTangential, kReasons>(
         piece, count, out.mapX + x, out.mapY + x, kReasons ? out.reasons + x : nullptr);
   }
   return report;
 }
 
+template <bool kTangential, bool kReasons, class Target, class Table>
+MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Output& out) {
+  return allRaysValid ? makeRow<true, kTangential, kReasons, Target, Table>(input, y, out)
+                      : makeRow<false, kTangential, kReasons, Target, Table>(input, y, out);
+}
+
+template <bool kTangential, bool kReasons, class Target>
+MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Output& out) {
+  return input.distortion.lastBin() == 0
+             ? makeRow<kTangential, kReasons, Target, OneBin>(input, allRaysValid, y, out)
+             : makeRow<kTangential, kReasons, Target, Spline>(input, allRaysValid, y, out);
+}
+
 template <bool kTangential, bool kReasons>
 MapRowReport makeRow(const MapInput& input, bool allRaysValid, int y, const Output& out) {
   if (input.job.target.kind == TargetKind::Distorted) {
-    return makeRow<false, kTangential, kReasons, DistortedRow>(input, y, out);
+    return makeRow<false, kTangential, kReasons, DistortedRow, Spline>(input, y, out);
   }
-  if (input.job.target.kind == TargetKind::LatitudeLongitude) {
-    return allRaysValid
-               ? makeRow<true, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out)
-               : makeRow<false, kTangential, kReasons, LatitudeLongitudeRow>(input, y, out);
-  }
-  return allRaysValid ? makeRow<true, kTangential, kReasons, PinholeRow>(input, y, out)
-                      : makeRow<false, kTangential, kReasons, PinholeRow>(input, y, out);
+  return input.job.target.kind == TargetKind::LatitudeLongitude
+             ? makeRow<kTangential, kReasons, LatitudeLongitudeRow>(input, allRaysValid, y, out)
+             : makeRow<kTangential, kReasons, PinholeRow>(input, allRaysValid, y, out);
 }
 
 MapRowReport mapRow(const MapInput& input, bool allRaysValid, int y, int width, float* mapX,

@@ -225,6 +225,27 @@ class Spline {
   VI mLast;
 };
 
+/// A spline of one bin: nothing to be found, and one cubic for all.
+class OneBin {
+ public:
+  explicit OneBin(const SplineTable& table) : mRangeMax(hn::Set(d, table.rangeMax())) {
+    const auto coefficient = [&](int k) { return hn::Set(d, table.data()[k * table.stride()]); };
+    mCubic = {coefficient(0), coefficient(1), coefficient(2), coefficient(3)};
+  }
+
+  HWY_INLINE M contains(V r2) const { return hn::Lt(r2, mRangeMax); }
+  /// The bin starts at 0.
+  HWY_INLINE V locate(V r2, std::int32_t* /*bins*/) const { return r2; }
+  template <bool kPlain>
+  HWY_INLINE V at(const std::int32_t* /*bins*/, V beyond) const {
+    return mCubic.template at<kPlain>(beyond);
+  }
+
+ private:
+  V mRangeMax;
+  Cubics mCubic;
+};
+
 }  // namespace HWY_NAMESPACE
 }  // namespace AR::CV::Internal
 HWY_AFTER_NAMESPACE();
