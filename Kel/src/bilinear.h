@@ -14,9 +14,10 @@ struct Neighbours {
   float weight1;
 };
 
-/// In double every int and every float is exact. False for NaN.
+/// In double every int and every float is exact, those too that NEON takes for 0. False for NaN.
 inline bool isInside(float p, int size) {
-  return p >= 0.0F && static_cast<double>(p) < static_cast<double>(size);
+  const auto exact = static_cast<double>(p);
+  return exact >= 0.0 && exact < static_cast<double>(size);
 }
 
 /// Neighbours of a position inside; the last pixel is its own neighbour.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "plan/Apply.h"
 #include "plan/Arithmetic.h"
 #include "plan/PlanCompiler.h"
+#include "plan/Positions.h"
 #include "testing/GuardPages.h"
 #include "testing/GuardedBuffer.h"
 #include "testing/InstructionSets.h"
@@ -193,6 +195,31 @@ TEST_P(EveryWarp, EqualsThePlainFormWithinOneLevelForImages) {
       check(GetParam(), source, 201, 141, withGains);
       check(GetParam(), source, 523, 70, withGains);
     }
+  }
+}
+
+TEST(RemapPlan, DecidesPositionsAsThePlainFormForEveryInstructionSet) {
+  rectiline::testing::forEachInstructionSet([] {
+    std::minstd_rand random(3);
+    for (int i = 0; i < 20000; ++i) {
+      const plan::Extent source{1 + i % 40, 1 + i % 37};
+      float x[plan::kGroup], y[plan::kGroup];
+      for (int k = 0; k < plan::kGroup; ++k) {
+        x[k] = hostile(random, source.width);
+        y[k] = hostile(random, source.height);
+      }
+      plan::Positions plain{}, found{};
+      plan::findGroupPlain(x, y, source, i % 16, plain);
+      plan::findGroup(x, y, source, i % 16, found);
+      ASSERT_EQ(std::memcmp(&plain, &found, sizeof plain), 0);
+    }
+  });
+}
+
+TEST(RemapPlan, RowsMayLieFartherApartThanSixteenBitsReach) {
+  for (const PixelFormat format : kFormats) {
+    const Source source(format, 40, 40, 70000);
+    for (const int warp : {1, 4, 9}) check(kWarps[warp], source, 37, 50, warp == 4);
   }
 }
 

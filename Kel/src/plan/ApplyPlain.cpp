@@ -72,7 +72,7 @@ void applyBlock(const PlanContent& plan, const BlockView& block, const std::uint
   if (!plan.gathersColumns()) return applyParts(plan, block, source, block.target);
   TurnedBlock turned;
   applyParts(plan, block, source, turned.sink());
-  storeColumns(turned, block, 0, block.columns);
+  storeColumns(turned, block, 0, block.columns, 0);
 }
 
 }  // namespace

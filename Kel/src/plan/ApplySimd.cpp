@@ -25,7 +25,7 @@
 #include "plan/WindowsX86-inl.h"
 #elif HWY_ARCH_ARM
 #include "plan/Neon-inl.h"
-#include "plan/Transpose-inl.h"
+#include "plan/TransposeNeon-inl.h"
 #else
 #define RECTILINE_PLAN_IS_PLAIN
 #endif

@@ -49,9 +49,10 @@ struct TurnedBlock {
   [[nodiscard]] Sink sink() { return {pixels, 0, 1}; }
 };
 
-/// Columns [first, end) of a turned block to their place in the target.
-inline void storeColumns(const TurnedBlock& turned, const BlockView& block, int first, int end) {
-  for (int row = 0; row < block.rows; ++row) {
+/// Columns [first, end) of a turned block, from a row on, to their place in the target.
+inline void storeColumns(const TurnedBlock& turned, const BlockView& block, int first, int end,
+                         int firstRow) {
+  for (int row = firstRow; row < block.rows; ++row) {
     std::uint8_t* const to = block.target.start + row * block.target.stride;
     for (int i = first; i < end; ++i) to[i] = turned.pixels[i * kGroup + row];
   }

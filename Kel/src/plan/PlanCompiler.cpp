@@ -85,18 +85,28 @@ class Compiler {
     }
   }
 
-  /// Positions of an area of at most a square, which they begin; beyond its rows there are none.
+  /// Positions of an area of at most a square, which they begin; beyond it there are none.
   void find(const Area& area, Positions& positions) {
     for (int row = 0; row < area.rows; ++row) {
       const float* const x = rowOf(mMap.x, area.y + row) + area.x;
       const float* const y = rowOf(mMap.y, area.y + row) + area.x;
-      findRow(x, y, area.columns, mSource.width, mSource.height, row, positions);
+      findRow(x, y, area.columns, row, positions);
       for (int i = 0; mGains.areGiven() && i < area.columns; ++i) {
         positions.gain[row * kGroup + i] = mGains.at(x[i], y[i]);
       }
     }
     const int filled = kGroup * area.rows;
     std::fill_n(positions.isInside + filled, Positions::kCount - filled, std::uint8_t{0});
+  }
+
+  void findRow(const float* x, const float* y, int count, int row, Positions& positions) const {
+    const Extent source{mSource.width, mSource.height};
+    if (count == kGroup) return findGroup(x, y, source, row, positions);
+    float padded[2][kGroup];
+    for (auto& plane : padded) std::fill_n(plane, kGroup, -1.0F);
+    std::copy_n(x, count, padded[0]);
+    std::copy_n(y, count, padded[1]);
+    findGroup(padded[0], padded[1], source, row, positions);
   }
 
   void addGroup(const Positions& positions, int group, Place target) {
@@ -158,17 +168,40 @@ int channelsOf(PixelFormat format) {
   return format == PixelFormat::Rgb8 ? 3 : format == PixelFormat::Rgba8 ? 4 : 1;
 }
 
+/// Room for what the target most likely needs.
+void reserve(PlanContent& content) {
+  const auto width = static_cast<std::size_t>(content.width);
+  const auto height = static_cast<std::size_t>(content.height);
+  content.blocks.reserve(static_cast<std::size_t>(content.blockRows) *
+                             static_cast<std::size_t>(content.blockColumns) +
+                         1);
+  if (content.canHaveWindows()) {
+    const std::size_t groups = content.isTurned ? width * ((height - 1) / kGroup + 1)
+                                                : height * ((width - 1) / kGroup + 1);
+    content.pairs.reserve(groups);
+    if (content.hasGains) content.pairGains.reserve(groups * kGroup);
+  } else {
+    content.links.reserve(width * height);
+    if (content.hasGains) content.linkGains.reserve(width * height);
+  }
+}
+
+template <typename T>
+void shrink(std::vector<T>& values) {
+  if (values.capacity() > values.size() + values.size() / 64) values.shrink_to_fit();
+}
+
 void shrink(PlanContent& content) {
-  content.pairs.shrink_to_fit();
-  content.maskedPairs.shrink_to_fit();
-  content.quads.shrink_to_fit();
-  content.chains.shrink_to_fit();
-  content.links.shrink_to_fit();
-  content.spans.shrink_to_fit();
-  content.pairGains.shrink_to_fit();
-  content.maskedPairGains.shrink_to_fit();
-  content.quadGains.shrink_to_fit();
-  content.linkGains.shrink_to_fit();
+  shrink(content.pairs);
+  shrink(content.maskedPairs);
+  shrink(content.quads);
+  shrink(content.chains);
+  shrink(content.links);
+  shrink(content.spans);
+  shrink(content.pairGains);
+  shrink(content.maskedPairGains);
+  shrink(content.quadGains);
+  shrink(content.linkGains);
 }
 
 }  // namespace
@@ -188,6 +221,7 @@ std::unique_ptr<const PlanContent> compile(const ConstMap& map, const PlanLayout
   content->blockRows = (map.height - 1) / kBlockRows + 1;
   content->hasGains = gains.areGiven();
   content->gainShift = gains.shift();
+  reserve(*content);
   Compiler(map, gains, *content).compile();
   shrink(*content);
   return content;

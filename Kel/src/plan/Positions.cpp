@@ -1,10 +1,6 @@
-// Decides positions, 16 at a time, by the functions that decide for every remap. The loops are
-// plain; compiled for every instruction set, they become vector code.
-
 #include "plan/Positions.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "bilinear.h"
 #include "plan/Arithmetic.h"
@@ -17,39 +13,62 @@
 HWY_BEFORE_NAMESPACE();
 namespace kel::plan::HWY_NAMESPACE {
 
-/// Along one axis: the first neighbour and the weight of the second.
-HWY_INLINE void findAxis(const float* p, const std::uint8_t* inside, int size,
-                         std::int32_t* HWY_RESTRICT first, std::uint8_t* HWY_RESTRICT weight) {
-  const int last = std::max(size - 2, 0);
-  alignas(64) std::int32_t weights[kGroup];
-  for (int i = 0; i < kGroup; ++i) {
-    const Neighbours n = neighboursOf(inside[i] != 0 ? p[i] : 0.0F, size);
-    first[i] = std::min(n.i0, last);
-    weights[i] = n.i0 > last ? kFullWeight : toWeight(n.weight1);
-  }
-  for (int i = 0; i < kGroup; ++i) weight[i] = static_cast<std::uint8_t>(weights[i]);
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+
+void findGroupSimd(const float* x, const float* y, const Extent& source, int row,
+                   Positions& positions) {
+  findGroupPlain(x, y, source, row, positions);
 }
 
-HWY_INLINE void findGroup(const float* x, const float* y, int width, int height, int first,
-                          Positions& positions) {
-  std::uint8_t* const inside = positions.isInside + first;
-  for (int i = 0; i < kGroup; ++i) {
-    // Both are looked at, so that there is no branch.
-    inside[i] = static_cast<std::uint8_t>(int{isInside(x[i], width)} & int{isInside(y[i], height)});
-  }
-  findAxis(x, inside, width, positions.left + first, positions.weightRight + first);
-  findAxis(y, inside, height, positions.top + first, positions.weightLower + first);
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using F32 = hn::CappedTag<float, kGroup>;
+using I32 = hn::RebindToSigned<F32>;
+using U32 = hn::RebindToUnsigned<F32>;
+using U8 = hn::Rebind<std::uint8_t, F32>;
+using Lanes = hn::Mask<I32>;
+
+/// Lanes in [0, size), -0 included. Compared as bits, so that NaN fails and denormals count.
+HWY_INLINE Lanes areInside(hn::Vec<F32> p, int size) {
+  const auto bits = hn::BitCast(U32(), p);
+  const auto positive = hn::IfThenZeroElse(hn::Eq(bits, hn::Set(U32(), 0x80000000U)), bits);
+  const auto limit = hn::BitCast(U32(), hn::Set(F32(), static_cast<float>(size)));
+  return hn::RebindMask(I32(), hn::Lt(positive, limit));
 }
 
-void findRowSimd(const float* x, const float* y, int count, int width, int height, int row,
-                 Positions& positions) {
-  if (count == kGroup) return findGroup(x, y, width, height, row * kGroup, positions);
-  float padded[2][kGroup];
-  for (auto& plane : padded) std::fill_n(plane, kGroup, -1.0F);
-  std::copy_n(x, count, padded[0]);
-  std::copy_n(y, count, padded[1]);
-  findGroup(padded[0], padded[1], width, height, row * kGroup, positions);
+/// Along one axis: the first neighbour and the weight of the second. All lanes count as inside.
+HWY_INLINE void findAxis(hn::Vec<F32> p, int size, std::int32_t* first, std::uint8_t* weight) {
+  const auto last = hn::Set(I32(), std::max(size - 2, 0));
+  const auto whole = hn::ConvertTo(I32(), p);
+  const auto part = hn::Sub(p, hn::ConvertTo(F32(), whole));
+  const auto scaled = hn::Mul(part, hn::Set(F32(), static_cast<float>(kFullWeight)));
+  const auto rounded = hn::ConvertTo(I32(), hn::Add(scaled, hn::Set(F32(), 0.5F)));
+  const auto isLast = hn::Gt(whole, last);
+  const auto weights = hn::IfThenElse(isLast, hn::Set(I32(), kFullWeight), rounded);
+  hn::Store(hn::Min(whole, last), I32(), first);
+  hn::StoreU(hn::DemoteTo(U8(), weights), U8(), weight);
 }
+
+void findGroupSimd(const float* x, const float* y, const Extent& source, int row,
+                   Positions& positions) {
+  for (int i = 0; i < kGroup; i += static_cast<int>(hn::MaxLanes(F32()))) {
+    const int at = row * kGroup + i;
+    const auto anyX = hn::LoadU(F32(), x + i);
+    const auto anyY = hn::LoadU(F32(), y + i);
+    const auto inside = hn::And(areInside(anyX, source.width), areInside(anyY, source.height));
+    const auto orZero = [&](hn::Vec<F32> p) HWY_ATTR {
+      return hn::IfThenElseZero(hn::RebindMask(F32(), inside), p);
+    };
+    findAxis(orZero(anyX), source.width, positions.left + at, positions.weightRight + at);
+    findAxis(orZero(anyY), source.height, positions.top + at, positions.weightLower + at);
+    const auto one = hn::IfThenElseZero(inside, hn::Set(I32(), 1));
+    hn::StoreU(hn::DemoteTo(U8(), one), U8(), positions.isInside + at);
+  }
+}
+
+#endif
 
 }  // namespace kel::plan::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -57,6 +76,14 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kel::plan {
 namespace {
+
+/// Along one axis: the first neighbour and the weight of the second.
+void findAxis(float p, int size, std::int32_t& first, std::uint8_t& weight) {
+  const Neighbours n = neighboursOf(p, size);
+  first = std::min(n.i0, std::max(size - 2, 0));
+  const int inBetween = toWeight(n.weight1);
+  weight = static_cast<std::uint8_t>(n.i0 > first ? kFullWeight : inBetween);
+}
 
 template <typename T>
 void transposePlane(const T* from, T* to) {
@@ -67,11 +94,26 @@ void transposePlane(const T* from, T* to) {
 
 }  // namespace
 
-HWY_EXPORT(findRowSimd);
+HWY_EXPORT(findGroupSimd);
 
-void findRow(const float* x, const float* y, int count, int width, int height, int row,
-             Positions& positions) {
-  HWY_DYNAMIC_DISPATCH(findRowSimd)(x, y, count, width, height, row, positions);
+void findGroupPlain(const float* x, const float* y, const Extent& source, int row,
+                    Positions& positions) {
+  for (int i = 0; i < kGroup; ++i) {
+    const int at = row * kGroup + i;
+    const bool inside = isInside(x[i], source.width) && isInside(y[i], source.height);
+    positions.isInside[at] = inside ? 1 : 0;
+    findAxis(inside ? x[i] : 0.0F, source.width, positions.left[at], positions.weightRight[at]);
+    findAxis(inside ? y[i] : 0.0F, source.height, positions.top[at], positions.weightLower[at]);
+  }
+}
+
+void findGroup(const float* x, const float* y, const Extent& source, int row,
+               Positions& positions) {
+  constexpr int kExactInFloats = 1 << 23;
+  if (source.width > kExactInFloats || source.height > kExactInFloats) {
+    return findGroupPlain(x, y, source, row, positions);
+  }
+  HWY_DYNAMIC_DISPATCH(findGroupSimd)(x, y, source, row, positions);
 }
 
 void transpose(const Positions& from, Positions& to) {

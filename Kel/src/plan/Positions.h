@@ -18,10 +18,18 @@ struct Positions {
   alignas(64) std::uint16_t gain[kCount];     // of a plan with gains
 };
 
-/// Positions of one row of at most kGroup pixels, which become row `row` of the square. Those
-/// beyond the count are outside.
-void findRow(const float* x, const float* y, int count, int width, int height, int row,
-             Positions& positions);
+/// Of a source, pixels.
+struct Extent {
+  int width;
+  int height;
+};
+
+/// Positions of kGroup pixels, which become row `row` of the square.
+void findGroup(const float* x, const float* y, const Extent& source, int row, Positions& positions);
+
+/// The same by the functions that decide for every remap: the plain form.
+void findGroupPlain(const float* x, const float* y, const Extent& source, int row,
+                    Positions& positions);
 
 /// Rows become columns.
 void transpose(const Positions& positions, Positions& transposed);

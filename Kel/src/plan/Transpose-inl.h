@@ -57,7 +57,7 @@ HWY_INLINE void storeSquares(const TurnedBlock& turned, const BlockView& block) 
       if (i < block.rows) hn::StoreU(v[i], Squares(), to + i * block.target.stride);
     }
   }
-  storeColumns(turned, block, column, block.columns);
+  storeColumns(turned, block, column, block.columns, 0);
 }
 
 }  // namespace kel::plan::HWY_NAMESPACE
