@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "AR/CV/Camera/PinholeModel.h"
+#include "AR/CV/CameraCalibration/UndistortionDerivatives.h"
 #include "AR/CV/Map/MapJob.h"
 #include "AR/Math/SO3.h"
 #include "LibraryCamera.h"
@@ -312,6 +313,25 @@ TEST_F(VectorMap, ReasonsChangeNoBit) {
       ASSERT_EQ(with, without) << y;
     }
   });
+}
+
+TEST(VectorInverse, OfADistortionSplineIsThePlainOneToTheBit) {
+  using AR::CV::CameraCalibration::iterativeUndistFromSpline;
+  for (const Lens& lens : kLenses) {
+    SCOPED_TRACE(lens.name);
+    const Camera<float> camera = makeCamera<float>(intrinsicsOf(lens));
+    float y[61], G[61];
+    for (int i = 0; i < 61; ++i) {
+      y[i] = camera.getUndistortionSpline().rangeMax * static_cast<float>(i) / 61;
+      G[i] = iterativeUndistFromSpline(camera, y[i]);
+    }
+    testing::forEachInstructionSet([&] {
+      AR::CV::HermiteSplineInterpolation<float>::ResultAndDeriv samples[61];
+      const AR::CV::CameraCalibration::UndistortFn<float> undistort(camera);
+      undistort(y, samples);
+      for (int i = 0; i < 61; ++i) EXPECT_EQ(samples[i].value, G[i]) << y[i];
+    });
+  }
 }
 
 TEST_F(VectorMap, ATableHoldsUniformBinsOnly) {
