@@ -12,8 +12,9 @@
 #include <fstream>
 #include <string>
 
-#include "Png.h"
-#include "Rig.h"
+#include "files/RigFile.h"
+#include "images/Png.h"
+#include "rectiline/rectiline.h"
 
 namespace rectiline::tool {
 namespace {
@@ -38,6 +39,12 @@ Outcome run(const std::string& arguments) {
 }
 
 const std::string kRigs = RECTILINE_RIGS;
+
+DeviceCalibrationZEL loadRig(const std::string& file) {
+  DeviceCalibrationZEL device{};
+  EXPECT_EQ(rectiline_rig_from_file(file.c_str(), &device), RECTILINE_OK) << file;
+  return device;
+}
 
 /// A directory of its own for each test, gone afterwards.
 class ToolTest : public ::testing::Test {
@@ -73,7 +80,7 @@ TEST_F(ToolTest, RenderedPairIsRectified) {
   EXPECT_EQ(left.width, 512);
   EXPECT_EQ(readGrey(path("out/pair.png")).width, 1024);
 
-  const DeviceCalibrationZEL pair = loadRig(path("out/rectified.rig.xml"), 2);
+  const DeviceCalibrationZEL pair = loadRig(path("out/rectified.rig.xml"));
   EXPECT_EQ(pair.cameras[1].intrinsics.distortion_model, 0);
   // Both cameras have the same axes, and the baseline lies along x.
   const XrPosedZEL_t& leftPose = pair.cameras[0].pose;
@@ -90,7 +97,7 @@ TEST_F(ToolTest, SwappedImagesMissTheKnownPoints) {
   const Outcome swapped =
       run("rectify " + rig + " " + path("raw/right.png") + " " + path("raw/left.png") +
           " --points " + path("raw/points.csv") + " -o " + path("out"));
-  EXPECT_EQ(swapped.exitCode, 1) << swapped.output;
+  EXPECT_EQ(swapped.exitCode, 3) << swapped.output;
 }
 
 TEST_F(ToolTest, UndistortedImagesAreThoseOfPinholeCameras) {
@@ -101,7 +108,7 @@ TEST_F(ToolTest, UndistortedImagesAreThoseOfPinholeCameras) {
   EXPECT_EQ(one.exitCode, 0) << one.output;
   EXPECT_EQ(readGrey(path("out/left.png")).width, 752);
   EXPECT_FALSE(fs::exists(path("out/right.png")));
-  const DeviceCalibrationZEL linear = loadRig(path("out/linear.rig.xml"), 2);
+  const DeviceCalibrationZEL linear = loadRig(path("out/linear.rig.xml"));
   EXPECT_EQ(linear.cameras[0].intrinsics.distortion_model, 0);
   EXPECT_LT(linear.cameras[0].intrinsics.focal_length_y, 457);
 }
@@ -109,17 +116,17 @@ TEST_F(ToolTest, UndistortedImagesAreThoseOfPinholeCameras) {
 TEST_F(ToolTest, VerifyTellsGoodMapsFromThoseOfAnotherRig) {
   const std::string rig = kRigs + "/radtan_752x480.rig.xml";
   EXPECT_EQ(run("verify " + rig + " --limit 0.02").exitCode, 0);
-  EXPECT_EQ(run("verify " + rig + " --limit 0.000001").exitCode, 1);
+  EXPECT_EQ(run("verify " + rig + " --limit 0.000001").exitCode, 3);
 
   // The same rig with its right camera turned by 0.1 degrees about its x-axis.
-  DeviceCalibrationZEL turned = loadRig(rig, 2);
+  DeviceCalibrationZEL turned = loadRig(rig);
   const double half = 0.05 * M_PI / 180;
   QuaternionZEL& q = turned.cameras[1].pose.orientation;
   const double c = std::cos(half), d = std::sin(half);
   q = {c * q.x + d * q.w, c * q.y - d * q.z, c * q.z + d * q.y, c * q.w - d * q.x};
   saveRig(path("turned.xml"), turned);
   const Outcome wrong = run("verify " + path("turned.xml") + " --truth " + rig + " --limit 0.02");
-  EXPECT_EQ(wrong.exitCode, 1) << wrong.output;
+  EXPECT_EQ(wrong.exitCode, 3) << wrong.output;
   EXPECT_NE(wrong.output.find("above the limit"), std::string::npos) << wrong.output;
 }
 
@@ -132,7 +139,7 @@ TEST_F(ToolTest, ReportSpeaksOfEveryCameraAndMap) {
 }
 
 TEST_F(ToolTest, ResultsReplaceNoInputAndStayInTheirDirectory) {
-  DeviceCalibrationZEL device = loadRig(kRigs + "/radtan_752x480.rig.xml", 2);
+  DeviceCalibrationZEL device = loadRig(kRigs + "/radtan_752x480.rig.xml");
   saveRig(path("rig.xml"), device);
   std::snprintf(device.cameras[1].name, sizeof device.cameras[1].name, "../outside");
   saveRig(path("escaping.xml"), device);
@@ -142,18 +149,22 @@ TEST_F(ToolTest, ResultsReplaceNoInputAndStayInTheirDirectory) {
   writeGrey(path("right.png"), image);
   const std::string images = " " + path("left.png") + " " + path("right.png") + " -o ";
   fs::create_directory(path("sub"));
+  fs::create_directory(path("full"));
+  writeText("full/linear.rig.xml", "");
   const struct {
+    int exitCode;
     std::string arguments, message;
   } rows[] = {
-      {"rectify " + path("rig.xml") + images + path("sub/.."), "is an input and would be replaced"},
-      {"undistort " + path("rig.xml") + images + path(""), "is an input and would be replaced"},
-      {"undistort " + path("escaping.xml") + images + path("sub"), "is no name for a file"},
-      {"rectify " + path("rig.xml") + images + "''", "is empty"},
+      {4, "rectify " + path("rig.xml") + images + path("sub/.. --force"), "is an input"},
+      {4, "undistort " + path("rig.xml") + images + path(" --force"), "is an input"},
+      {4, "undistort " + path("rig.xml") + images + path("full"), "is there already"},
+      {1, "undistort " + path("escaping.xml") + images + path("sub"), "is no name for a file"},
+      {2, "rectify " + path("rig.xml") + images + "''", "is empty"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.arguments);
     const Outcome r = run(row.arguments);
-    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_EQ(r.exitCode, row.exitCode);
     EXPECT_NE(r.output.find(row.message), std::string::npos) << r.output;
     EXPECT_EQ(readGrey(path("left.png")).data, image.data);
     EXPECT_EQ(readGrey(path("right.png")).data, image.data);

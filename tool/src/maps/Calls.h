@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "Error.h"
+#include "cli/Error.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::tool {

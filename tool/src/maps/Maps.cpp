@@ -1,9 +1,9 @@
-#include "Maps.h"
+#include "maps/Maps.h"
 
 #include <algorithm>
-#include <cstdio>
 
-#include "Calls.h"
+#include "cli/StandardOutput.h"
+#include "maps/Calls.h"
 
 namespace rectiline::tool {
 namespace {
@@ -11,7 +11,7 @@ namespace {
 void printWarnings(const rectiline_rectification& r) {
   for (std::uint32_t i = 0; i < std::min<std::uint32_t>(r.warning_count, RECTILINE_MAX_WARNINGS);
        ++i) {
-    std::fprintf(stderr, "rectiline: warning: %s\n", r.warnings[i].text);
+    warn(r.warnings[i].text);
   }
 }
 

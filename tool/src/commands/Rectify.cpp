@@ -1,15 +1,20 @@
-#include "Rectify.h"
+// rectify: images of a stereo pair with matching rows.
 
+#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <memory>
 
-#include "CornerCheck.h"
-#include "Error.h"
-#include "Geometry.h"
-#include "Maps.h"
-#include "OutputDirectory.h"
-#include "Png.h"
-#include "Rig.h"
+#include "cli/Error.h"
+#include "cli/RigArgument.h"
+#include "cli/StandardOutput.h"
+#include "commands/Commands.h"
+#include "files/Outputs.h"
+#include "files/RigFile.h"
+#include "images/Png.h"
+#include "maps/Maps.h"
+#include "scene/CornerCheck.h"
+#include "scene/Geometry.h"
 
 namespace rectiline::tool {
 namespace {
@@ -79,27 +84,38 @@ void checkPoints(const RectifiedImages& pair, const std::string& pointsFile) {
   constexpr double kMaxRowRms = 0.25;       // pixels: what finding a corner in an image may cost
   constexpr double kMaxDisparityRms = 0.5;  // pixels
   const CornerErrors e = checkCorners(pair, pointsFile);
-  std::printf("  known points  %d found in both images\n", e.points);
-  if (e.points == 0) throw Error("none of the known points was found in both images");
-  std::printf("  row error     rms %.3f px, greatest %.3f px\n", e.rowRms, e.rowMax);
-  std::printf("  depth error   rms %.2f %%, greatest %.2f %% (disparity rms %.3f px)\n",
-              100 * e.depthRmsShare, 100 * e.depthMaxShare, e.disparityRms);
+  print("  known points  %d found in both images\n", e.points);
+  if (e.points == 0)
+    throw Error("none of the known points was found in both images", ExitCode::Verdict);
+  print("  row error     rms %.3f px, greatest %.3f px\n", e.rowRms, e.rowMax);
+  print("  depth error   rms %.2f %%, greatest %.2f %% (disparity rms %.3f px)\n",
+        100 * e.depthRmsShare, 100 * e.depthMaxShare, e.disparityRms);
   if (!(e.rowRms <= kMaxRowRms && e.disparityRms <= kMaxDisparityRms)) {
-    throw Error("the rectified images miss the known points");
+    throw Error("the rectified images miss the known points", ExitCode::Verdict);
   }
 }
 
-}  // namespace
+struct Arguments {
+  RigArgument rig;
+  std::string left;
+  std::string right;
+  OutputArgument output;
+  std::string points;  // points.csv of a rendered scene; empty: no check
+};
 
-void rectify(const RectifyOptions& options) {
+/// Writes left.png, right.png, pair.png (both side by side, or one above the other for a vertical
+/// rig, with lines along which they must agree) and rectified.rig.xml. With a points file also
+/// measures the points in the rectified images.
+Result rectify(const Arguments& arguments) {
   StopWatch watch;
-  const DeviceCalibrationZEL device = loadRig(options.rigFile, 2);
+  const DeviceCalibrationZEL device = arguments.rig.readPair().device;
   const double loadMs = watch.lap();
-  GreyImage rawLeft = readImage(options.leftFile, device.cameras[0]);
-  GreyImage rawRight = readImage(options.rightFile, device.cameras[1]);
+  GreyImage rawLeft = readImage(arguments.left, device.cameras[0]);
+  GreyImage rawRight = readImage(arguments.right, device.cameras[1]);
   const double readMs = watch.lap();
-  const OutputDirectory out(options.directory, {options.rigFile, options.leftFile,
-                                                options.rightFile, options.pointsFile});
+  std::vector<std::string> inputs = arguments.rig.files();
+  inputs.insert(inputs.end(), {arguments.left, arguments.right, arguments.points});
+  Outputs out(arguments.output, inputs);
   const std::string leftOut = out.file("left.png");
   const std::string rightOut = out.file("right.png");
   const std::string pairOut = out.file("pair.png");
@@ -116,16 +132,33 @@ void rectify(const RectifyOptions& options) {
   saveRectifiedRig(rigOut, pair);
   const double writeMs = watch.lap();
 
-  std::printf("%s -> %s\n", options.rigFile.c_str(), options.directory.c_str());
-  std::printf("  size          %d x %d\n", result.left.width, result.left.height);
-  std::printf("  focal length  %.3f px\n", result.left.fx);
-  std::printf("  depth         %.6f px m / disparity\n", result.depth_constant);
-  std::printf("  valid pixels  left %.1f %%, right %.1f %%\n", 100 * result.left_share,
-              100 * result.right_share);
-  std::printf(
-      "  time          rig %.1f ms, images %.1f ms, maps %.1f ms, remap %.1f ms, write %.1f ms\n",
-      loadMs, readMs, mapMs, remapMs, writeMs);
-  if (!options.pointsFile.empty()) checkPoints(pair, options.pointsFile);
+  print("%s -> %s\n", arguments.rig.text().c_str(), arguments.output.path.c_str());
+  print("  size          %d x %d\n", result.left.width, result.left.height);
+  print("  focal length  %.3f px\n", result.left.fx);
+  print("  depth         %.6f px m / disparity\n", result.depth_constant);
+  print("  valid pixels  left %.1f %%, right %.1f %%\n", 100 * result.left_share,
+        100 * result.right_share);
+  print("  time          rig %.1f ms, images %.1f ms, maps %.1f ms, remap %.1f ms, write %.1f ms\n",
+        loadMs, readMs, mapMs, remapMs, writeMs);
+  if (!arguments.points.empty()) checkPoints(pair, arguments.points);
+  return {{{"width", result.left.width},
+           {"height", result.left.height},
+           {"focal_length", result.left.fx},
+           {"depth_constant", result.depth_constant}},
+          ""};
+}
+
+}  // namespace
+
+Run declareRectify(CLI::App& command) {
+  const auto arguments = std::make_shared<Arguments>();
+  arguments->rig.declare(command, RigArgument::SizeOption::AlsoOfResults);
+  command.add_option("LEFT", arguments->left, "left image")->required();
+  command.add_option("RIGHT", arguments->right, "right image")->required();
+  arguments->output.declareDirectory(command);
+  command.add_option("--points", arguments->points,
+                     "points of a rendered scene, to measure the result against");
+  return [arguments] { return rectify(*arguments); };
 }
 
 }  // namespace rectiline::tool

@@ -1,16 +1,20 @@
-#include "Render.h"
+// render: a raw pair of a simple scene, with the true depth beside it.
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
+#include <memory>
 
-#include "Calls.h"
-#include "Geometry.h"
-#include "OutputDirectory.h"
-#include "Png.h"
-#include "Rig.h"
-#include "Scene.h"
+#include "cli/RigArgument.h"
+#include "cli/StandardOutput.h"
+#include "commands/Commands.h"
+#include "files/Outputs.h"
+#include "images/Png.h"
+#include "maps/Calls.h"
+#include "scene/Geometry.h"
+#include "scene/Scene.h"
 
 namespace rectiline::tool {
 namespace {
@@ -100,38 +104,60 @@ RawView renderView(const Scene& scene, const SceneCamera& camera) {
   return view;
 }
 
-void writePoints(const std::string& file, const std::vector<Corner>& corners) {
-  std::ofstream out(file);
+/// One line for each corner: its position and the two edges of its cells.
+std::string linesOf(const std::vector<Corner>& corners) {
+  std::string lines;
   for (const Corner& corner : corners) {
     const char* separator = "";
     for (const Vec3d& v : {corner.position, corner.edgeU, corner.edgeV}) {
       char text[96];
       std::snprintf(text, sizeof text, "%s%.6f,%.6f,%.6f", separator, v.x, v.y, v.z);
-      out << text;
+      lines += text;
       separator = ",";
     }
-    out << '\n';
+    lines += '\n';
   }
-  if (!out.flush()) throw Error(file + ": cannot be written");
+  return lines;
+}
+
+struct Arguments {
+  RigArgument rig;
+  OutputArgument output;
+};
+
+/// Draws the scene as the rig's first two cameras see it and writes left.png and right.png (8-bit),
+/// left_depth_mm.png and right_depth_mm.png (16-bit, depth along the camera's axis in millimetres,
+/// 0 where there is none), and points.csv (one corner of a checkerboard that both cameras can see a
+/// line: its position x,y,z and the two edges of its cells, metres, in the left camera's frame).
+Result render(const Arguments& arguments) {
+  const DeviceCalibrationZEL device = arguments.rig.readPair().device;
+  const Scene scene;
+  Outputs out(arguments.output, arguments.rig.files());
+  const std::string pointsOut = out.file("points.csv");
+  const std::array<std::string, 2> greyOut{out.file("left.png"), out.file("right.png")};
+  const std::array<std::string, 2> depthOut{out.file("left_depth_mm.png"),
+                                            out.file("right_depth_mm.png")};
+  std::vector<Vec3d> viewpoints;
+  for (const std::size_t i : {0U, 1U}) {
+    const SceneCamera camera(device.cameras[i], device.cameras[0].pose);
+    viewpoints.push_back(camera.centre());
+    const RawView view = renderView(scene, camera);
+    writeGrey(greyOut[i], view.grey);
+    writeDepth(depthOut[i], view.depthMm);
+  }
+  const std::vector<Corner> corners = scene.cornersSeenFrom(viewpoints);
+  writeFile(pointsOut, linesOf(corners));
+  print("rendered %s into %s\n", arguments.rig.text().c_str(), arguments.output.path.c_str());
+  return {{{"left", greyOut[0]}, {"right", greyOut[1]}, {"points", corners.size()}}, ""};
 }
 
 }  // namespace
 
-void render(const std::string& rigFile, const std::string& directory) {
-  const DeviceCalibrationZEL device = loadRig(rigFile, 2);
-  const Scene scene;
-  const OutputDirectory out(directory, {rigFile});
-  std::vector<Vec3d> viewpoints;
-  for (const int i : {0, 1}) {
-    const std::string name = i == 0 ? "left" : "right";
-    const SceneCamera camera(device.cameras[i], device.cameras[0].pose);
-    viewpoints.push_back(camera.centre());
-    const RawView view = renderView(scene, camera);
-    writeGrey(out.file(name + ".png"), view.grey);
-    writeDepth(out.file(name + "_depth_mm.png"), view.depthMm);
-  }
-  writePoints(out.file("points.csv"), scene.cornersSeenFrom(viewpoints));
-  std::printf("rendered %s into %s\n", rigFile.c_str(), directory.c_str());
+Run declareRender(CLI::App& command) {
+  const auto arguments = std::make_shared<Arguments>();
+  arguments->rig.declare(command);
+  arguments->output.declareDirectory(command);
+  return [arguments] { return render(*arguments); };
 }
 
 }  // namespace rectiline::tool

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Png.h"
+#include "images/Png.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::tool {

@@ -1,4 +1,4 @@
-#include "Geometry.h"
+#include "scene/Geometry.h"
 
 #include <cmath>
 

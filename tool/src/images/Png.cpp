@@ -1,8 +1,8 @@
-#include "Png.h"
+#include "images/Png.h"
 
 #include <png.h>
 
-#include "Error.h"
+#include "cli/Error.h"
 
 namespace rectiline::tool {
 namespace {

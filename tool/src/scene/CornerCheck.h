@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Png.h"
+#include "images/Png.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::tool {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "Geometry.h"
+#include "scene/Geometry.h"
 
 namespace rectiline::tool {
 

@@ -1,4 +1,4 @@
-#include "CornerCheck.h"
+#include "scene/CornerCheck.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
-#include "Error.h"
-#include "Scene.h"
+#include "cli/Error.h"
+#include "scene/Scene.h"
 
 namespace rectiline::tool {
 namespace {

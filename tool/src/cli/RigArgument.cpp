@@ -1,0 +1,128 @@
+#include "cli/RigArgument.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <sstream>
+
+#include "cli/Error.h"
+#include "cli/StandardOutput.h"
+#include "maps/Calls.h"
+
+namespace rectiline::tool {
+namespace {
+
+double scaleFromText(const std::string& text) {
+  try {
+    return formats::metresPerUnitFromText(text);
+  } catch (const formats::FormatError& error) {
+    throw CLI::ValidationError(error.what());
+  }
+}
+
+// The readers do not know the library's own format yet.
+bool isOwnFormat(const std::string& files) {
+  return !formats::formatFromName("rectiline") && files.ends_with(".xml");
+}
+
+formats::Calibration readOwnFormat(const std::string& file) {
+  formats::Calibration calibration;
+  check(rectiline_rig_from_file(file.c_str(), &calibration.device));
+  return calibration;
+}
+
+}  // namespace
+
+formats::PixelSize sizeFromText(const std::string& text) {
+  formats::PixelSize size;
+  char separator = 0;
+  std::istringstream in(text);
+  const bool isSize = (in >> size.width >> separator >> size.height) && in.peek() == EOF &&
+                      (separator == 'x' || separator == ',') && size.width > 0 && size.height > 0;
+  if (!isSize) throw CLI::ValidationError("\"" + text + "\" is no size: expected one like 752x480");
+  return size;
+}
+
+void RigArgument::declare(CLI::App& command, SizeOption size) {
+  mSizeOption = size;
+  command.add_option("RIG", mText, "calibration: one file, or several with commas between them")
+      ->required();
+  const auto option = [&command](const char* name, const char* help, auto set) {
+    return command.add_option_function<std::string>(name, set, help)
+        ->group("How to read the calibration");
+  };
+  option("--from", "its format, where its content does not tell", [this](const std::string& text) {
+    mOptions.from = formats::formatFromName(text);
+  })->check(CLI::IsMember(formats::formatNames()));
+  option("--pair", "cameras to take, LEFT,RIGHT by name or index",
+         [this](const std::string& text) { mOptions.pair = text; });
+  option("--size",
+         size == SizeOption::OfCalibration
+             ? "size of the calibrated images, WxH, for files that do not say it"
+             : "size of the results, WxH; of the calibrated images for files that do not say it",
+         [this](const std::string& text) { mOptions.size = sizeFromText(text); });
+  option("--image-size", "size of images that were scaled from the calibrated size, WxH",
+         [this](const std::string& text) { mOptions.imageSize = sizeFromText(text); });
+  option("--scale", "unit of its translations: mm, cm, m or a number of metres",
+         [this](const std::string& text) { mOptions.metresPerUnit = scaleFromText(text); });
+  command.add_flag("--fit", mOptions.fit, "take the closest lens model for one that cannot be had")
+      ->group("How to read the calibration");
+  command.add_option("--max-pixels", mMaxPixels, "the largest image to read or make")
+      ->capture_default_str()
+      ->group("How to read the calibration");
+}
+
+Rig RigArgument::readFiles() const {
+  if (isOwnFormat(mText)) return {readOwnFormat(mText), mOptions.size};
+  if (mSizeOption == SizeOption::OfCalibration) {
+    return {formats::readCalibration(mText, mOptions), std::nullopt};
+  }
+  formats::ReadOptions withoutSize = mOptions;
+  withoutSize.size.reset();
+  try {
+    return {formats::readCalibration(mText, withoutSize), mOptions.size};
+  } catch (const formats::FormatError& error) {
+    const bool lacksSize = mOptions.size && error.place().field == "size";
+    if (!lacksSize) throw;
+  }
+  return {formats::readCalibration(mText, mOptions), std::nullopt};
+}
+
+Rig RigArgument::read() const {
+  Rig rig = readFiles();
+  for (const std::string& sentence : rig.notes) note(sentence);
+  for (int i = 0; i < rig.device.num_cameras; ++i) {
+    const CameraCalibrationZEL& camera = rig.device.cameras[i];
+    requirePixels(std::string("camera ") + camera.name, camera.intrinsics.width,
+                  camera.intrinsics.height);
+  }
+  return rig;
+}
+
+Rig RigArgument::readPair() const {
+  Rig rig = read();
+  if (rig.device.num_cameras < 2) throw Error(mText + ": has only one camera, a pair needs two");
+  if (!rig.hasPoses) throw Error(mText + ": does not say how its cameras lie to each other");
+  return rig;
+}
+
+DeviceCalibrationZEL RigArgument::readTruth(const std::string& files) {
+  if (isOwnFormat(files)) return readOwnFormat(files).device;
+  return formats::readCalibration(files).device;
+}
+
+std::vector<std::string> RigArgument::files() const {
+  std::vector<std::string> files;
+  std::istringstream names(mText);
+  for (std::string name; std::getline(names, name, ',');) files.push_back(name);
+  return files;
+}
+
+void RigArgument::requirePixels(const std::string& owner, int width, int height) const {
+  const auto pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  if (pixels <= mMaxPixels) return;
+  throw Error(owner + ": " + std::to_string(width) + "x" + std::to_string(height) + " are " +
+              std::to_string(pixels) + " pixels, above the limit of " + std::to_string(mMaxPixels) +
+              " (see --max-pixels)");
+}
+
+}  // namespace rectiline::tool

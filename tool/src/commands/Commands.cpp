@@ -1,0 +1,19 @@
+#include "commands/Commands.h"
+
+namespace rectiline::tool {
+
+const std::vector<Command>& commands() {
+  static const std::vector<Command> list{
+      {"rectify", "rectify the images of a stereo pair",
+       "rectify camchain.yaml left.png right.png -o rectified", declareRectify},
+      {"undistort", "turn images into images of pinhole cameras",
+       "undistort camera.yaml image.png -o undistorted", declareUndistort},
+      {"report", "say how good cameras and maps of a rig are", "report rig.xml", declareReport},
+      {"verify", "fail when the maps of a rig are off by more than a limit",
+       "verify rig.xml --limit 0.01", declareVerify},
+      {"render", "draw a raw pair of a simple scene", "render rig.xml -o raw", declareRender},
+  };
+  return list;
+}
+
+}  // namespace rectiline::tool
