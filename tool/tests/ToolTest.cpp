@@ -190,10 +190,10 @@ TEST_F(ToolTest, BadInputGivesOneLineAndAFailure) {
   const struct {
     std::string rig, left, right, message;
   } rows[] = {
-      {path("none.xml"), good, good, "none.xml cannot be read"},
-      {path("broken.xml"), good, good, "broken.xml is no device configuration"},
-      {path("foreign.xml"), good, good, "found \"svg\""},
-      {path("empty.xml"), good, good, "empty.xml is no device configuration"},
+      {path("none.xml"), good, good, "none.xml: expected a file, found nothing"},
+      {path("broken.xml"), good, good, "broken.xml: expected a camera that can be used"},
+      {path("foreign.xml"), good, good, "foreign.xml: expected a calibration of a known format"},
+      {path("empty.xml"), good, good, "empty.xml: expected a camera that can be used"},
       {path("one.xml"), good, good, "has only one camera"},
       {rig, path("none.png"), good, "cannot be read as PNG"},
       {rig, path("text.png"), good, "cannot be read as PNG"},

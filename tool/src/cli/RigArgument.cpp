@@ -6,7 +6,6 @@
 
 #include "cli/Error.h"
 #include "cli/StandardOutput.h"
-#include "maps/Calls.h"
 
 namespace rectiline::tool {
 namespace {
@@ -17,17 +16,6 @@ double scaleFromText(const std::string& text) {
   } catch (const formats::FormatError& error) {
     throw CLI::ValidationError(error.what());
   }
-}
-
-// The readers do not know the library's own format yet.
-bool isOwnFormat(const std::string& files) {
-  return !formats::formatFromName("rectiline") && files.ends_with(".xml");
-}
-
-formats::Calibration readOwnFormat(const std::string& file) {
-  formats::Calibration calibration;
-  check(rectiline_rig_from_file(file.c_str(), &calibration.device));
-  return calibration;
 }
 
 }  // namespace
@@ -72,7 +60,6 @@ void RigArgument::declare(CLI::App& command, SizeOption size) {
 }
 
 Rig RigArgument::readFiles() const {
-  if (isOwnFormat(mText)) return {readOwnFormat(mText), mOptions.size};
   if (mSizeOption == SizeOption::OfCalibration) {
     return {formats::readCalibration(mText, mOptions), std::nullopt};
   }
@@ -106,7 +93,6 @@ Rig RigArgument::readPair() const {
 }
 
 DeviceCalibrationZEL RigArgument::readTruth(const std::string& files) {
-  if (isOwnFormat(files)) return readOwnFormat(files).device;
   return formats::readCalibration(files).device;
 }
 
