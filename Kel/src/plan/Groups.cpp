@@ -1,6 +1,3 @@
-// Finds the windows of groups. The loops are plain; compiled for every instruction set, they become
-// vector code.
-
 #include "plan/Groups.h"
 
 #include <algorithm>
@@ -14,6 +11,21 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace kel::plan::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+constexpr unsigned kAllValid = (1U << kGroup) - 1;
+
+/// Bit i: whether pixel i is inside.
+HWY_INLINE unsigned maskOf(const std::uint8_t* isInside) {
+  std::uint64_t halves[2];
+  std::memcpy(halves, isInside, sizeof(halves));
+  // The bytes are 0 or 1; the product's highest byte has each at a bit of its own.
+  const auto bits = [](std::uint64_t bytes) {
+    return static_cast<unsigned>(bytes * 0x0102040810204080U >> 56);
+  };
+  return bits(halves[0]) | bits(halves[1]) << 8;
+}
 
 /// Of 16 pixels: their neighbours' columns and rows, and whether they have any.
 struct Group {
@@ -56,6 +68,37 @@ HWY_INLINE bool tryWindow(const Group& group, int first, const WindowedSource& s
   return true;
 }
 
+/// The same for half a group of pixels that are all inside, where the first and the last of them
+/// come from the corner of the window, as they mostly do. False for any other.
+HWY_INLINE bool trySmoothWindow(const Group& group, int first, const WindowedSource& source,
+                                WindowedGroup& result) {
+  constexpr int kCount = kGroup / 2;
+  const hn::CappedTag<std::int32_t, kCount> i32;
+  const hn::RebindToUnsigned<decltype(i32)> u32;
+  const hn::Rebind<std::uint8_t, decltype(i32)> u8;
+  const int last = first + kCount - 1;
+  const int column = std::min({group.left[first], group.left[last], source.width - kWindowColumns});
+  const int row = std::min({group.top[first], group.top[last], source.height - kWindowRows});
+  auto fits = hn::Eq(hn::Zero(u32), hn::Zero(u32));
+  for (int i = first; i <= last; i += static_cast<int>(hn::MaxLanes(i32))) {
+    const auto x = hn::Sub(hn::Load(i32, group.left + i), hn::Set(i32, column));
+    const auto y = hn::Sub(hn::Load(i32, group.top + i), hn::Set(i32, row));
+    const auto isNearX = hn::Lt(hn::BitCast(u32, x), hn::Set(u32, kWindowColumns - 1));
+    const auto isNearY = hn::Lt(hn::BitCast(u32, y), hn::Set(u32, kWindowRows - 1));
+    fits = hn::And(fits, hn::And(isNearX, isNearY));
+    const auto place = hn::Add(hn::ShiftLeft<4>(y), x);
+    hn::StoreU(hn::DemoteTo(u8, place), u8, result.lookup.place + i);
+  }
+  result.windows[first / kCount] = static_cast<std::uint32_t>(row * source.stride + column);
+  return hn::AllTrue(u32, fits);
+}
+
+HWY_INLINE bool trySmoothWindows(const Group& group, const WindowedSource& source,
+                                 WindowedGroup& result) {
+  return trySmoothWindow(group, 0, source, result) &&
+         trySmoothWindow(group, kGroup / 2, source, result);
+}
+
 template <int count>
 HWY_INLINE bool tryWindows(const Group& group, const WindowedSource& source,
                            WindowedGroup& result) {
@@ -70,14 +113,14 @@ GroupKind findWindowsSimd(const Positions& positions, int group, const WindowedS
                           WindowedGroup& result) {
   const int at = group * kGroup;
   const Group pixels{positions.left + at, positions.top + at, positions.isInside + at};
-  unsigned valid = 0;
-  for (int i = 0; i < kGroup; ++i) valid |= static_cast<unsigned>(pixels.isInside[i]) << i;
+  const unsigned valid = maskOf(pixels.isInside);
   if (valid == 0) return GroupKind::Empty;
   result.valid = static_cast<std::uint16_t>(valid);
   std::memcpy(result.lookup.weightRight, positions.weightRight + at, kGroup);
   std::memcpy(result.lookup.weightLower, positions.weightLower + at, kGroup);
+  if (valid == kAllValid && trySmoothWindows(pixels, source, result)) return GroupKind::Pair;
   if (tryWindows<kGroup / 2>(pixels, source, result)) {
-    return valid == 0xFFFFU ? GroupKind::Pair : GroupKind::MaskedPair;
+    return valid == kAllValid ? GroupKind::Pair : GroupKind::MaskedPair;
   }
   return tryWindows<kGroup / 4>(pixels, source, result) ? GroupKind::Quad : GroupKind::Chain;
 }
