@@ -93,6 +93,7 @@ Measured measure(const Frame& frame, const CameraPair& cameras, std::span<const 
 
 void setUnknown(CheckResult& result) {
   result.rowErrorMedian = result.rowErrorRms = kUnknown;
+  result.positiveDisparities = result.rowErrorMedianUndone = kUnknown;
   std::fill(std::begin(result.turnDegrees), std::end(result.turnDegrees), kUnknown);
   std::fill(std::begin(result.turnSigma), std::end(result.turnSigma), kUnknown);
 }
@@ -102,6 +103,7 @@ void setRows(CheckResult& result, const Rows& rows) {
   result.matches = rows.inliers;
   result.rowErrorMedian = rows.median;
   result.rowErrorRms = rows.rms;
+  result.positiveDisparities = rows.forward;
   for (int i = 0; i < 3; ++i) {
     result.turnDegrees[i] = kDegrees * rows.turn[i];
     result.turnSigma[i] = kDegrees * rows.sigma[i];
@@ -137,6 +139,7 @@ void judge(CheckResult& result, const CameraPair& cameras, std::span<const PairI
   } else if (auto mistake = explainByMistake(cameras, given, measured.matches, pairs, options)) {
     result.verdict = mistake->mistake;
     result.alternatives = mistake->alternatives;
+    result.rowErrorMedianUndone = mistake->median;
     measured.matches = std::move(mistake->matches);
     if (given) measured.rows = measureRows(*given, measured.matches);
   } else {

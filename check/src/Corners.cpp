@@ -6,9 +6,9 @@
 namespace rectiline::check {
 namespace {
 
-constexpr int kWindow = 2;        // radius in which gradients are summed
-constexpr int kApart = 3;         // a corner is the best within this distance
-constexpr float kMinValue = 200;  // about a contrast of 4 grey levels in both directions
+constexpr int kWindow = 2;       // radius in which gradients are summed
+constexpr int kApart = 3;        // a corner is the best within this distance
+constexpr float kMinValue = 60;  // about a contrast of 2 grey levels in both directions
 
 /// The smaller eigenvalue of the gradient products at every pixel, 0 near what was not seen.
 std::vector<float> cornerness(const Image& image, int margin) {

@@ -73,8 +73,8 @@ void PatchSearch::scoreRow(const std::vector<float>& patch, int y, float* scores
 
 std::optional<PatchSearch::Found> PatchSearch::tryFind(const Image& from, const Corner& corner,
                                                        const Band& band) const {
-  constexpr float kMinScore = 0.75F;
-  constexpr float kMinLead = 0.04F;  // over the best place elsewhere
+  constexpr float kMinScore = 0.8F;
+  constexpr float kMinLead = 0.02F;  // over the best place elsewhere
   constexpr int kElsewhere = 3;      // pixels away in one direction
   const auto patch = normalisedPatch(from, corner);
   const int first = std::max(corner.y - band.rows, kRadius);

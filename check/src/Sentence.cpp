@@ -48,15 +48,23 @@ const char* meaning(Verdict verdict) {
 
 std::string measured(const CheckResult& r) {
   if (r.matches == 0) return "";
-  if (!r.isRectified) return format(" (%d points; as given it cannot be rectified)", r.matches);
-  return format(" (rows differ by %.2f px in the median of %d points)", r.rowErrorMedian,
-                r.matches);
+  std::string text = format(" (%d points", r.matches);
+  if (r.isRectified) {
+    text += format(", rows differ by %.2f px in the median", r.rowErrorMedian);
+    if (r.positiveDisparities < 0.5) text += ", most disparities are negative";
+  } else {
+    text += ", as given it cannot be rectified";
+  }
+  if (r.rowErrorMedianUndone >= 0) {
+    text += format("; without the mistake rows differ by %.2f px", r.rowErrorMedianUndone);
+  }
+  return text + ")";
 }
 
 std::string others(const CheckResult& r) {
   std::string text;
   for (const Verdict v : r.alternatives) {
-    text += text.empty() ? ". Nearly as likely: " : ", ";
+    text += text.empty() ? ". Explained nearly as well by: " : ", ";
     text += verdictText(v);
   }
   return text;

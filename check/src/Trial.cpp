@@ -93,6 +93,7 @@ void nameMistake(const std::vector<Trial>& able, Explanation& result) {
     return trial.rows.median <= best + kEqual;
   });
   result.mistake = named->mistake;
+  result.median = named->rows.median;
   std::vector<Verdict>& others = result.alternatives;
   for (const Trial& trial : able) {
     const bool listed = trial.mistake == result.mistake ||

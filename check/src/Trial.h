@@ -24,6 +24,7 @@ bool isOk(const Rows& rows);
 /// The mistake that explains the images, and others that nearly do.
 struct Explanation {
   Verdict mistake;
+  double median;  // row error without it, pixels
   std::vector<Verdict> alternatives;
   std::vector<RawMatch> matches;
 };

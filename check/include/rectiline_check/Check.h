@@ -29,7 +29,7 @@ struct PairImages {
 struct CheckOptions {
   int leftCamera = 0;  // index in the device record of the camera that PairImages::left is from
   int rightCamera = 1;
-  int maxCorners = 500;  // looked for in each pair
+  int maxCorners = 800;  // looked for in each pair
 };
 
 enum class Verdict {
@@ -80,8 +80,10 @@ struct CheckResult {
   // rows are compared, and by w_y (1 + x^2) - w_x x y - w_z y when columns are. NaN as above.
   double turnDegrees[3];
   double turnSigma[3];
-  std::vector<Verdict> alternatives;      // other mistakes that explain the images nearly as well
-  std::string sentence;                   // for a person
+  double positiveDisparities;         // share of the matches; NaN as above
+  double rowErrorMedianUndone;        // without the mistake that the verdict names; NaN without one
+  std::vector<Verdict> alternatives;  // other mistakes that explain the images nearly as well
+  std::string sentence;               // for a person
   std::vector<std::vector<Match>> pairs;  // the matches of each pair, for pictures
   bool isRectified = false;               // the rig as given can be rectified; if so:
   rectiline_options view;                 // what it was rectified with, for rectiline_rectify()
