@@ -74,5 +74,18 @@ TEST(TargetView, AMapWiderThanItHasNoSourceBeyond) {
   for (int x = 320; x < 500; ++x) ASSERT_EQ(X.getPixel(x, 1), -1) << x;
 }
 
+TEST(TargetView, PlainRowsHaveNoRay90DegreesOffTheAxis) {
+  Camera<float> source;
+  ASSERT_TRUE(source.init(pinholeModel<float>({320, 240}, {158, 121}, {100, 101})));
+  for (const int axis : {0, 1}) {
+    const MapJob<float> job(source, view(TargetProjection::LatitudeLongitude, axis),
+                            Math::Mat<float, 3, 3>::identity(), DepthRule::InFront, true);
+    MapRowReport report;
+    float u, v;
+    const MapRow<float> row(job, axis == 0 ? 100 : 270);
+    EXPECT_EQ(row.source(axis == 0 ? 300 : 150, u, v, report), PixelSource::NoInverse);
+  }
+}
+
 }  // namespace
 }  // namespace AR::CV
