@@ -50,6 +50,12 @@ void requireName(const CameraCalibrationZEL& camera, int index) {
   if (camera.name[0] == '\0') refuseCamera(index, "name", kNoValue, "is empty");
 }
 
+/// The header where it is text; the platform's own bytes stay out of documents.
+std::string deviceUid(const DeviceCalibrationZEL& device) {
+  const bool isText = std::memchr(device.header, '\0', sizeof device.header) != nullptr;
+  return isText ? device.header : "";
+}
+
 std::string writeDocument(const DeviceCalibrationZEL* device) {
   requireDevice(device, 1);
   for (int i = 0; i < device->num_cameras; ++i) {
@@ -58,6 +64,7 @@ std::string writeDocument(const DeviceCalibrationZEL* device) {
     requirePose(device->cameras[i], i);
   }
   Rig rig = emptyRig();
+  rig.setDeviceUID(deviceUid(*device));
   rig.setFromIdl({device->cameras, static_cast<std::size_t>(device->num_cameras)}, rig.getInfo());
   std::string document;
   std::string why;

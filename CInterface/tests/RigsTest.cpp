@@ -47,6 +47,7 @@ TEST(RigsTest, WhatIsWrittenLoadsAsTheSameDevice) {
   named.insert(named.find("<DeviceConfiguration") + 20, " deviceUID='serial 7'");
   expectOk(rectiline_rig_from_xml(named.data(), named.size(), &again));
   EXPECT_STREQ(again.header, "serial 7");
+  EXPECT_NE(toXml(again).find("deviceUID=\"serial 7\""), std::string::npos);
 
   const std::string document = toXml(device);
   expectOk(rectiline_rig_from_xml(document.data(), document.size(), &again));

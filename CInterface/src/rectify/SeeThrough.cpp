@@ -34,6 +34,7 @@ SourceCameras eyeCameras(const DeviceCalibrationZEL& eyes) {
     return sourceCameras(eyes, kBothEyes);
   } catch (Refusal& refusal) {
     setText(refusal.error.field, ("eyes." + std::string(refusal.error.field)).c_str());
+    setText(refusal.error.text, ("Of the eyes: " + std::string(refusal.error.text)).c_str());
     throw;
   }
 }

@@ -47,10 +47,12 @@ std::unique_ptr<TiXmlElement> rigElement(const Math::SE3<P>& T_local_ref,
 }
 
 template <typename P>
-std::string documentText(const FullStereoCameraCalibration<P>& rig) {
+std::string documentText(const FullStereoCameraCalibration<P>& rig,
+                         const std::string& deviceUID = {}) {
   TiXmlDocument document;
   document.LinkEndChild(std::make_unique<TiXmlDeclaration>("1.0", "UTF-8", "").release());
   auto root = std::make_unique<TiXmlElement>(kRootElement);
+  if (!deviceUID.empty()) writeAttributes(kDeviceUID, deviceUID, *root);
   rig.saveCalibration(root.get(), false, false, XMLFormat::Current);
   document.LinkEndChild(root.release());
   TiXmlPrinter printer;
@@ -138,7 +140,7 @@ bool tryRigToXml(const FullStereoCameraCalibration<double>& rig, std::string& by
     if (rig[i].isInitialized()) continue;
     return refuse(why, "camera " + std::to_string(i) + ": expected a name and intrinsics");
   }
-  std::string document = documentText(rig);
+  std::string document = documentText(rig, rig.getDeviceUID());
   // Rounding to the document's digits may carry a value over the edge of what is accepted.
   FullStereoCameraCalibration<double> again(rig.getInfo());
   if (!tryRigFromXml(document.data(), document.size(), again, why)) return false;
