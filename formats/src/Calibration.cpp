@@ -136,15 +136,6 @@ std::string convertLens(const SourceCamera& camera, CameraCalibrationZEL& record
   return camera.model->convert(camera.lens, record.intrinsics);
 }
 
-/// The largest ideal radius of which the library makes pixels.
-double validRadius(const CameraCalibrationZEL& record, const Place& place) {
-  rectiline_camera_certificate certificate{};
-  certificate.struct_size = sizeof certificate;
-  const int status = rectiline_certify_camera(&record, &certificate);
-  if (status != RECTILINE_OK) throwLibraryError(place);
-  return certificate.valid_radius;
-}
-
 /// Sets the range of the calibration where it is smaller than what the library finds: both its
 /// radii, of which a file says the ideal one.
 void setLimits(const SourceCamera& camera, CameraCalibrationZEL& record) {
@@ -172,6 +163,14 @@ void noteOutside(const SourceCamera& camera, const CameraCalibrationZEL& record,
                   " % of the directions compared are left out.");
 }
 
+/// Coefficients of Brown's family mean nearly the same from model to model.
+Comparison fitSource(const SourceCamera& camera, const std::vector<Sample>& samples,
+                     CameraCalibrationZEL& record) {
+  const bool isRational = camera.model == &kBrownConrady || camera.model == &kRational6KT;
+  return fitLens(samples, libraryCandidates(), isRational ? camera.lens : LensParameters{},
+                 camera.place, record);
+}
+
 CameraReading readLens(const SourceCamera& camera, const ReadOptions& options,
                        CameraCalibrationZEL& record, std::vector<std::string>& notes) {
   record = emptyRecord(camera);
@@ -184,7 +183,7 @@ CameraReading readLens(const SourceCamera& camera, const ReadOptions& options,
   }
   if (!isFitted) setLimits(camera, record);
   const Comparison comparison =
-      isFitted ? fitLens(camera, samples, record) : compare(samples, record, camera.place);
+      isFitted ? fitSource(camera, samples, record) : compare(samples, record, camera.place);
   const double difference = comparison.greatestDifference;
   if (!isFitted && !(difference <= kGreatestDifference)) {
     throw FormatError(camera.place,

@@ -105,6 +105,40 @@ Comparison compare(const std::vector<Sample>& samples, const CameraCalibrationZE
   return result;
 }
 
+double validRadius(const CameraCalibrationZEL& record, const Place& place) {
+  rectiline_camera_certificate certificate{};
+  certificate.struct_size = sizeof certificate;
+  const int status = rectiline_certify_camera(&record, &certificate);
+  if (status != RECTILINE_OK) throwLibraryError(place);
+  return certificate.valid_radius;
+}
+
+std::vector<Sample> sampleRecord(const CameraCalibrationZEL& record, const Place& place) {
+  const double range = std::atan(validRadius(record, place));
+  std::vector<Sample> grid{{{0, 0, 1}, {}}};
+  for (int i = 0; i < kRadii; ++i) {
+    const double azimuth = 2 * std::numbers::pi * i / kRadii;
+    for (int k = 1; k < 2 * kSteps; ++k) {
+      const double angle = range * k / (2 * kSteps);
+      const double sine = std::sin(angle);
+      grid.push_back({{sine * std::cos(azimuth), sine * std::sin(azimuth), std::cos(angle)}, {}});
+    }
+  }
+  std::vector<double> rays, pixels(2 * grid.size());
+  std::vector<std::uint8_t> reasons(grid.size());
+  for (const Sample& sample : grid) rays.insert(rays.end(), sample.ray.begin(), sample.ray.end());
+  const int status =
+      rectiline_rays_to_pixels(&record, grid.size(), rays.data(), pixels.data(), reasons.data());
+  if (status != RECTILINE_OK) throwLibraryError(place);
+  std::vector<Sample> inImage;
+  for (std::size_t i = 0; i < grid.size(); ++i) {
+    const bool isInImage =
+        reasons[i] == RECTILINE_PIXEL_OK || reasons[i] == RECTILINE_PIXEL_OK_PAST_LAST_CENTRE;
+    if (isInImage) inImage.push_back({grid[i].ray, {pixels[2 * i], pixels[2 * i + 1]}});
+  }
+  return inImage;
+}
+
 void throwLibraryError(const Place& place) {
   rectiline_error error{};
   error.struct_size = sizeof error;

@@ -24,6 +24,14 @@ struct Comparison {
 [[nodiscard]] Comparison compare(const std::vector<Sample>& samples,
                                  const CameraCalibrationZEL& ours, const Place& place);
 
+/// The largest ideal radius of which the library makes pixels. Throws FormatError for a camera that
+/// it refuses.
+[[nodiscard]] double validRadius(const CameraCalibrationZEL& record, const Place& place);
+
+/// A grid of rays over the image of a camera of the library, as far as it makes pixels.
+[[nodiscard]] std::vector<Sample> sampleRecord(const CameraCalibrationZEL& record,
+                                               const Place& place);
+
 /// The reason of the library for the call that failed last, for `place`.
 [[noreturn]] void throwLibraryError(const Place& place);
 

@@ -227,11 +227,17 @@ Direction directionOf(Format format, std::string_view field) {
   return row->direction;
 }
 
-std::vector<const LensRow*> lensRows(Format format, std::string_view word) {
+std::vector<const LensRow*> lensRows(Format format) {
   std::vector<const LensRow*> result;
   for (const LensRow& row : kLenses) {
-    if (row.format == format && row.word == word) result.push_back(&row);
+    if (row.format == format) result.push_back(&row);
   }
+  return result;
+}
+
+std::vector<const LensRow*> lensRows(Format format, std::string_view word) {
+  std::vector<const LensRow*> result = lensRows(format);
+  std::erase_if(result, [word](const LensRow* row) { return row->word != word; });
   return result;
 }
 

@@ -37,6 +37,8 @@ struct LensRow {
   const char* coefficients;
 };
 
+[[nodiscard]] std::vector<const LensRow*> lensRows(Format format);
+
 /// All rows of a format for a word; a word may stand for several counts of coefficients.
 [[nodiscard]] std::vector<const LensRow*> lensRows(Format format, std::string_view word);
 

@@ -12,22 +12,6 @@
 namespace rectiline::formats {
 namespace {
 
-/// A model of the library, by a source model with the same formula and the numbers that are free.
-struct Candidate {
-  const SourceModel* model;
-  const char* free;
-};
-
-// FISHEYE_4 first: it follows every lens that is not of Brown's family, and is taken when it does
-// so to kGreatestDifference. Tangential terms grow with
-// the squared radius of the ideal plane: wide lenses are better off without.
-const Candidate kCandidates[] = {
-    {&kKannalaBrandt, "fx fy cx cy k1 k2 k3 k4"},
-    {&kKannalaBrandt, "fx fy cx cy k1 k2 k3 k4 p1 p2"},
-    {&kBrownConrady, "fx fy cx cy k1 k2 k3 p1 p2"},
-    {&kBrownConrady, "fx fy cx cy k1 k2 k3 k4 k5 k6 p1 p2"},
-};
-
 using Vector = std::vector<double>;
 
 /// A symmetric matrix, row by row, and the right side of normal equations.
@@ -63,7 +47,7 @@ bool trySolve(NormalEquations equations, double damping, Vector& x) {
 
 class Fitter {
  public:
-  Fitter(const Candidate& candidate, const std::vector<Sample>& samples, LensParameters start)
+  Fitter(const FitCandidate& candidate, const std::vector<Sample>& samples, LensParameters start)
       : mCandidate(candidate), mSamples(samples), mLens(start) {}
 
   [[nodiscard]] LensParameters run() {
@@ -145,42 +129,40 @@ class Fitter {
     return equations;
   }
 
-  const Candidate& mCandidate;
+  const FitCandidate& mCandidate;
   const std::vector<Sample>& mSamples;
   LensParameters mLens;
 };
 
-/// The focal lengths at the centre, and the source's coefficients where they mean the same.
-LensParameters startOf(const SourceCamera& camera, const Candidate& candidate) {
-  constexpr double kStep = 1e-4;
-  const auto pixelOf = [&camera](const Vec3& ray) {
-    Vec2 pixel{};
-    (void)tryPixel(camera, ray, pixel);
-    return pixel;
-  };
-  const Vec2 centre = pixelOf({0, 0, 1});
-  LensParameters start;
-  const bool isSameFamily = candidate.model == &kBrownConrady &&
-                            (camera.model == &kBrownConrady || camera.model == &kRational6KT);
-  if (isSameFamily) {
-    const std::string coefficients = "k1 k2 k3 k4 k5 k6 p1 p2";
-    setParameters(start, coefficients, parameters(camera.lens, coefficients));
+/// The focal length along an axis, from the sample nearest to the centre in that direction.
+double focalLength(const std::vector<Sample>& samples, std::size_t axis) {
+  const Vec2& centre = samples.front().pixel;
+  double least = std::numeric_limits<double>::infinity();
+  double result = 1;
+  for (const Sample& sample : samples) {
+    const double along = sample.ray[axis] / sample.ray[2];
+    const bool isAlong = std::fabs(sample.ray[axis]) > std::fabs(sample.ray[1 - axis]);
+    if (!isAlong || !(std::fabs(along) < least)) continue;
+    least = std::fabs(along);
+    result = (sample.pixel[axis] - centre[axis]) / along;
   }
-  start.fx = (pixelOf({kStep, 0, 1})[0] - centre[0]) / kStep;
-  start.fy = (pixelOf({0, kStep, 1})[1] - centre[1]) / kStep;
-  start.cx = centre[0];
-  start.cy = centre[1];
-  return start;
-}
-
-/// A candidate of fewer numbers cannot start from the others' values of those that it lacks.
-LensParameters onlyFree(const LensParameters& lens, const char* free) {
-  LensParameters result;
-  setParameters(result, free, parameters(lens, free));
   return result;
 }
 
-CameraCalibrationZEL recordOf(const Candidate& candidate, const LensParameters& lens,
+LensParameters startOf(const std::vector<Sample>& samples, const LensParameters& coefficients,
+                       const FitCandidate& candidate) {
+  LensParameters start;
+  if (candidate.model == &kBrownConrady) {
+    setParameters(start, candidate.free, parameters(coefficients, candidate.free));
+  }
+  start.fx = focalLength(samples, 0);
+  start.fy = focalLength(samples, 1);
+  start.cx = samples.front().pixel[0];
+  start.cy = samples.front().pixel[1];
+  return start;
+}
+
+CameraCalibrationZEL recordOf(const FitCandidate& candidate, const LensParameters& lens,
                               CameraCalibrationZEL record) {
   IntrinsicCameraCalibrationZEL& in = record.intrinsics;
   std::fill(std::begin(in.distortion), std::end(in.distortion), 0);
@@ -206,21 +188,33 @@ std::vector<Sample> inReach(const std::vector<Sample>& samples) {
 
 }  // namespace
 
-Comparison fitLens(const SourceCamera& camera, const std::vector<Sample>& samples,
-                   CameraCalibrationZEL& record) {
+// FISHEYE_4 first: it follows every lens that is not of Brown's family. Tangential terms grow with
+// the squared radius of the ideal plane: wide lenses are better off without.
+const std::vector<FitCandidate>& libraryCandidates() {
+  static const std::vector<FitCandidate> list{
+      {&kKannalaBrandt, "fx fy cx cy k1 k2 k3 k4"},
+      {&kKannalaBrandt, "fx fy cx cy k1 k2 k3 k4 p1 p2"},
+      {&kBrownConrady, "fx fy cx cy k1 k2 k3 p1 p2"},
+      {&kBrownConrady, "fx fy cx cy k1 k2 k3 k4 k5 k6 p1 p2"},
+  };
+  return list;
+}
+
+Comparison fitLens(const std::vector<Sample>& samples, const std::vector<FitCandidate>& candidates,
+                   const LensParameters& start, const Place& place, CameraCalibrationZEL& record) {
   const std::vector<Sample> fitted = inReach(samples);
   Comparison best;
   best.greatestDifference = std::numeric_limits<double>::infinity();
   CameraCalibrationZEL bestRecord = record;
-  for (const Candidate& candidate : kCandidates) {
+  for (const FitCandidate& candidate : candidates) {
     if (best.greatestDifference <= kGreatestDifference) break;
-    const LensParameters start = onlyFree(startOf(camera, candidate), candidate.free);
-    const LensParameters lens = Fitter(candidate, fitted, start).run();
+    if (fitted.empty()) break;
+    const LensParameters lens = Fitter(candidate, fitted, startOf(fitted, start, candidate)).run();
     const CameraCalibrationZEL trial = recordOf(candidate, lens, record);
     try {
       // Of all samples, so that what the fit cannot reach is told.
-      const Comparison comparison = compare(samples, trial, camera.place);
-      const Comparison reached = compare(fitted, trial, camera.place);
+      const Comparison comparison = compare(samples, trial, place);
+      const Comparison reached = compare(fitted, trial, place);
       const bool isWhole = reached.shareOutside < 0.02;
       if (isWhole && comparison.greatestDifference < best.greatestDifference) {
         best = comparison;
@@ -231,8 +225,7 @@ Comparison fitLens(const SourceCamera& camera, const std::vector<Sample>& sample
     }
   }
   if (!std::isfinite(best.greatestDifference)) {
-    throw FormatError(camera.place, "a lens that one of the library's models can be fitted to",
-                      camera.word);
+    throw FormatError(place, "a lens that another model can be fitted to", "one that none follows");
   }
   record = bestRecord;
   return best;
