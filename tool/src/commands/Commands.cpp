@@ -4,6 +4,12 @@ namespace rectiline::tool {
 
 const std::vector<Command>& commands() {
   static const std::vector<Command> list{
+      {"info", "say what a calibration holds",
+       "info camchain.yaml\ninfo cam0.yaml,cam1.yaml --json", declareInfo},
+      {"check", "say whether a calibration is right for images, and if not what went wrong",
+       "check camchain.yaml left.png right.png\n"
+       "check intrinsics.yml,extrinsics.yml 'left*.jpg' 'right*.jpg'",
+       declareCheck},
       {"rectify", "rectify the images of a stereo pair",
        "rectify camchain.yaml left.png right.png -o rectified", declareRectify},
       {"undistort", "turn images into images of pinhole cameras",

@@ -31,6 +31,8 @@ struct Command {
 /// Every subcommand in the order in which the help lists them. Each has a file of its own.
 const std::vector<Command>& commands();
 
+Run declareInfo(CLI::App& command);
+Run declareCheck(CLI::App& command);
 Run declareRectify(CLI::App& command);
 Run declareUndistort(CLI::App& command);
 Run declareReport(CLI::App& command);
