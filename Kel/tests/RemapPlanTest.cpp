@@ -228,5 +228,11 @@ TEST(RemapPlan, LargeImagesInBandsEqualThePlainForm) {
   for (const int warp : {1, 4}) check(kWarps[warp], source, 1003, 701, warp == 1);
 }
 
+TEST(RemapPlan, WideImagesInSeveralBlocksEqualThePlainForm) {
+  const Source source(PixelFormat::Grey8, 640, 480, 0);
+  check(kWarps[1], source, 8201, 18, false);
+  check(kWarps[4], source, 2100, 35, false);
+}
+
 }  // namespace
 }  // namespace kel

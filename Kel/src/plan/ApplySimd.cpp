@@ -57,8 +57,8 @@ HWY_INLINE Group16 withBorder(Group16 values, unsigned valid, std::uint8_t borde
 }
 
 /// Fetches what the block below will look up.
-HWY_INLINE void prefetchBelow(const Shared& shared, std::uint32_t window) {
-  const auto at = reinterpret_cast<std::uintptr_t>(shared.source + window);
+HWY_INLINE void prefetchBelow(const Shared& shared, const std::uint8_t* pixel) {
+  const auto at = reinterpret_cast<std::uintptr_t>(pixel);
   hwy::Prefetch(
       reinterpret_cast<const std::uint8_t*>(at + static_cast<std::uintptr_t>(shared.ahead)));
 }
@@ -68,7 +68,7 @@ HWY_INLINE void applyRecords(const Shared shared, const Record* record, const Re
                              const std::uint16_t* gains, const Sink sink) {
   const hn::FixedTag<std::uint8_t, kGroup> u8;
   for (; record != end; ++record) {
-    prefetchBelow(shared, record->windows[0]);
+    prefetchBelow(shared, shared.source + record->windows[0]);
     Group16 values =
         interpolateGroup<hasGains>(*record, gains, shared.source, shared.stride, shared.gainShift);
     if constexpr (isMasked) values = withBorder(values, record->valid, shared.border);
@@ -106,10 +106,11 @@ HWY_INLINE void applyChain(const PlanContent& plan, const Shared& shared, const 
   ChainReader pixels(shared.source, chain, links, plan.lowerStep());
   int done = 0;
   for (; done + kChainGroup<channels> <= chain.count; done += kChainGroup<channels>) {
+    prefetchBelow(shared, pixels.latest());
     applyLinks<channels, hasGains>(pixels, links + done, hasGains ? gains + done : nullptr,
                                    shared.gainShift, target + done * channels);
   }
-  followChainPlain(plan, chain, done, pixels.offset(shared.source), shared.source, sink);
+  followChainPlain(plan, chain, done, pixels.latest() - shared.source, shared.source, sink);
 }
 
 template <int channels, bool hasGains>

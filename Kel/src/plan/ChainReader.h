@@ -22,8 +22,8 @@ class ChainReader {
   /// From an upper to a lower neighbour, bytes.
   [[nodiscard]] HWY_INLINE std::ptrdiff_t lowerStep() const { return mLowerStep; }
 
-  /// Where the pixel before the next is, bytes from the source's first one.
-  [[nodiscard]] std::int64_t offset(const std::uint8_t* source) const { return mPixel - source; }
+  /// The pixel before the next.
+  [[nodiscard]] HWY_INLINE const std::uint8_t* latest() const { return mPixel; }
 
  private:
   const std::uint8_t* mPixel;

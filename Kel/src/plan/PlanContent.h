@@ -29,8 +29,8 @@ inline constexpr int kGroup = 16;  // pixels
 inline constexpr int kWindowColumns = 16;
 inline constexpr int kWindowRows = 3;
 inline constexpr int kBlockRows = kGroup;
-inline constexpr int kBlockColumns = 4096;       // at least; the last block of a row takes the rest
-inline constexpr int kTurnedBlockColumns = 256;  // likewise; few enough for a cache to keep lines
+inline constexpr int kBlockColumns = 4096;  // at least; the last block of a row takes the rest
+inline constexpr int kTurnedBlockColumns = 1024;  // likewise; a block's bytes are put on the stack
 inline constexpr int kMaxTurnedBlock = 2 * kTurnedBlockColumns - 1;
 
 /// Where a group goes: rows and columns from its block's first pixel. In a turned block, row 0 and
