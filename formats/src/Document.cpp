@@ -115,6 +115,9 @@ Field Field::operator[](std::string_view key) const {
 }
 
 Field Field::at(std::size_t index) const {
+  if (index >= size()) {
+    refuse("more than " + std::to_string(index) + " items", std::to_string(size()));
+  }
   const bool isNamed = mValue->kind == Value::Kind::Map;
   return below(mValue->items.at(index),
                isNamed ? mValue->keys[index] : "[" + std::to_string(index) + "]");

@@ -173,6 +173,22 @@ TEST_F(RefusalsTest, OfFilesAndOptions) {
   expectSays(refusalOf({chain}, options), "expected it to be there");
 }
 
+TEST_F(RefusalsTest, TakeAnyFileForAnyFormat) {
+  std::size_t refused = 0;
+  for (const std::string& text : {kEurocLeft, kKalibrChain, kOpenCvXml, kRosLeft, kOak, kAzure,
+                                  kBasaltFisheye, kOrbSlamRectified, kKitti, kSvo, kRigXml,
+                                  kColmapRigs, kFovLines, kFovPtam, std::string("# nothing\n")}) {
+    const std::string name = file("any", text);
+    for (const std::string& format : formatNames()) {
+      ReadOptions options;
+      options.from = formatFromName(format);
+      refused += refusalOf({name}, options).empty() ? 0 : 1;
+    }
+  }
+  // A text is read as its own format, and as little else.
+  EXPECT_GE(refused, 15 * (formatNames().size() - 1) - 5);
+}
+
 TEST_F(RefusalsTest, TakeNoWrongTurnAtAnyCutOrByte) {
   // Whatever becomes of these files, they are read or refused.
   for (const std::string& text : {kEurocLeft, kKalibrChain, kOpenCvXml, kOpenCvRational, kRosLeft,

@@ -2,8 +2,8 @@
 
 // Device records as calibration files of other programs.
 //
-// Numbers are written with 17 digits: what is read back projects within 1e-6 pixels of what was
-// written. The library's own XML has eight: within 5e-5 pixels.
+// Numbers are written with all their digits, up to 17: what is read back projects within 1e-6
+// pixels of what was written. The library's own XML has eight: within 5e-5 pixels.
 
 #include <string>
 #include <vector>

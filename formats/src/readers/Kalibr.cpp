@@ -40,7 +40,8 @@ SourceCamera readCamera(const Field& field) {
   const Field word = field.find("distortion_model").value_or(field["camera_model"]);
   const LensRow& row = setLens(camera, Format::Kalibr, word, modelWord(field), coefficients);
   readParameters(camera.lens, row.intrinsics, field["intrinsics"]);
-  camera.size = field["resolution"].pixelSize();
+  const std::optional<Field> size = field.find("resolution");
+  if (size) camera.size = size->pixelSize();
   return camera;
 }
 

@@ -1,22 +1,21 @@
-#include <locale>
+#include <array>
+#include <charconv>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "writers/Writers.h"
 
 namespace rectiline::formats {
 
-std::string text17(double number) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  out.precision(17);
-  out << number;
-  return out.str();
+std::string exactText(double number) {
+  std::array<char, 32> buffer;
+  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
+  return {buffer.data(), result.ptr};
 }
 
 std::string listed(const std::vector<double>& numbers, const std::string& separator) {
   std::string result;
-  for (const double number : numbers) result += (result.empty() ? "" : separator) + text17(number);
+  for (const double number : numbers)
+    result += (result.empty() ? "" : separator) + exactText(number);
   return result;
 }
 

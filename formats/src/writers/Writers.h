@@ -45,10 +45,11 @@ void setTargetLens(Format format, const CameraCalibrationZEL& record, TargetCame
 /// Of the cameras that are written, as one device.
 [[nodiscard]] DeviceCalibrationZEL deviceOf(const TargetCameras& cameras);
 
-/// The numbers with 17 digits and ", " between them.
+/// The numbers as exactText() has them, with ", " between them.
 [[nodiscard]] std::string listed(const std::vector<double>& numbers,
                                  const std::string& separator = ", ");
-[[nodiscard]] std::string text17(double number);
+/// The shortest text that is read as the same number: up to 17 digits.
+[[nodiscard]] std::string exactText(double number);
 /// A text as YAML and JSON have it, between quotes.
 [[nodiscard]] std::string quoted(const std::string& text);
 
