@@ -54,7 +54,7 @@ void RigArgument::declare(CLI::App& command, SizeOption size) {
          [this](const std::string& text) { mOptions.metresPerUnit = scaleFromText(text); });
   command.add_flag("--fit", mOptions.fit, "take the closest lens model for one that cannot be had")
       ->group("How to read the calibration");
-  command.add_option("--max-pixels", mMaxPixels, "the largest image to read or make")
+  command.add_option("--max-pixels", mLimit.pixels, "the largest image to read or make")
       ->capture_default_str()
       ->group("How to read the calibration");
 }
@@ -79,8 +79,8 @@ Rig RigArgument::read() const {
   for (const std::string& sentence : rig.notes) note(sentence);
   for (int i = 0; i < rig.device.num_cameras; ++i) {
     const CameraCalibrationZEL& camera = rig.device.cameras[i];
-    requirePixels(std::string("camera ") + camera.name, camera.intrinsics.width,
-                  camera.intrinsics.height);
+    mLimit.require(std::string("camera ") + camera.name, camera.intrinsics.width,
+                   camera.intrinsics.height);
   }
   return rig;
 }
@@ -101,14 +101,6 @@ std::vector<std::string> RigArgument::files() const {
   std::istringstream names(mText);
   for (std::string name; std::getline(names, name, ',');) files.push_back(name);
   return files;
-}
-
-void RigArgument::requirePixels(const std::string& owner, int width, int height) const {
-  const auto pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
-  if (pixels <= mMaxPixels) return;
-  throw Error(owner + ": " + std::to_string(width) + "x" + std::to_string(height) + " are " +
-              std::to_string(pixels) + " pixels, above the limit of " + std::to_string(mMaxPixels) +
-              " (see --max-pixels)");
 }
 
 }  // namespace rectiline::tool

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "images/PixelLimit.h"
 #include "rectiline_formats/Calibration.h"
 
 namespace CLI {
@@ -47,9 +47,8 @@ class RigArgument {
   /// RIG as it was given.
   [[nodiscard]] const std::string& text() const { return mText; }
 
-  /// Throws Error when an image of `owner` would be larger than --max-pixels allows. Ask before
-  /// memory is taken for it.
-  void requirePixels(const std::string& owner, int width, int height) const;
+  /// What --max-pixels allows.
+  [[nodiscard]] const PixelLimit& limit() const { return mLimit; }
 
  private:
   [[nodiscard]] Rig readFiles() const;
@@ -57,7 +56,7 @@ class RigArgument {
   std::string mText;
   formats::ReadOptions mOptions;
   SizeOption mSizeOption = SizeOption::OfCalibration;
-  std::uint64_t mMaxPixels = 100'000'000;
+  PixelLimit mLimit;
 };
 
 }  // namespace rectiline::tool

@@ -14,7 +14,7 @@
 #include "cli/StandardOutput.h"
 #include "commands/Commands.h"
 #include "files/FramePairs.h"
-#include "maps/Maps.h"
+#include "images/ImageFile.h"
 
 namespace rectiline::tool {
 namespace {

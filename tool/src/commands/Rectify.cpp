@@ -1,55 +1,58 @@
-// rectify: images of a stereo pair with matching rows.
+// rectify: images of stereo pairs with matching rows.
 
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "cli/Error.h"
+#include "cli/ImageFormatOption.h"
 #include "cli/RigArgument.h"
 #include "cli/StandardOutput.h"
+#include "cli/ViewArgument.h"
 #include "commands/Commands.h"
+#include "files/FramePairs.h"
 #include "files/Outputs.h"
 #include "files/RigFile.h"
-#include "images/Png.h"
+#include "images/ImageFile.h"
+#include "images/SideBySide.h"
 #include "maps/Maps.h"
+#include "maps/Remapper.h"
 #include "scene/CornerCheck.h"
 #include "scene/Geometry.h"
+#include "work/ForEach.h"
+#include "work/StageTimes.h"
 
 namespace rectiline::tool {
 namespace {
 
-/// The time since the last lap, milliseconds.
-class StopWatch {
- public:
-  double lap() {
-    const auto now = std::chrono::steady_clock::now();
-    const double ms = std::chrono::duration<double, std::milli>(now - mStart).count();
-    mStart = now;
-    return ms;
-  }
+struct Arguments {
+  RigArgument rig;
+  ViewArgument view;
+  std::string left;
+  std::string right;
+  OutputArgument output;
+  ImageFormat format = ImageFormat::Png;
+  bool sideBySide = false;
+  std::string points;  // points.csv of a rendered scene; empty: no check
 
- private:
-  std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
+  [[nodiscard]] bool isBatch() const { return !namesOneFile(left); }
 };
 
-/// Both images in one, with a green line every 32 pixels along which they must agree.
-GreyImage sideBySide(const RectifiedImages& pair) {
-  const int w = pair.left.width;
-  const int h = pair.left.height;
-  GreyImage joined(pair.isVertical() ? w : 2 * w, pair.isVertical() ? 2 * h : h, 3);
-  for (int y = 0; y < joined.height; ++y) {
-    for (int x = 0; x < joined.width; ++x) {
-      const GreyImage& image = x < w && y < h ? pair.left : pair.right;
-      const std::uint8_t grey = image(x % w, y % h);
-      const bool line = (pair.isVertical() ? x : y) % 32 == 16;
-      std::uint8_t* rgb = &joined.data[3 * joined.index(x, y)];
-      rgb[0] = rgb[2] = line ? static_cast<std::uint8_t>(grey / 2) : grey;
-      rgb[1] = line ? static_cast<std::uint8_t>(128 + grey / 2) : grey;
-    }
-  }
-  return joined;
-}
+/// One pair of files and what is made of it; an empty name: not wanted.
+struct Job {
+  FramePair in;
+  FramePair out;
+  std::string sideBySideOut;
+};
+
+struct RectifiedPair {
+  Image left;
+  Image right;
+};
 
 /// A view as a camera named `name`, its axes turned back into the real camera's.
 CameraCalibrationZEL toCamera(const rectiline_view& view, const char* name) {
@@ -68,15 +71,14 @@ CameraCalibrationZEL toCamera(const rectiline_view& view, const char* name) {
 }
 
 /// The rectified pair as a rig whose reference frame is the source left camera.
-void saveRectifiedRig(const std::string& file, const RectifiedImages& pair) {
-  const rectiline_rectification& r = pair.rectification;
+DeviceCalibrationZEL rectifiedRig(const rectiline_rectification& r) {
   DeviceCalibrationZEL device{};
   device.num_cameras = 2;
   device.cameras[0] = toCamera(r.left, "left");
   device.cameras[1] = toCamera(r.left, "right");  // parallel to the left one
   PositionZEL& position = device.cameras[1].pose.position;
-  (pair.isVertical() ? position.y : position.x) = -r.disparity_sign * r.baseline;
-  saveRig(file, device);
+  (r.axis == 1 ? position.y : position.x) = -r.disparity_sign * r.baseline;
+  return device;
 }
 
 /// Prints how well known points agree with the result; throws Error when they do not.
@@ -85,8 +87,9 @@ void checkPoints(const RectifiedImages& pair, const std::string& pointsFile) {
   constexpr double kMaxDisparityRms = 0.5;  // pixels
   const CornerErrors e = checkCorners(pair, pointsFile);
   print("  known points  %d found in both images\n", e.points);
-  if (e.points == 0)
+  if (e.points == 0) {
     throw Error("none of the known points was found in both images", ExitCode::Verdict);
+  }
   print("  row error     rms %.3f px, greatest %.3f px\n", e.rowRms, e.rowMax);
   print("  depth error   rms %.2f %%, greatest %.2f %% (disparity rms %.3f px)\n",
         100 * e.depthRmsShare, 100 * e.depthMaxShare, e.disparityRms);
@@ -95,57 +98,164 @@ void checkPoints(const RectifiedImages& pair, const std::string& pointsFile) {
   }
 }
 
-struct Arguments {
-  RigArgument rig;
-  std::string left;
-  std::string right;
-  OutputArgument output;
-  std::string points;  // points.csv of a rendered scene; empty: no check
+/// What is wrong with the maps of a pair; empty: nothing.
+std::string verdictOn(const rectiline_rectification& r) {
+  constexpr double kLeastShare = 0.1;
+  for (const auto& [name, share] : {std::pair{"left", r.left_share}, {"right", r.right_share}}) {
+    if (share == 0) {
+      return std::string("no pixel of the rectified ") + name +
+             " image has a source: are the poses inverted?";
+    }
+    if (share < kLeastShare) {
+      char text[128];
+      std::snprintf(text, sizeof text, "only %.1f %% of the rectified %s image have a source",
+                    100 * share, name);
+      return text;
+    }
+  }
+  for (std::uint32_t i = 0; i < r.warning_count; ++i) {
+    if (r.warnings[i].code == RECTILINE_WARNING_RIGHT_IS_LEFT) return r.warnings[i].text;
+  }
+  return "";
+}
+
+std::string stemOf(const std::string& file) { return std::filesystem::path(file).stem().string(); }
+
+/// Every file that is read and every file that is written.
+std::vector<Job> planJobs(const Arguments& arguments, const std::vector<FramePair>& pairs,
+                          Outputs& out) {
+  const auto extension = [&](const std::string& file) {
+    return extensionOf(arguments.format, ImageFile(file).header().format);
+  };
+  const std::string leftEnd = extension(pairs.front().left);
+  const std::string rightEnd = extension(pairs.front().right);
+  const std::string pairEnd = extensionOf(arguments.format, RECTILINE_RGB8);
+  std::vector<Job> jobs;
+  if (!arguments.isBatch()) {
+    jobs.push_back({pairs.front(),
+                    {out.file("left" + leftEnd), out.file("right" + rightEnd)},
+                    out.file("pair" + pairEnd)});
+    return jobs;
+  }
+  for (const FramePair& in : pairs) {
+    Job job{in,
+            {out.file(stemOf(in.left) + leftEnd, "left"),
+             out.file(stemOf(in.right) + rightEnd, "right")},
+            ""};
+    if (arguments.sideBySide) job.sideBySideOut = out.file(stemOf(in.left) + pairEnd, "pair");
+    jobs.push_back(std::move(job));
+  }
+  return jobs;
+}
+
+/// Reads, remaps and writes pairs of images.
+class PairRectifier {
+ public:
+  PairRectifier(const DeviceCalibrationZEL& device, PairMaps maps, ImageFormat format)
+      : mIsVertical(maps.rectification.axis == 1),
+        mFormat(format),
+        mLeft(std::move(maps.left), device.cameras[0]),
+        mRight(std::move(maps.right), device.cameras[1]) {}
+
+  RectifiedPair run(const Job& job) {
+    RectifiedPair pair{rectified(mLeft, job.in.left), rectified(mRight, job.in.right)};
+    mTimes.measure(StageTimes::Write, [&] {
+      writeImage(job.out.left, pair.left, mFormat);
+      writeImage(job.out.right, pair.right, mFormat);
+      if (job.sideBySideOut.empty()) return;
+      writeImage(job.sideBySideOut, sideBySide(pair.left, pair.right, mIsVertical), mFormat);
+    });
+    return pair;
+  }
+
+  [[nodiscard]] const StageTimes& times() const { return mTimes; }
+
+ private:
+  Image rectified(const Remapper& remapper, const std::string& file) {
+    const Image raw = mTimes.measure(StageTimes::Read, [&] { return remapper.read(file); });
+    return mTimes.measure(StageTimes::Remap, [&] { return remapper.remap(raw); });
+  }
+
+  bool mIsVertical;
+  ImageFormat mFormat;
+  Remapper mLeft;
+  Remapper mRight;
+  StageTimes mTimes;
 };
 
-/// Writes left.png, right.png, pair.png (both side by side, or one above the other for a vertical
-/// rig, with lines along which they must agree) and rectified.rig.xml. With a points file also
-/// measures the points in the rectified images.
-Result rectify(const Arguments& arguments) {
-  StopWatch watch;
-  const DeviceCalibrationZEL device = arguments.rig.readPair().device;
-  const double loadMs = watch.lap();
-  GreyImage rawLeft = readImage(arguments.left, device.cameras[0]);
-  GreyImage rawRight = readImage(arguments.right, device.cameras[1]);
-  const double readMs = watch.lap();
-  std::vector<std::string> inputs = arguments.rig.files();
-  inputs.insert(inputs.end(), {arguments.left, arguments.right, arguments.points});
-  Outputs out(arguments.output, inputs);
-  const std::string leftOut = out.file("left.png");
-  const std::string rightOut = out.file("right.png");
-  const std::string pairOut = out.file("pair.png");
-  const std::string rigOut = out.file("rectified.rig.xml");
-  PairMaps maps = createPairMaps(device);
-  const rectiline_rectification& result = maps.rectification;
-  const double mapMs = watch.lap();
-  const RectifiedImages pair{remap(rawLeft, maps.left), remap(rawRight, maps.right), result};
-  const double remapMs = watch.lap();
+void printTimes(const StageTimes& times, std::size_t pairs, double seconds) {
+  const double read = times.milliseconds(StageTimes::Read);
+  const double remap = times.milliseconds(StageTimes::Remap);
+  const double write = times.milliseconds(StageTimes::Write);
+  print("  time          %zu pair%s in %.3f s, %.1f per second\n", pairs, pairs == 1 ? "" : "s",
+        seconds, static_cast<double>(pairs) / seconds);
+  const double share = 100 / (read + remap + write);
+  print("  of it         reading %.1f %%, remapping %.1f %%, writing %.1f %%\n", share * read,
+        share * remap, share * write);
+}
 
-  writeGrey(leftOut, pair.left);
-  writeGrey(rightOut, pair.right);
-  writeColour(pairOut, sideBySide(pair));
-  saveRectifiedRig(rigOut, pair);
-  const double writeMs = watch.lap();
-
+void printRectification(const Arguments& arguments, const rectiline_rectification& r) {
   print("%s -> %s\n", arguments.rig.text().c_str(), arguments.output.path.c_str());
-  print("  size          %d x %d\n", result.left.width, result.left.height);
-  print("  focal length  %.3f px\n", result.left.fx);
-  print("  depth         %.6f px m / disparity\n", result.depth_constant);
-  print("  valid pixels  left %.1f %%, right %.1f %%\n", 100 * result.left_share,
-        100 * result.right_share);
-  print("  time          rig %.1f ms, images %.1f ms, maps %.1f ms, remap %.1f ms, write %.1f ms\n",
-        loadMs, readMs, mapMs, remapMs, writeMs);
-  if (!arguments.points.empty()) checkPoints(pair, arguments.points);
-  return {{{"width", result.left.width},
-           {"height", result.left.height},
-           {"focal_length", result.left.fx},
-           {"depth_constant", result.depth_constant}},
-          ""};
+  print("  size          %d x %d\n", r.left.width, r.left.height);
+  print("  focal length  %.3f px%s\n", r.left.fx,
+        r.left.projection == RECTILINE_PINHOLE ? "" : " per radian");
+  if (r.left.projection == RECTILINE_PINHOLE) {
+    print("  depth         %.6f px m / disparity\n", r.depth_constant);
+  }
+  print("  valid pixels  left %.1f %%, right %.1f %%\n", 100 * r.left_share, 100 * r.right_share);
+}
+
+nlohmann::ordered_json toJson(const rectiline_rectification& r) {
+  return {{"width", r.left.width},
+          {"height", r.left.height},
+          {"projection", r.left.projection == RECTILINE_PINHOLE ? "pinhole" : "latlon"},
+          {"focal_length", r.left.fx},
+          {"cx", r.left.cx},
+          {"cy", r.left.cy},
+          {"axis", r.axis == 0 ? "x" : "y"},
+          {"baseline", r.baseline},
+          {"depth_constant", r.depth_constant},
+          {"left_share", r.left_share},
+          {"right_share", r.right_share}};
+}
+
+/// Writes left, right and pair (both side by side, or one above the other for a vertical rig, with
+/// lines along which they must agree), in a batch folders of them, and rectified.rig.xml. With a
+/// points file also measures the points in the rectified images.
+Result rectify(const Arguments& arguments) {
+  const Rig rig = arguments.rig.readPair();
+  std::vector<std::string> inputs = arguments.rig.files();
+  inputs.push_back(arguments.points);
+  const std::vector<FramePair> pairs = findFramePairs(arguments.left, arguments.right);
+  for (const FramePair& pair : pairs) {
+    inputs.insert(inputs.end(), {pair.left, pair.right});
+  }
+  Outputs out(arguments.output, inputs);
+  const std::vector<Job> jobs = planJobs(arguments, pairs, out);
+  const std::string rigOut = out.file("rectified.rig.xml");
+  const rectiline_options options = arguments.view.options(rig);
+  PairMaps maps = createPairMaps(rig.device, options, arguments.rig.limit());
+  const rectiline_rectification r = maps.rectification;
+
+  PairRectifier rectifier(rig.device, std::move(maps), arguments.format);
+  RectifiedPair last;
+  const auto start = std::chrono::steady_clock::now();
+  forEach(jobs.size(), "pairs", [&](std::size_t i) {
+    RectifiedPair pair = rectifier.run(jobs[i]);
+    if (!arguments.isBatch()) last = std::move(pair);
+  });
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  if (r.left.projection == RECTILINE_PINHOLE) saveRig(rigOut, rectifiedRig(r));
+
+  printRectification(arguments, r);
+  printTimes(rectifier.times(), jobs.size(), elapsed.count());
+  if (!arguments.points.empty() && !arguments.isBatch()) {
+    checkPoints({greyOf(last.left), greyOf(last.right), r}, arguments.points);
+  }
+  Result result{toJson(r), verdictOn(r)};
+  result.json["pairs"] = jobs.size();
+  result.json["seconds"] = elapsed.count();
+  return result;
 }
 
 }  // namespace
@@ -153,9 +263,14 @@ Result rectify(const Arguments& arguments) {
 Run declareRectify(CLI::App& command) {
   const auto arguments = std::make_shared<Arguments>();
   arguments->rig.declare(command, RigArgument::SizeOption::AlsoOfResults);
-  command.add_option("LEFT", arguments->left, "left image")->required();
-  command.add_option("RIGHT", arguments->right, "right image")->required();
+  arguments->view.declare(command);
+  constexpr char kImage[] = "raw image, a folder of them, or a pattern with one *";
+  command.add_option("LEFT", arguments->left, std::string("left ") + kImage)->required();
+  command.add_option("RIGHT", arguments->right, std::string("right ") + kImage)->required();
   arguments->output.declareDirectory(command);
+  declareImageFormat(command, arguments->format);
+  command.add_flag("--side-by-side", arguments->sideBySide,
+                   "in batches too, both images in one with lines for the eye");
   command.add_option("--points", arguments->points,
                      "points of a rendered scene, to measure the result against");
   return [arguments] { return rectify(*arguments); };

@@ -11,10 +11,11 @@
 #include "cli/StandardOutput.h"
 #include "commands/Commands.h"
 #include "files/Outputs.h"
-#include "images/Png.h"
+#include "images/ImageFile.h"
 #include "maps/Calls.h"
 #include "scene/Geometry.h"
 #include "scene/Scene.h"
+#include "work/ForEach.h"
 
 namespace rectiline::tool {
 namespace {
@@ -87,21 +88,31 @@ std::uint8_t meanGrey(const std::optional<Hit>* samples) {
   return static_cast<std::uint8_t>(std::lround(sum / (kSamples * kSamples)));
 }
 
-RawView renderView(const Scene& scene, const SceneCamera& camera) {
+void renderRow(const Scene& scene, const SceneCamera& camera, int y, RawView& view) {
   constexpr std::size_t kLooks = kSamples * kSamples + 1;
-  RawView view{GreyImage(camera.width(), camera.height()),
-               DepthImage(camera.width(), camera.height())};
-  for (int y = 0; y < camera.height(); ++y) {
-    const auto hits = camera.look(scene, positionsOfRow(y, camera.width()));
-    for (int x = 0; x < camera.width(); ++x) {
-      const std::optional<Hit>* const samples = &hits[static_cast<std::size_t>(x) * kLooks];
-      const std::optional<Hit>& middle = samples[kLooks - 1];
-      const double mm = middle ? std::min(middle->distance * 1000, 65535.0) : 0.0;
-      view.grey(x, y) = meanGrey(samples);
-      view.depthMm(x, y) = static_cast<std::uint16_t>(std::lround(mm));
-    }
+  const auto hits = camera.look(scene, positionsOfRow(y, camera.width()));
+  for (int x = 0; x < camera.width(); ++x) {
+    const std::optional<Hit>* const samples = &hits[static_cast<std::size_t>(x) * kLooks];
+    const std::optional<Hit>& middle = samples[kLooks - 1];
+    const double mm = middle ? std::min(middle->distance * 1000, 65535.0) : 0.0;
+    view.grey(x, y) = meanGrey(samples);
+    view.depthMm(x, y) = static_cast<std::uint16_t>(std::lround(mm));
   }
-  return view;
+}
+
+std::array<RawView, 2> renderViews(const Scene& scene, const std::array<SceneCamera, 2>& cameras) {
+  std::array<RawView, 2> views;
+  for (const std::size_t i : {0U, 1U}) {
+    views[i] = {GreyImage(cameras[i].width(), cameras[i].height()),
+                DepthImage(cameras[i].width(), cameras[i].height())};
+  }
+  const auto leftRows = static_cast<std::size_t>(cameras[0].height());
+  const std::size_t rows = leftRows + static_cast<std::size_t>(cameras[1].height());
+  forEach(rows, "rows", [&](std::size_t row) {
+    const std::size_t i = row < leftRows ? 0 : 1;
+    renderRow(scene, cameras[i], static_cast<int>(row - i * leftRows), views[i]);
+  });
+  return views;
 }
 
 /// One line for each corner: its position and the two edges of its cells.
@@ -137,15 +148,16 @@ Result render(const Arguments& arguments) {
   const std::array<std::string, 2> greyOut{out.file("left.png"), out.file("right.png")};
   const std::array<std::string, 2> depthOut{out.file("left_depth_mm.png"),
                                             out.file("right_depth_mm.png")};
-  std::vector<Vec3d> viewpoints;
+  const XrPosedZEL_t& T_left_ref = device.cameras[0].pose;
+  const std::array<SceneCamera, 2> cameras{SceneCamera(device.cameras[0], T_left_ref),
+                                           SceneCamera(device.cameras[1], T_left_ref)};
+  const std::array<RawView, 2> views = renderViews(scene, cameras);
   for (const std::size_t i : {0U, 1U}) {
-    const SceneCamera camera(device.cameras[i], device.cameras[0].pose);
-    viewpoints.push_back(camera.centre());
-    const RawView view = renderView(scene, camera);
-    writeGrey(greyOut[i], view.grey);
-    writeDepth(depthOut[i], view.depthMm);
+    writeImage(greyOut[i], Image(views[i].grey));
+    writeImage(depthOut[i], Image(views[i].depthMm));
   }
-  const std::vector<Corner> corners = scene.cornersSeenFrom(viewpoints);
+  const std::vector<Corner> corners =
+      scene.cornersSeenFrom({cameras[0].centre(), cameras[1].centre()});
   writeFile(pointsOut, linesOf(corners));
   print("rendered %s into %s\n", arguments.rig.text().c_str(), arguments.output.path.c_str());
   return {{{"left", greyOut[0]}, {"right", greyOut[1]}, {"points", corners.size()}}, ""};

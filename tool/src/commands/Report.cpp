@@ -36,7 +36,7 @@ Json reportCamera(const CameraCalibrationZEL& camera) {
           {"field_of_view_degrees", fieldOfView}};
 }
 
-Json reportMap(const char* name, Map& map) {
+Json reportMap(const char* name, const Map& map) {
   const rectiline_report r = reportOn(map);
   std::array<unsigned long long, 256> count{};
   for (const std::uint8_t reason : map.reasons().data) ++count[reason];
@@ -65,7 +65,7 @@ Result report(const RigArgument& argument) {
     result.json["cameras"].push_back(reportCamera(device.cameras[i]));
   }
   if (device.num_cameras < 2 || !rig.hasPoses) return result;
-  PairMaps maps = createPairMaps(device);
+  const PairMaps maps = createPairMaps(device);
   result.json["left_map"] = reportMap("left", maps.left);
   result.json["right_map"] = reportMap("right", maps.right);
   const rectiline_certificate certificate = certify(maps, device);

@@ -1,19 +1,44 @@
 // undistort: images as pinhole cameras would have taken them.
 
 #include <CLI/CLI.hpp>
+#include <deque>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
+#include "cli/Error.h"
+#include "cli/ImageFormatOption.h"
 #include "cli/RigArgument.h"
 #include "cli/StandardOutput.h"
+#include "cli/ViewArgument.h"
 #include "commands/Commands.h"
+#include "files/FramePairs.h"
 #include "files/Outputs.h"
 #include "files/RigFile.h"
+#include "images/ImageFile.h"
 #include "maps/Calls.h"
 #include "maps/Maps.h"
+#include "maps/Remapper.h"
+#include "work/ForEach.h"
 
 namespace rectiline::tool {
 namespace {
+
+struct Arguments {
+  RigArgument rig;
+  ViewArgument view;
+  std::vector<std::string> images;
+  OutputArgument output;
+  ImageFormat format = ImageFormat::Png;
+  bool whole = false;  // keep the whole image instead of the focal length
+};
+
+/// One image of the camera with this index.
+struct Job {
+  std::size_t camera;
+  std::string in;
+  std::string out;
+};
 
 /// The camera that sees what `view` shows, at the place of the real one.
 CameraCalibrationZEL pinholeCamera(CameraCalibrationZEL camera, const rectiline_view& view) {
@@ -27,59 +52,80 @@ CameraCalibrationZEL pinholeCamera(CameraCalibrationZEL camera, const rectiline_
   return camera;
 }
 
-rectiline_view undistortedView(const CameraCalibrationZEL& camera,
-                               const rectiline_options& options) {
-  auto view = sized<rectiline_view>();
-  check(rectiline_undistort(&camera, &options, nullptr, &view));
-  return view;
-}
-
-void undistortImage(const CameraCalibrationZEL& camera, const rectiline_options& options,
-                    const rectiline_view& view, const std::string& file,
-                    const std::string& result) {
-  GreyImage raw = readImage(file, camera);
-  Map map(view.width, view.height);
-  const rectiline_map target = map.view();
-  check(rectiline_undistort(&camera, &options, &target, nullptr));
-  writeGrey(result, remap(raw, map));
-  print("%s: focal length %.3f px, %.1f %% of the pixels have a source\n", camera.name, view.fx,
-        100 * reportOn(map).share_with_source);
-}
-
-struct Arguments {
-  RigArgument rig;
-  std::vector<std::string> images;  // of the rig's first cameras, in its order
-  OutputArgument output;
-  bool whole = false;  // keep the whole image instead of the focal length
-};
-
-/// Writes NAME.png per camera that has an image, and linear.rig.xml.
-Result undistort(const Arguments& arguments) {
-  const DeviceCalibrationZEL device = arguments.rig.read().device;
-  const std::size_t count = arguments.images.size();
-  if (count > static_cast<std::size_t>(device.num_cameras)) {
-    throw Error(arguments.rig.text() + ": has " + std::to_string(device.num_cameras) +
-                " cameras, " + std::to_string(count) + " images were given");
+/// The files of each camera. All of a single camera's rig are its own; else the first argument
+/// names those of the first camera, the second those of the second, and so on.
+std::vector<std::vector<std::string>> framesByCamera(const Arguments& arguments,
+                                                     const DeviceCalibrationZEL& device) {
+  const auto cameras = static_cast<std::size_t>(device.num_cameras);
+  if (cameras > 1 && arguments.images.size() > cameras) {
+    throw Error(arguments.rig.text() + ": has " + std::to_string(cameras) + " cameras, " +
+                std::to_string(arguments.images.size()) + " images were given");
   }
-  auto options = sized<rectiline_options>();
-  options.coverage = arguments.whole ? RECTILINE_COVERAGE_WHOLE : RECTILINE_COVERAGE_AUTOMATIC;
+  std::vector<std::vector<std::string>> frames(cameras);
+  for (std::size_t i = 0; i < arguments.images.size(); ++i) {
+    std::vector<std::string>& own = frames[cameras == 1 ? 0 : i];
+    const std::vector<std::string> found = findFrames(arguments.images[i]);
+    own.insert(own.end(), found.begin(), found.end());
+  }
+  return frames;
+}
+
+/// NAME.png for a camera with one image, else a folder NAME with the names of the images.
+std::vector<Job> planJobs(const Arguments& arguments, const DeviceCalibrationZEL& device,
+                          const std::vector<std::vector<std::string>>& frames, Outputs& out) {
+  std::vector<Job> jobs;
+  for (std::size_t camera = 0; camera < frames.size(); ++camera) {
+    if (frames[camera].empty()) continue;
+    const std::string name = device.cameras[camera].name;
+    const ImageFile first(frames[camera].front());
+    const std::string end = extensionOf(arguments.format, first.header().format);
+    const bool isAlone = frames[camera].size() == 1;
+    for (const std::string& file : frames[camera]) {
+      const std::string stem = std::filesystem::path(file).stem().string();
+      jobs.push_back({camera, file, isAlone ? out.file(name + end) : out.file(stem + end, name)});
+    }
+  }
+  return jobs;
+}
+
+/// Writes the images and linear.rig.xml, in which every camera of the rig is a pinhole camera.
+Result undistort(const Arguments& arguments) {
+  const Rig rig = arguments.rig.read();
+  const auto frames = framesByCamera(arguments, rig.device);
   std::vector<std::string> inputs = arguments.rig.files();
-  inputs.insert(inputs.end(), arguments.images.begin(), arguments.images.end());
+  for (const auto& files : frames) inputs.insert(inputs.end(), files.begin(), files.end());
   Outputs out(arguments.output, inputs);
   const std::string rigOut = out.file("linear.rig.xml");
-  std::vector<std::string> imagesOut;
-  for (std::size_t i = 0; i < count; ++i) {
-    imagesOut.push_back(out.file(std::string(device.cameras[i].name) + ".png"));
+  const std::vector<Job> jobs = planJobs(arguments, rig.device, frames, out);
+
+  rectiline_options options = arguments.view.options(rig);
+  if (arguments.whole) options.coverage = RECTILINE_COVERAGE_WHOLE;
+  DeviceCalibrationZEL pinholes = rig.device;
+  std::deque<Remapper> remappers;
+  Result result;
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    const CameraCalibrationZEL& camera = rig.device.cameras[i];
+    UndistortMap made = createUndistortMap(camera, options, arguments.rig.limit());
+    const double share = reportOn(made.map).share_with_source;
+    pinholes.cameras[i] = pinholeCamera(camera, made.view);
+    remappers.emplace_back(std::move(made.map), camera);
+    if (frames[i].empty()) continue;
+    print("%s: focal length %.3f px, %.1f %% of the pixels have a source, %zu image%s\n",
+          camera.name, made.view.fx, 100 * share, frames[i].size(),
+          frames[i].size() == 1 ? "" : "s");
+    result.json["cameras"].push_back({{"name", camera.name},
+                                      {"width", made.view.width},
+                                      {"height", made.view.height},
+                                      {"focal_length", made.view.fx},
+                                      {"share_with_source", share},
+                                      {"images", frames[i].size()}});
   }
-  DeviceCalibrationZEL pinholes = device;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(device.num_cameras); ++i) {
-    const CameraCalibrationZEL& camera = device.cameras[i];
-    const rectiline_view view = undistortedView(camera, options);
-    pinholes.cameras[i] = pinholeCamera(camera, view);
-    if (i < count) undistortImage(camera, options, view, arguments.images[i], imagesOut[i]);
-  }
-  saveRig(rigOut, pinholes);
-  return {{{"rig", rigOut}, {"images", imagesOut}}, ""};
+  forEach(jobs.size(), "images", [&](std::size_t i) {
+    const Remapper& remapper = remappers[jobs[i].camera];
+    writeImage(jobs[i].out, remapper.remap(remapper.read(jobs[i].in)), arguments.format);
+  });
+  if (options.projection == RECTILINE_PINHOLE) saveRig(rigOut, pinholes);
+  return result;
 }
 
 }  // namespace
@@ -87,10 +133,16 @@ Result undistort(const Arguments& arguments) {
 Run declareUndistort(CLI::App& command) {
   const auto arguments = std::make_shared<Arguments>();
   arguments->rig.declare(command, RigArgument::SizeOption::AlsoOfResults);
-  command.add_option("IMAGES", arguments->images, "images of the first cameras")->required();
+  arguments->view.declare(command);
+  command
+      .add_option(
+          "IMAGES", arguments->images,
+          "of each camera in the rig's order an image, a folder or a pattern with one *; of "
+          "a single camera any number of them")
+      ->required();
   arguments->output.declareDirectory(command);
-  command.add_flag("--whole", arguments->whole,
-                   "keep the whole image instead of the focal length at its centre");
+  declareImageFormat(command, arguments->format);
+  command.add_flag("--whole", arguments->whole, "the same as --coverage whole");
   return [arguments] { return undistort(*arguments); };
 }
 

@@ -24,7 +24,7 @@ Result verify(const Arguments& arguments) {
   const Rig rig = arguments.rig.readPair();
   const DeviceCalibrationZEL truth =
       arguments.truth.empty() ? rig.device : RigArgument::readTruth(arguments.truth);
-  PairMaps maps = createPairMaps(rig.device);
+  const PairMaps maps = createPairMaps(rig.device);
   const rectiline_certificate c = certify(maps, truth);
   printCertificate(c);
   print("compared: the maps with the calibration; \"rectiline check\" compares it with images\n");

@@ -1,5 +1,8 @@
 #include "files/FramePairs.h"
 
+#include <algorithm>
+#include <array>
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <string_view>
@@ -35,12 +38,20 @@ Frames framesIn(const fs::path& folder, std::string_view prefix, std::string_vie
 
 bool isPattern(const std::string& argument) { return argument.find('*') != std::string::npos; }
 
-bool namesOneFile(const std::string& argument) {
-  return !fs::is_directory(argument) && !(isPattern(argument) && !fs::exists(argument));
+/// What else lies in a folder, as lists of times do, is no frame.
+bool hasImageName(const std::string& file) {
+  constexpr std::array kExtensions{".png", ".jpg", ".jpeg", ".pgm", ".ppm", ".pnm"};
+  std::string extension = fs::path(file).extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
 }
 
 Frames framesOf(const std::string& argument) {
-  if (fs::is_directory(argument)) return framesIn(argument, "", "");
+  if (fs::is_directory(argument)) {
+    Frames frames = framesIn(argument, "", "");
+    std::erase_if(frames, [](const auto& frame) { return !hasImageName(frame.second); });
+    return frames;
+  }
   const fs::path path(argument);
   const std::string name = path.filename().string();
   const std::size_t star = name.find('*');
@@ -53,6 +64,18 @@ Frames framesOf(const std::string& argument) {
 }
 
 }  // namespace
+
+bool namesOneFile(const std::string& argument) {
+  return !fs::is_directory(argument) && !(isPattern(argument) && !fs::exists(argument));
+}
+
+std::vector<std::string> findFrames(const std::string& argument) {
+  if (namesOneFile(argument)) return {argument};
+  std::vector<std::string> files;
+  for (const auto& [key, file] : framesOf(argument)) files.push_back(file);
+  if (files.empty()) throw Error(argument + ": there are no files of this name");
+  return files;
+}
 
 std::vector<FramePair> findFramePairs(const std::string& left, const std::string& right) {
   if (namesOneFile(left) && namesOneFile(right)) return {{left, right}};

@@ -18,4 +18,11 @@ struct FramePair {
 /// Throws Error when there is not a single pair. Files without a partner are counted in a note.
 std::vector<FramePair> findFramePairs(const std::string& left, const std::string& right);
 
+/// The files that one such argument names, in the order of their names. Throws Error when there are
+/// none.
+std::vector<std::string> findFrames(const std::string& argument);
+
+/// Whether an argument names one file rather than a folder or a pattern.
+bool namesOneFile(const std::string& argument);
+
 }  // namespace rectiline::tool

@@ -22,6 +22,12 @@ void makeDirectory(const std::filesystem::path& directory) {
               ExitCode::CannotWrite);
 }
 
+/// Some names are those of cameras, which a rig file may give as it likes.
+void requireName(const std::string& name) {
+  if (name.find('/') == std::string::npos && name != "." && name != "..") return;
+  throw Error("\"" + name + "\" is no name for a file: cameras' names may not contain a slash");
+}
+
 void declareForce(CLI::App& command, bool& force) {
   command.add_flag("--force", force, "replace files that exist; never those that are read");
 }
@@ -50,10 +56,8 @@ Outputs::Outputs(OutputArgument where, const std::vector<std::string>& inputs)
 }
 
 std::string Outputs::file(const std::string& name, const std::string& folder) {
-  // Some names are those of cameras, which a rig file may give as it likes.
-  if (name.find('/') != std::string::npos) {
-    throw Error("\"" + name + "\" is no name for a file: cameras' names may not contain a slash");
-  }
+  requireName(name);
+  if (!folder.empty()) requireName(folder);
   const std::filesystem::path directory = std::filesystem::path(mWhere.path) / folder;
   makeDirectory(directory);
   return claim(directory / name);

@@ -5,7 +5,7 @@
 
 namespace rectiline::tool {
 
-rectiline_certificate certify(PairMaps& maps, const DeviceCalibrationZEL& truth) {
+rectiline_certificate certify(const PairMaps& maps, const DeviceCalibrationZEL& truth) {
   auto c = sized<rectiline_certificate>();
   const rectiline_map left = maps.left.view();
   const rectiline_map right = maps.right.view();

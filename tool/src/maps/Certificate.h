@@ -7,7 +7,7 @@
 namespace rectiline::tool {
 
 /// Measures rectification maps against the exact formulas of a device. Throws Error.
-rectiline_certificate certify(PairMaps& maps, const DeviceCalibrationZEL& truth);
+rectiline_certificate certify(const PairMaps& maps, const DeviceCalibrationZEL& truth);
 
 void printCertificate(const rectiline_certificate& c);
 nlohmann::ordered_json toJson(const rectiline_certificate& c);

@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "images/Png.h"
+#include "images/PixelLimit.h"
+#include "images/Pixels.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::tool {
@@ -14,7 +15,7 @@ class Map {
   Map(int width, int height);
 
   /// The map as the library sees it; valid as long as this object stays where it is.
-  [[nodiscard]] rectiline_map view();
+  [[nodiscard]] rectiline_map view() const;
   [[nodiscard]] const Pixels<std::uint8_t>& reasons() const { return mReasons; }
 
  private:
@@ -30,16 +31,25 @@ struct PairMaps {
   Map right;
 };
 
+/// Everything automatic.
+rectiline_options automaticOptions();
+
 /// Makes the rectification maps and prints the library's warnings on standard error. Throws Error
-/// when the pair cannot be rectified.
-PairMaps createPairMaps(const DeviceCalibrationZEL& device);
+/// when the pair cannot be rectified, or its images would be above the limit.
+PairMaps createPairMaps(const DeviceCalibrationZEL& device,
+                        const rectiline_options& options = automaticOptions(),
+                        const PixelLimit& limit = {});
 
-rectiline_report reportOn(Map& map);
+/// One camera's image without its distortion.
+struct UndistortMap {
+  rectiline_view view;
+  Map map;
+};
 
-/// Remaps an image bilinearly. Throws Error.
-GreyImage remap(GreyImage& source, Map& map);
+/// Throws Error as above.
+UndistortMap createUndistortMap(const CameraCalibrationZEL& camera,
+                                const rectiline_options& options, const PixelLimit& limit);
 
-/// Reads an image of the camera's size. Throws Error.
-GreyImage readImage(const std::string& file, const CameraCalibrationZEL& camera);
+rectiline_report reportOn(const Map& map);
 
 }  // namespace rectiline::tool

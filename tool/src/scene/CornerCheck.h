@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "images/Png.h"
+#include "images/Pixels.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::tool {

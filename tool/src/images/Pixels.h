@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace rectiline::tool {
@@ -31,13 +30,5 @@ struct Pixels {
 
 using GreyImage = Pixels<std::uint8_t>;
 using DepthImage = Pixels<std::uint16_t>;
-
-/// Reads a PNG of 8 bits per channel as grey. Throws Error for any other file.
-GreyImage readGrey(const std::string& file);
-
-void writeGrey(const std::string& file, const GreyImage& image);
-/// `image` holds three channels, red, green, blue.
-void writeColour(const std::string& file, const GreyImage& image);
-void writeDepth(const std::string& file, const DepthImage& image);
 
 }  // namespace rectiline::tool
