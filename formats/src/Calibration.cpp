@@ -142,13 +142,16 @@ void setLimits(const SourceCamera& camera, CameraCalibrationZEL& record) {
   const double limit = camera.lens.limit;
   if (!(limit > 0)) return;
   if (!(limit < validRadius(record, camera.place))) return;
-  LensParameters radial = camera.lens;
-  radial.p1 = radial.p2 = 0;
-  Vec2 position;
-  const double length = std::hypot(limit, 1);
-  if (!camera.model->tryProject(radial, {limit / length, 0, 1 / length}, position)) return;
+  CameraCalibrationZEL radial = record;
+  radial.intrinsics.distortion[6] = radial.intrinsics.distortion[7] = 0;
+  const double ray[3] = {limit, 0, 1};
+  double pixel[2];
+  if (rectiline_rays_to_pixels(&radial, 1, ray, pixel, nullptr) != RECTILINE_OK) {
+    throwLibraryError(camera.place);
+  }
   record.intrinsics.distortion_limit = limit;
-  record.intrinsics.undistortion_limit = position[0];
+  record.intrinsics.undistortion_limit =
+      (pixel[0] - record.intrinsics.principal_point_x) / record.intrinsics.focal_length_x;
 }
 
 void noteOutside(const SourceCamera& camera, const CameraCalibrationZEL& record, double share,
@@ -181,9 +184,9 @@ CameraReading readLens(const SourceCamera& camera, const ReadOptions& options,
     throw FormatError(camera.place, "one of the library's lens models, or --fit for the closest",
                       obstacle);
   }
-  if (!isFitted) setLimits(camera, record);
   const Comparison comparison =
       isFitted ? fitSource(camera, samples, record) : compare(samples, record, camera.place);
+  setLimits(camera, record);
   const double difference = comparison.greatestDifference;
   if (!isFitted && !(difference <= kGreatestDifference)) {
     throw FormatError(camera.place,

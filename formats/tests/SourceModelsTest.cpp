@@ -137,6 +137,15 @@ TEST_F(FitTest, SaysHowFarOffTheClosestIs) {
   EXPECT_GT(*read.cameras[0].greatestDifference, 0.01);
   EXPECT_LT(*read.cameras[0].greatestDifference, 0.2);
   EXPECT_NE(read.notes[0].find("codx"), std::string::npos);
+  // The depth camera's metric radius; its lens ends at an angle of 60 degrees.
+  EXPECT_EQ(read.device.cameras[0].intrinsics.distortion_limit, 1.7389928102493286);
+  EXPECT_NEAR(read.device.cameras[0].intrinsics.undistortion_limit, 1.0158, 0.001);
+  const double rays[2][3] = {{1.7, 0, 1}, {1.8, 0, 1}};
+  double pixels[2][2] = {};
+  ASSERT_EQ(rectiline_rays_to_pixels(&read.device.cameras[0], 2, rays[0], pixels[0], nullptr),
+            RECTILINE_OK);
+  EXPECT_FALSE(std::isnan(pixels[0][0]));
+  EXPECT_TRUE(std::isnan(pixels[1][0]));
   // Skew alone is nothing but the best compromise of the same model.
   const std::string skewed =
       edited(kOpenCvXml, "5.3341652746401496e+02 0.", "5.3341652746401496e+02 0.01");
