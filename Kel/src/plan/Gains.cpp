@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "bilinear.h"
+#include "plan/Arithmetic.h"
 
 namespace kel::plan {
 namespace {
@@ -29,18 +30,21 @@ Gains::Gains(const SourceGains& gains, const PlanLayout& layout)
   while (greatest * static_cast<float>(1 << mShift) > 65535.0F) --mShift;
 }
 
-std::uint16_t Gains::at(float x, float y) const {
-  if (!(isInside(x, mWidth) && isInside(y, mHeight))) return 0;
-  const Neighbours rows = neighboursOf(y, mHeight);
+std::uint16_t Gains::at(const Positions& positions, int i) const {
+  if (positions.isInside[i] == 0) return 0;
+  const int top = positions.top[i];
+  const int left = positions.left[i];
+  const float weightRight = static_cast<float>(positions.weightRight[i]) / kFullWeight;
+  const float weightLower = static_cast<float>(positions.weightLower[i]) / kFullWeight;
   const float gain =
-      interpolate(interpolateRow(rows.i0, x), interpolateRow(rows.i1, x), rows.weight1);
+      interpolate(interpolateRow(top, left, weightRight),
+                  interpolateRow(std::min(top + 1, mHeight - 1), left, weightRight), weightLower);
   return static_cast<std::uint16_t>(gain * static_cast<float>(1 << mShift) + 0.5F);
 }
 
-float Gains::interpolateRow(int y, float x) const {
-  const Neighbours columns = neighboursOf(x, mWidth);
+float Gains::interpolateRow(int y, int left, float weightRight) const {
   const float* const row = rowOf(mGains, y);
-  return interpolate(usable(row[columns.i0]), usable(row[columns.i1]), columns.weight1);
+  return interpolate(usable(row[left]), usable(row[std::min(left + 1, mWidth - 1)]), weightRight);
 }
 
 }  // namespace kel::plan

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "Kel/RemapPlan.h"
+#include "plan/Positions.h"
 
 namespace kel::plan {
 
@@ -15,11 +16,11 @@ class Gains {
   [[nodiscard]] bool areGiven() const { return mGains.start != nullptr; }
   /// How many bits stand for parts of a whole: the more, the smaller the greatest gain.
   [[nodiscard]] int shift() const { return mShift; }
-  /// Interpolated at a position inside; 0 elsewhere.
-  [[nodiscard]] std::uint16_t at(float x, float y) const;
+  /// Interpolated at pixel i of a square; 0 where that has no source.
+  [[nodiscard]] std::uint16_t at(const Positions& positions, int i) const;
 
  private:
-  [[nodiscard]] float interpolateRow(int y, float x) const;
+  [[nodiscard]] float interpolateRow(int y, int left, float weightRight) const;
 
   SourceGains mGains;
   int mWidth;

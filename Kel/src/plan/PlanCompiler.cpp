@@ -92,7 +92,7 @@ class Compiler {
       const float* const y = rowOf(mMap.y, area.y + row) + area.x;
       findRow(x, y, area.columns, row, positions);
       for (int i = 0; mGains.areGiven() && i < area.columns; ++i) {
-        positions.gain[row * kGroup + i] = mGains.at(x[i], y[i]);
+        positions.gain[row * kGroup + i] = mGains.at(positions, row * kGroup + i);
       }
     }
     const int filled = kGroup * area.rows;
