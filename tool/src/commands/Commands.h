@@ -33,8 +33,11 @@ const std::vector<Command>& commands();
 
 Run declareInfo(CLI::App& command);
 Run declareCheck(CLI::App& command);
+Run declareConvert(CLI::App& command);
 Run declareRectify(CLI::App& command);
 Run declareUndistort(CLI::App& command);
+Run declareMaps(CLI::App& command);
+Run declareDepth(CLI::App& command);
 Run declareReport(CLI::App& command);
 Run declareVerify(CLI::App& command);
 Run declareRender(CLI::App& command);

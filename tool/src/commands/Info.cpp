@@ -23,6 +23,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr double kDegrees = 180 / M_PI;
 constexpr double kNoticeableTableError = 0.01;  // pixels
+constexpr double kNoticeableShare = 0.0005;     // of the image: what "0.1 %" says
 
 struct LensName {
   const char* ours;
@@ -131,14 +132,14 @@ void warnAboutCamera(const CameraFacts& camera, std::vector<std::string>& warnin
     warnings.push_back(text("camera %s: its tables are up to %.3f px off its formula", name,
                             tableError(camera.certificate)));
   }
-  if (camera.shareWithoutRay > 0) {
+  if (camera.shareWithoutRay > kNoticeableShare) {
     warnings.push_back(
         text("camera %s: %.1f %% of the image lie where its lens model gives no "
              "direction in front of the camera",
              name, 100 * camera.shareWithoutRay));
   }
   if (camera.reading != nullptr && camera.reading->isFitted) {
-    warnings.push_back(text("camera %s: %s was fitted, at most %.4f px off", name,
+    warnings.push_back(text("camera %s: %s was fitted, at most %.2g px off", name,
                             camera.reading->sourceModel.c_str(),
                             camera.reading->greatestDifference.value_or(0)));
   }

@@ -1,0 +1,12 @@
+# libzip (Debian package libzip-dev), whose own configuration file asks for programs that the package
+# does not hold.
+find_path(LibZip_INCLUDE_DIR zip.h)
+find_library(LibZip_LIBRARY zip)
+include(FindPackageHandleStandardArgs)
+find_package_handle_standard_args(LibZip DEFAULT_MSG LibZip_LIBRARY LibZip_INCLUDE_DIR)
+if(LibZip_FOUND AND NOT TARGET LibZip::LibZip)
+  add_library(LibZip::LibZip UNKNOWN IMPORTED)
+  set_target_properties(LibZip::LibZip PROPERTIES
+    IMPORTED_LOCATION ${LibZip_LIBRARY}
+    INTERFACE_INCLUDE_DIRECTORIES ${LibZip_INCLUDE_DIR})
+endif()
