@@ -44,9 +44,13 @@ class CommandTest : public ::testing::Test {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   }
 
-  [[nodiscard]] Outcome run(const std::string& arguments) const {
-    const std::string command = std::string(RECTILINE_COMMAND) + " " + arguments + " >" +
-                                path(".output") + " 2>" + path(".errors");
+  /// @param before    what the shell is given in front of the command
+  /// @param outputTo  where standard output goes if not into Outcome::output
+  [[nodiscard]] Outcome run(const std::string& arguments, const std::string& before = "",
+                            const std::string& outputTo = "") const {
+    const std::string command = before + RECTILINE_COMMAND + " " + arguments + " >" +
+                                (outputTo.empty() ? path(".output") : outputTo) + " 2>" +
+                                path(".errors");
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentOf(path(".output")),
             contentOf(path(".errors"))};
