@@ -20,7 +20,14 @@ Struct sized() {
 
 /// A view that looks where its camera does.
 inline rectiline_view frontalView(std::int32_t projection, std::int32_t axis = 0) {
-  rectiline_view view{sizeof view, projection, 64, 48, 50, 50, 32, 24, axis};
+  auto view = sized<rectiline_view>();
+  view.projection = projection;
+  view.width = 64;
+  view.height = 48;
+  view.fx = view.fy = 50;
+  view.cx = 32;
+  view.cy = 24;
+  view.axis = axis;
   for (const int i : {0, 4, 8}) view.R_camera_view[i] = 1;
   return view;
 }
