@@ -118,12 +118,16 @@ void createOneVignettingMap(const CallSite& site, const Rig& source, const Rig& 
 
 }  // namespace
 
-void CreateUndistortMap(const Rig& source, const Rig& target, const CalibrationMapConfig& config,
-                        UndistortionMap* maps) {
+// A report names the signature, and clang would name the alias in it.
+void CreateUndistortMap(const AR::CV::FullStereoCameraCalibration<float>& source,
+                        const AR::CV::FullStereoCameraCalibration<float>& target,
+                        const CalibrationMapConfig& config, UndistortionMap* maps) {
   createMaps(AR_HERE, source, target, config, maps);
 }
 
-void CreateVignettingMap(const Rig& source, const Rig& target, bool enable, CalibrationMap& map) {
+void CreateVignettingMap(const AR::CV::FullStereoCameraCalibration<float>& source,
+                         const AR::CV::FullStereoCameraCalibration<float>& target, bool enable,
+                         CalibrationMap& map) {
   if (!AR_CHECK(map.vignettingMaps, "calibrationMap.vignettingMaps", kWrapperSource)) return;
   if (!enable) return;
   for (std::size_t i = 0; i < map.numCameras; ++i) {
