@@ -256,8 +256,10 @@ TEST_F(ToolTest, EveryHelpShowsAnExample) {
 }
 
 TEST_F(ToolTest, CtrlCLeavesNothingHalfDone) {
-  const Outcome r =
-      run("render " + kRadtan + " -o " + path("out"), "timeout --preserve-status -s INT 1 ");
+  const std::string size = "4000 3000";  // takes minutes
+  writeText("large.xml", rigOf(camera("left", 0, size) + camera("right", -0.1, size)));
+  const Outcome r = run("render " + path("large.xml") + " -o " + path("out"),
+                        "timeout --preserve-status -s INT 1 ");
   EXPECT_EQ(r.exitCode, 130) << r.errors;
   EXPECT_EQ(files("out"), std::set<std::string>{});
 }

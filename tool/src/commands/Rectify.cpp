@@ -230,6 +230,9 @@ Result rectify(const Arguments& arguments) {
   for (const FramePair& pair : pairs) {
     inputs.insert(inputs.end(), {pair.left, pair.right});
   }
+  if (arguments.isBatch() && !arguments.points.empty()) {
+    throw Error("--points is for a single pair", ExitCode::Usage);
+  }
   Outputs out(arguments.output, inputs);
   const std::vector<Job> jobs = planJobs(arguments, pairs, out);
   const std::string rigOut = out.file("rectified.rig.xml");
@@ -249,7 +252,7 @@ Result rectify(const Arguments& arguments) {
 
   printRectification(arguments, r);
   printTimes(rectifier.times(), jobs.size(), elapsed.count());
-  if (!arguments.points.empty() && !arguments.isBatch()) {
+  if (!arguments.points.empty()) {
     checkPoints({greyOf(last.left), greyOf(last.right), r}, arguments.points);
   }
   Result result{toJson(r), verdictOn(r)};
