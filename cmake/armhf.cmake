@@ -25,4 +25,6 @@ foreach(kind EXE SHARED)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT ${link})
 endforeach()
 list(JOIN libraries ":" path)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/${target} -E LD_LIBRARY_PATH=${path})
+# In the cache, where scripts/count-instructions reads it.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/${target} -E LD_LIBRARY_PATH=${path}
+    CACHE STRING "how programs run on this machine")
