@@ -1,5 +1,6 @@
 #include "files/Interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 #include "cli/Error.h"
@@ -7,9 +8,11 @@
 namespace rectiline::tool {
 namespace {
 
-volatile std::sig_atomic_t isInterrupted = 0;
+// Written by a signal's handler, which may only touch what takes no lock, and read by all threads.
+std::atomic<bool> isInterrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
-void remember(int /*signal*/) { isInterrupted = 1; }
+void remember(int /*signal*/) { isInterrupted = true; }
 
 }  // namespace
 
@@ -21,7 +24,7 @@ void catchInterrupts() {
 }
 
 void throwIfInterrupted() {
-  if (isInterrupted != 0) throw Error("interrupted", ExitCode::Interrupted);
+  if (isInterrupted) throw Error("interrupted", ExitCode::Interrupted);
 }
 
 }  // namespace rectiline::tool
