@@ -48,7 +48,8 @@ struct Iterations {
   }
 };
 
-void invertBlock(const Spline& spline, V xMax, const float* y, float* G) {
+// Inlined: g++ does not clear the upper halves of the registers after a call that takes a vector.
+HWY_INLINE void invertBlock(const Spline& spline, V xMax, const float* y, float* G) {
   Iterations iterations[kVectors];
   for (std::size_t i = 0; i < kVectors; ++i) {
     const V y_i = hn::Load(d, y + i * kLanes);
