@@ -20,9 +20,9 @@ TYPED_TEST_SUITE(CameraUtil, Precisions);
 TEST(CameraUtilNames, AreThoseOfTheModelsInUpperCase) {
   LogCapture log;
   DistortionModel model = LINEAR;
-  for (std::int32_t number = 0; number < kNumDistortionModels; ++number) {
-    EXPECT_TRUE(radialDistortionModelStringToEnum(modelName(DistortionModel(number)), model));
-    EXPECT_EQ(model, number);
+  for (const DistortionModel named : kDistortionModels) {
+    EXPECT_TRUE(radialDistortionModelStringToEnum(modelName(named), model));
+    EXPECT_EQ(model, named);
   }
   EXPECT_STREQ(modelName(CHEBYSHEV_4_PARAMETERS), "CHEBYSHEV_4_PARAMETERS");
   EXPECT_FALSE(radialDistortionModelStringToEnum("linear%s", model));

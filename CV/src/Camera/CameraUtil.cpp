@@ -60,8 +60,7 @@ DistortionModel modelOfOldVec(const Math::Vec<P, 8>& o) {
 }  // namespace
 
 bool radialDistortionModelStringToEnum(const std::string& name, DistortionModel& model) {
-  for (std::int32_t number = 0; number < CamModel::kNumDistortionModels; ++number) {
-    const auto candidate = static_cast<DistortionModel>(number);
+  for (const DistortionModel candidate : CamModel::kDistortionModels) {
     if (name != CamModel::modelName(candidate)) continue;
     model = candidate;
     return true;

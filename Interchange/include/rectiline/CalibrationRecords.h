@@ -17,8 +17,8 @@
 // 32-bit x86 aligns a double to 4 bytes, 32-bit ARM to 8: the alignment is asked for by name.
 #define RECTILINE_ALIGNED_8 alignas(8)
 #define RECTILINE_LAYOUT(condition) static_assert(condition, #condition)
-#define RECTILINE_RECORD(record, size, alignment)                           \
-  RECTILINE_LAYOUT(sizeof(record) == size && alignof(record) == alignment); \
+#define RECTILINE_RECORD(record, size, alignment)                               \
+  RECTILINE_LAYOUT(sizeof(record) == (size) && alignof(record) == (alignment)); \
   static_assert(std::is_trivially_copyable<record>::value, #record)
 #else
 #ifdef __GNUC__
@@ -29,7 +29,7 @@
 // C99 has no static_assert; a negative array size is an error there, and any number of these
 // declarations are one and the same.
 #define RECTILINE_LAYOUT(condition) extern const char rectiline_layout[(condition) ? 1 : -1]
-#define RECTILINE_RECORD(record, size, alignment) RECTILINE_LAYOUT(sizeof(record) == size)
+#define RECTILINE_RECORD(record, size, alignment) RECTILINE_LAYOUT(sizeof(record) == (size))
 #endif
 
 /// How many units a device record holds.

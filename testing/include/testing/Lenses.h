@@ -58,7 +58,7 @@ inline constexpr Lens kLenses[] = {
 };
 
 constexpr bool everyModelHasALens() {
-  for (std::int32_t model = 0; model < kNumDistortionModels; ++model) {
+  for (const DistortionModel model : kDistortionModels) {
     if (std::none_of(std::begin(kLenses), std::end(kLenses),
                      [=](const Lens& lens) { return lens.model == model; })) {
       return false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 
 #include "AR/Common/Macros.h"
 #include "AR/Math/Vector.h"
@@ -25,17 +26,20 @@ namespace CamModel {
 /// The underlying type is fixed, so that a value read from a record may be held, and refused, when
 /// it is none of these.
 enum DistortionModel : std::int32_t {
-#define RECTILINE_ENUMERATOR(name, number) name = number,
+#define RECTILINE_ENUMERATOR(name, number) name = (number),
   RECTILINE_DISTORTION_MODELS(RECTILINE_ENUMERATOR)
 #undef RECTILINE_ENUMERATOR
 };
 
+/// All of them, by number.
+inline constexpr DistortionModel kDistortionModels[] = {
+#define RECTILINE_NAME(name, number) name,
+    RECTILINE_DISTORTION_MODELS(RECTILINE_NAME)
+#undef RECTILINE_NAME
+};
+
 /// How many models there are; their numbers are 0 to one less.
-inline constexpr std::int32_t kNumDistortionModels = 0
-#define RECTILINE_COUNT(name, number) +1
-    RECTILINE_DISTORTION_MODELS(RECTILINE_COUNT)
-#undef RECTILINE_COUNT
-    ;
+inline constexpr std::int32_t kNumDistortionModels = std::size(kDistortionModels);
 
 /// Length of every vector of radial coefficients.
 inline constexpr int MAX_RD_PARAMS = 6;
