@@ -22,8 +22,8 @@ using Vec3 = AR::Math::Vec<double, 3>;
 /// A camera's formulas within the range of its tables.
 class PointCamera {
  public:
-  explicit PointCamera(const CameraCalibrationZEL* record)
-      : mTables(tablesOf(record)), mExact(*ExactCamera::fromRecord(record->intrinsics)) {}
+  explicit PointCamera(const CameraCalibrationZEL& record)
+      : mTables(makeCamera(record, kAlone)), mExact(*ExactCamera::fromRecord(record.intrinsics)) {}
 
   /// The pixel of a ray in the camera's frame. As in maps, rays less than 0.01 in front of the
   /// camera graze it.
@@ -66,11 +66,6 @@ class PointCamera {
   }
 
  private:
-  static AR::CV::Camera<float> tablesOf(const CameraCalibrationZEL* record) {
-    requirePointer(record, "camera");
-    return makeCamera(*record, kAlone);
-  }
-
   AR::CV::Camera<float> mTables;
   ExactCamera mExact;
 };
@@ -148,7 +143,7 @@ Vec3 normalized(const Vec3& v) {
 std::int32_t rectiline_pixels_to_rays(const CameraCalibrationZEL* camera, std::size_t n,
                                       const double* pixels, double* rays, std::uint8_t* reasons) {
   return guarded([&] {
-    const PointCamera from(camera);
+    const PointCamera from(readCamera(camera));
     if (n == 0) return;
     checkBuffers<2, 3>(n, pixels, "pixels", rays, "rays", reasons);
     convertPoints<2, 3>(n, pixels, rays, reasons, [&](const PixelPosition& pixel, Vec3& ray) {
@@ -160,7 +155,7 @@ std::int32_t rectiline_pixels_to_rays(const CameraCalibrationZEL* camera, std::s
 std::int32_t rectiline_rays_to_pixels(const CameraCalibrationZEL* camera, std::size_t n,
                                       const double* rays, double* pixels, std::uint8_t* reasons) {
   return guarded([&] {
-    const PointCamera to(camera);
+    const PointCamera to(readCamera(camera));
     if (n == 0) return;
     checkBuffers<3, 2>(n, rays, "rays", pixels, "pixels", reasons);
     convertPoints<3, 2>(n, rays, pixels, reasons, [&](const Vec3& ray, PixelPosition& pixel) {
@@ -174,7 +169,7 @@ std::int32_t rectiline_pixels_to_view(const CameraCalibrationZEL* camera,
                                       const double* pixels, double* view_pixels,
                                       std::uint8_t* reasons) {
   return guarded([&] {
-    const PointCamera from(camera);
+    const PointCamera from(readCamera(camera));
     const View to = checkedView(readStruct(view, "view"), "view");
     if (n == 0) return;
     checkBuffers<2, 2>(n, pixels, "pixels", view_pixels, "view_pixels", reasons);
@@ -198,7 +193,7 @@ std::int32_t rectiline_view_to_pixels(const CameraCalibrationZEL* camera,
                                       const double* view_pixels, double* pixels,
                                       std::uint8_t* reasons) {
   return guarded([&] {
-    const PointCamera to(camera);
+    const PointCamera to(readCamera(camera));
     const View from = checkedView(readStruct(view, "view"), "view");
     if (n == 0) return;
     checkBuffers<2, 2>(n, view_pixels, "view_pixels", pixels, "pixels", reasons);

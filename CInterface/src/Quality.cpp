@@ -57,11 +57,11 @@ std::int32_t rectiline_map_report(const rectiline_map* map, rectiline_report* re
 std::int32_t rectiline_certify_camera(const CameraCalibrationZEL* camera,
                                       rectiline_camera_certificate* certificate) {
   return guarded([&] {
-    requirePointer(camera, "camera");
+    const CameraCalibrationZEL record = readCamera(camera);
     requireStruct(certificate, "certificate");
-    static_cast<void>(makeCamera(*camera, kAlone));
+    static_cast<void>(makeCamera(record, kAlone));
     VIO::CameraCertificate measured;
-    if (!VIO::certifyCamera(camera->intrinsics, measured)) {
+    if (!VIO::certifyCamera(record.intrinsics, measured)) {
       refuse(RECTILINE_INTERNAL_ERROR, "The camera's tables were made but could not be measured.");
     }
     writeStruct(certificate, "certificate", toInterface(measured));
@@ -71,13 +71,13 @@ std::int32_t rectiline_certify_camera(const CameraCalibrationZEL* camera,
 std::int32_t rectiline_row_times(const CameraCalibrationZEL* camera, const rectiline_map* map,
                                  float* seconds, std::size_t stride) {
   return guarded([&] {
-    requirePointer(camera, "camera");
+    const CameraCalibrationZEL record = readCamera(camera);
     const Map checked = checkedMap(map, "map");
     const Rows times = checkedRows(seconds, checked.width, checked.height, sizeof(float),
                                    alignof(float), stride, "seconds");
     requireApart(times, checked.x, "seconds");
     requireApart(times, checked.y, "seconds");
-    VIO::writeRowTimes(*camera, viewOf(checked), times.row<float>(0),
+    VIO::writeRowTimes(record, viewOf(checked), times.row<float>(0),
                        static_cast<std::ptrdiff_t>(times.stride / sizeof(float)));
   });
 }

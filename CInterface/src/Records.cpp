@@ -55,13 +55,20 @@ void requirePose(const CameraCalibrationZEL& record, int camera) {
   refuseCamera(camera, {"pose", fault->field}, fault->value, text, fault->value, fault->expected);
 }
 
-void requireDevice(const DeviceCalibrationZEL* device, int least) {
-  requirePointer(device, "device");
-  const int count = device->num_cameras;
+DeviceCalibrationZEL readDevice(const DeviceCalibrationZEL* callers, int least) {
+  requirePointer(callers, "device");
+  const DeviceCalibrationZEL device = *callers;
+  const int count = device.num_cameras;
   if (count < least || count > RECTILINE_MAX_CAMERAS) {
     refuseArgument("device.num_cameras", count, "is %d; it must be from %d to %d", count, least,
                    RECTILINE_MAX_CAMERAS);
   }
+  return device;
+}
+
+CameraCalibrationZEL readCamera(const CameraCalibrationZEL* callers) {
+  requirePointer(callers, "camera");
+  return *callers;
 }
 
 AR::CV::Camera<float> makeCamera(const CameraCalibrationZEL& record, int camera) {

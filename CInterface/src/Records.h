@@ -17,9 +17,14 @@ void requireIntrinsics(const CameraCalibrationZEL& record, int camera);
 /// Refuses a pose that is no rigid transform.
 void requirePose(const CameraCalibrationZEL& record, int camera);
 
+// The caller's records, copied: what is checked is then what is used, whoever writes the caller's.
+
 /// Refuses a null device and a number of cameras that is below `least` or that no device has. The
 /// cameras are not looked at.
-void requireDevice(const DeviceCalibrationZEL* device, int least);
+[[nodiscard]] DeviceCalibrationZEL readDevice(const DeviceCalibrationZEL* callers, int least);
+
+/// Refuses a null camera, and nothing else.
+[[nodiscard]] CameraCalibrationZEL readCamera(const CameraCalibrationZEL* callers);
 
 /// The camera of a record with its tables, as the map functions set it up. Refuses what
 /// requireIntrinsics() refuses and a lens whose tables cannot be made.

@@ -56,16 +56,16 @@ std::string deviceUid(const DeviceCalibrationZEL& device) {
   return isText ? device.header : "";
 }
 
-std::string writeDocument(const DeviceCalibrationZEL* device) {
-  requireDevice(device, 1);
-  for (int i = 0; i < device->num_cameras; ++i) {
-    requireName(device->cameras[i], i);
-    requireIntrinsics(device->cameras[i], i);
-    requirePose(device->cameras[i], i);
+std::string writeDocument(const DeviceCalibrationZEL* callersDevice) {
+  const DeviceCalibrationZEL device = readDevice(callersDevice, 1);
+  for (int i = 0; i < device.num_cameras; ++i) {
+    requireName(device.cameras[i], i);
+    requireIntrinsics(device.cameras[i], i);
+    requirePose(device.cameras[i], i);
   }
   Rig rig = emptyRig();
-  rig.setDeviceUID(deviceUid(*device));
-  rig.setFromIdl({device->cameras, static_cast<std::size_t>(device->num_cameras)}, rig.getInfo());
+  rig.setDeviceUID(deviceUid(device));
+  rig.setFromIdl({device.cameras, static_cast<std::size_t>(device.num_cameras)}, rig.getInfo());
   std::string document;
   std::string why;
   if (!AR::CV::tryRigToXml(rig, document, why)) {

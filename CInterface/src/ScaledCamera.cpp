@@ -66,14 +66,13 @@ std::int32_t rectiline_scaled_camera(const CameraCalibrationZEL* camera, double 
                                      std::int32_t width, std::int32_t height,
                                      CameraCalibrationZEL* scaled) {
   return guarded([&] {
-    requirePointer(camera, "camera");
+    CameraCalibrationZEL result = readCamera(camera);
     requirePointer(scaled, "scaled");
-    requireIntrinsics(*camera, kAlone);
+    requireIntrinsics(result, kAlone);
     requireScale(scale_x, "scale_x");
     requireScale(scale_y, "scale_y");
     const Cut x{scale_x, crop_x};
     const Cut y{scale_y, crop_y};
-    CameraCalibrationZEL result = *camera;
     IntrinsicCameraCalibrationZEL& in = result.intrinsics;
     in.width = keptSize(in.width, x, width, "crop_x", "width");
     in.height = keptSize(in.height, y, height, "crop_y", "height");
@@ -84,9 +83,9 @@ std::int32_t rectiline_scaled_camera(const CameraCalibrationZEL* camera, double 
     in.focal_length_x *= scale_x;
     in.focal_length_y *= scale_y;
     result.line_time_ns = AR::Common::saturatingCast<std::uint64_t>(
-        std::round(static_cast<double>(camera->line_time_ns) / scale_y));
+        std::round(static_cast<double>(result.line_time_ns) / scale_y));
     result.rs_center_row =
-        AR::Common::saturatingCast<std::int32_t>(std::round(y.position(camera->rs_center_row)));
+        AR::Common::saturatingCast<std::int32_t>(std::round(y.position(result.rs_center_row)));
     *scaled = result;
   });
 }

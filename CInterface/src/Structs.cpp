@@ -1,5 +1,7 @@
 #include "Structs.h"
 
+#include <algorithm>
+
 #include "Boundary.h"
 
 namespace rectiline::capi {
@@ -10,8 +12,8 @@ constexpr std::size_t kMostUnknown = 4096;
 
 }  // namespace
 
-void checkStructSize(const void* callers, std::size_t firstSize, std::size_t ownSize,
-                     const char* name) {
+std::size_t checkStructSize(const void* callers, std::size_t firstSize, std::size_t ownSize,
+                            const char* name) {
   requirePointer(callers, name);
   std::uint32_t size;  // the first member of them all
   std::memcpy(&size, callers, sizeof size);
@@ -27,6 +29,7 @@ void checkStructSize(const void* callers, std::size_t firstSize, std::size_t own
                    "must be zero",
                    i);
   }
+  return std::min<std::size_t>(size, ownSize);
 }
 
 void requireZero(double reserved, const FieldName& field) {

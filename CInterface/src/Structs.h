@@ -20,16 +20,17 @@ inline constexpr std::size_t kFirstSize = sizeof(Struct);
 
 /// Refuses a null struct, a size below `firstSize`, and members beyond `ownSize` that are not zero:
 /// they ask for what this version does not know.
-void checkStructSize(const void* callers, std::size_t firstSize, std::size_t ownSize,
-                     const char* name);
+/// @return the bytes that caller and library both know
+std::size_t checkStructSize(const void* callers, std::size_t firstSize, std::size_t ownSize,
+                            const char* name);
 
 /// The caller's struct; members that it is too short for are zero.
 /// @param name  the argument's name in the header, for the refusal
 template <typename Struct>
 Struct readStruct(const Struct* callers, const char* name) {
-  checkStructSize(callers, kFirstSize<Struct>, sizeof(Struct), name);
+  const std::size_t size = checkStructSize(callers, kFirstSize<Struct>, sizeof(Struct), name);
   Struct own{};
-  std::memcpy(&own, callers, std::min<std::size_t>(callers->struct_size, sizeof(Struct)));
+  std::memcpy(&own, callers, size);
   return own;
 }
 
@@ -42,9 +43,9 @@ void requireStruct(const Struct* callers, const char* name) {
 /// Gives the caller as many members of `own` as there is room for. The struct's size stays.
 template <typename Struct>
 void writeStruct(Struct* callers, const char* name, Struct own) {
-  requireStruct(callers, name);
+  const std::size_t size = checkStructSize(callers, kFirstSize<Struct>, sizeof(Struct), name);
   own.struct_size = callers->struct_size;
-  std::memcpy(callers, &own, std::min<std::size_t>(callers->struct_size, sizeof(Struct)));
+  std::memcpy(callers, &own, size);
 }
 
 /// Fills a text member, cutting what is too long.

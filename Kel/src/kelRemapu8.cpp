@@ -3,13 +3,16 @@
 #include <cstddef>
 #include <initializer_list>
 
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/RowBands.h"
 #include "remapRow.h"
 
 namespace {
 
+constexpr char kSource[] = "Kel/src/kelRemapu8";
 constexpr int kSuccess = 0;
 constexpr int kInvalidArgument = -1;
+constexpr int kFailed = -2;
 constexpr int kBilinear = 1;
 constexpr std::int64_t kFloatBytes = 4;
 
@@ -57,11 +60,15 @@ extern "C" int kelRemapu8(const std::uint8_t* src, int srcWidth, int srcHeight, 
   }
 
   const kel::SourceImage image{src, srcWidth, srcHeight, srcStride};
-  AR::Common::forEachRowBand(dstHeight, dstWidth, [&](int firstRow, int endRow) {
+  const auto remapRows = [&](int firstRow, int endRow) {
     for (int v = firstRow; v < endRow; ++v) {
       std::uint8_t* const dstRow = dst + static_cast<std::ptrdiff_t>(std::int64_t{v} * dstStride);
       kel::remapRow(image, rowOf(xs, v), rowOf(ys, v), dstRow, dstWidth);
     }
-  });
-  return kSuccess;
+  };
+  const auto remapAll = [&] {
+    AR::Common::forEachRowBand(dstHeight, dstWidth, remapRows);
+    return kSuccess;
+  };
+  return AR::Common::withoutExceptions(AR_HERE, kSource, remapAll, [] { return kFailed; });
 }

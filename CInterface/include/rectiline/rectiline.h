@@ -48,7 +48,8 @@
  *     grow into their reserved members, which must be zero.
  *  5. Memory. Every buffer is the caller's and must hold what the struct says; strides are in bytes
  *     from row to row, 0 means that rows follow each other without a gap. Nothing outside the rows
- *     is written. Buffers that are written may not overlap others of the same call.
+ *     is written. Buffers that are written may not overlap others of the same call. Records and
+ *     structs are copied before they are checked, and used as they were checked.
  *  6. Errors. Every call returns one status; nothing is thrown and nothing ends the process. When
  *     the status is not RECTILINE_OK, outputs hold what they held, except maps and planes, which
  *     are then filled with -1 and RECTILINE_PIXEL_NOT_MADE when the target itself was in order.

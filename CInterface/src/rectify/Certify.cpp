@@ -100,11 +100,11 @@ std::int32_t rectiline_certify_rectification(const DeviceCalibrationZEL* device,
                                              rectiline_certificate* certificate) {
   using namespace rectiline::capi;
   return guarded([&] {
-    requireDevice(device, 2);
+    const DeviceCalibrationZEL cameras = readDevice(device, 2);
     const rectiline_rectification claimed = readStruct(claim, "claim");
     requireStruct(certificate, "certificate");
     const Map mapL = checkedMap(left, "left");
     const Map mapR = checkedMap(right, "right");
-    writeStruct(certificate, "certificate", toCallers(certificateOf(*device, claimed, mapL, mapR)));
+    writeStruct(certificate, "certificate", toCallers(certificateOf(cameras, claimed, mapL, mapR)));
   });
 }

@@ -149,16 +149,16 @@ class Rectifier {
   TargetView mView;
 };
 
-void rectify(const DeviceCalibrationZEL* device, const rectiline_options* options,
+void rectify(const DeviceCalibrationZEL* callersDevice, const rectiline_options* options,
              const TargetMaps& maps, rectiline_rectification* callersResult) {
   if (callersResult != nullptr) requireStruct(callersResult, "result");
   if (maps.left.has_value() != maps.right.has_value()) {
     refuseArgument(maps.left ? "right" : "left", kNoValue,
                    "is null and the other map is not; give both, or none to learn their size");
   }
-  requireDevice(device, 2);
+  const DeviceCalibrationZEL device = readDevice(callersDevice, 2);
   const std::uint64_t failedBefore = AR::Common::failedCheckCount();
-  const Rectifier rectifier(*device, readOptions(options));
+  const Rectifier rectifier(device, readOptions(options));
   if (maps.left) rectifier.makeMaps(*maps.left, *maps.right);
   if (callersResult == nullptr) return;
   rectiline_rectification result = rectifier.result();

@@ -20,12 +20,14 @@ using CameraF = AR::CV::Camera<float>;
 
 constexpr CameraPair kBothEyes = {0, 1};
 
-void requireEyes(const DeviceCalibrationZEL* eyes) {
-  requirePointer(eyes, "eyes");
-  const int count = eyes->num_cameras;
+DeviceCalibrationZEL readEyes(const DeviceCalibrationZEL* callers) {
+  requirePointer(callers, "eyes");
+  const DeviceCalibrationZEL eyes = *callers;
+  const int count = eyes.num_cameras;
   if (count < 2 || count > RECTILINE_MAX_CAMERAS) {
     refuseArgument("eyes.num_cameras", count, "is %d; there must be two", count);
   }
+  return eyes;
 }
 
 /// The eyes' cameras. A refusal says that the eyes are meant and not the device.
@@ -57,18 +59,18 @@ void requireEyesSize(const Map& map, const CameraF& eye, const char* name) {
   requireSize(map, size(0), size(1), name);
 }
 
-void seeThrough(const DeviceCalibrationZEL* device, const DeviceCalibrationZEL* eyes,
+void seeThrough(const DeviceCalibrationZEL* callersDevice, const DeviceCalibrationZEL* callersEyes,
                 double planeDistance, bool keepOutside, const TargetMaps& maps) {
-  requireDevice(device, 2);
-  requireEyes(eyes);
+  const DeviceCalibrationZEL device = readDevice(callersDevice, 2);
+  const DeviceCalibrationZEL eyes = readEyes(callersEyes);
   const float distance = checkedDistance(planeDistance);
-  const SourceCameras cameras = sourceCameras(*device, kBothEyes);
-  const SourceCameras eye = eyeCameras(*eyes);
+  const SourceCameras cameras = sourceCameras(device, kBothEyes);
+  const SourceCameras eye = eyeCameras(eyes);
   if (maps.left) requireEyesSize(*maps.left, eye.left, "left");
   if (maps.right) requireEyesSize(*maps.right, eye.right, "right");
   AR::CV::MapBatch<float> batch;
   const auto add = [&](int i, const CameraF& source, const CameraF& target, const Map& map) {
-    const SE3<float> T_source_eye = relativePose(device->cameras[i].pose, eyes->cameras[i].pose);
+    const SE3<float> T_source_eye = relativePose(device.cameras[i].pose, eyes.cameras[i].pose);
     addMap(VIO::fixedPlaneJob(source, target, T_source_eye, distance, keepOutside), map, batch);
   };
   if (maps.left) add(0, cameras.left, eye.left, *maps.left);

@@ -43,14 +43,14 @@ TargetView automaticView(const ViewWishes& wishes, const AR::CV::Camera<float>& 
   return view;
 }
 
-void undistort(const CameraCalibrationZEL* record, const rectiline_options* callersOptions,
+void undistort(const CameraCalibrationZEL* callersCamera, const rectiline_options* callersOptions,
                const TargetMaps& maps, rectiline_view* callersView) {
   if (callersView != nullptr) requireStruct(callersView, "view");
-  requirePointer(record, "camera");
+  const CameraCalibrationZEL record = readCamera(callersCamera);
   const rectiline_options options = readOptions(callersOptions);
   requireNoPair(options);
   const ViewWishes wishes = checkedWishes(options);
-  const AR::CV::Camera<float> camera = makeCamera(*record, kAlone);
+  const AR::CV::Camera<float> camera = makeCamera(record, kAlone);
   const ViewSources sources = {{kAlone, camera, AR::Math::SO3<float>()}};
   const TargetView view = chosenView(wishes, automaticView(wishes, camera), sources);
   if (maps.left) {

@@ -21,10 +21,12 @@
 /// @param dst destination, dstHeight rows of dstWidth bytes; bytes between rows stay as they are
 /// @param mapX,mapY maps of the destination's size, in source pixels
 /// @param interpolation 1: bilinear, the only one there is
-/// @return 0 on success. Non-zero, with nothing read or written, for: an empty source, a negative
-///   size, a stride shorter than its row, another interpolation code, a null pointer, a destination
-///   whose address range (first to last pixel) overlaps that of the source or a map. An empty
-///   destination is a success that touches nothing; its pointers and those of the maps may be null.
+/// @return 0 on success. -2 when the workers could not be had for want of memory, reported, with
+///   the destination partly written. Otherwise non-zero, with nothing read or written, for: an
+///   empty source, a negative size, a stride shorter than its row, another interpolation code, a
+///   null pointer, a destination whose address range (first to last pixel) overlaps that of the
+///   source or a map. An empty destination is a success that touches nothing; its pointers and
+///   those of the maps may be null.
 extern "C" int kelRemapu8(const std::uint8_t* src, int srcWidth, int srcHeight, int srcStride,
                           std::uint8_t* dst, int dstWidth, int dstHeight, int dstStride,
                           const float* mapX, const float* mapY, int mapStride, int interpolation);

@@ -10,7 +10,12 @@
 //  3. -1 in both maps: the pixel has no source.
 //  4. A failed check is logged (tag "AR", text "AR_ASSERT ...") and the call goes on as far as its
 //     own memory reaches; each function says below what it leaves behind then.
-//  5. Lengths in metres, image quantities in pixels, line times in nanoseconds.
+//  5. Nothing is thrown. A call that runs out of memory is reported ("enough memory") and leaves
+//     behind what it leaves for a record that cannot be converted: true with every map -1, 1999998,
+//     or an untouched target.
+//  6. Records are copied before they are checked: one that another thread writes meanwhile may give
+//     any result, but is used as it was checked.
+//  7. Lengths in metres, image quantities in pixels, line times in nanoseconds.
 
 #include <cstddef>
 #include <cstdint>
@@ -198,7 +203,8 @@ AR_EXPORT void SameFocalLengthLinearCalibration(const DeviceCalibrationZEL* sour
 /// map.undistortion must have the sizes of the target's cameras, map.inverse those of the source's;
 /// an inverse or a gain map of another size, or null, is reported and skipped.
 /// @return 0; -12 when map.undistortion is null; 1999998 when a record cannot be converted, a
-///     forward map has another size, or the configuration names more cameras than the target has
+///     forward map has another size, the configuration names more cameras than the target has, or
+///     memory runs out; maps in the making are then filled with -1
 AR_EXPORT int CreateCalibrationMap(const DeviceCalibrationZEL& source,
                                    const DeviceCalibrationZEL& target,
                                    const CalibrationMapConfig& config, CalibrationMap& map);

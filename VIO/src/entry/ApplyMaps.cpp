@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/RowBands.h"
 #include "Kel/kelRemapu8.h"
 #include "VIO/Gains.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
 #include "entry/Status.h"
 
 namespace {
@@ -65,14 +67,18 @@ int remap(const Image& source, const UndistortionMap& map, const Image& target) 
   return status == 0 ? VIO::kSuccess : VIO::kRemapFailed;
 }
 
-int applyOne(const Image& source, const CalibrationMap& map, std::size_t i, bool vignetting,
-             const Image& target) {
-  int status = checkTarget(target, map.undistortion[i]);
+/// Takes the images, and copies the maps, as they are to be checked and used: the caller's may be
+/// written by another thread in between.
+int applyOne(Image source, const CalibrationMap& map, std::size_t i, bool vignetting,
+             Image target) {
+  const UndistortionMap through = map.undistortion[i];
+  const VignettingMap gains = vignetting ? map.vignettingMaps[i] : VignettingMap{};
+  int status = checkTarget(target, through);
   if (status == VIO::kSuccess) status = checkSource(source);
-  if (status == VIO::kSuccess && vignetting) status = checkGains(source, map.vignettingMaps[i]);
+  if (status == VIO::kSuccess && vignetting) status = checkGains(source, gains);
   if (status != VIO::kSuccess) return status;
-  if (vignetting) correct(source, map.vignettingMaps[i]);
-  return remap(source, map.undistortion[i], target);
+  if (vignetting) correct(source, gains);
+  return remap(source, through, target);
 }
 
 int applyAll(const Image* sources, unsigned count, const CalibrationMap& map, bool vignetting,
@@ -90,14 +96,22 @@ int applyAll(const Image* sources, unsigned count, const CalibrationMap& map, bo
   return VIO::kSuccess;
 }
 
+int applyOrFail(const AR::Common::CallSite& site, const Image* sources, unsigned count,
+                const CalibrationMap& map, bool vignetting, const Image* targets) {
+  return AR::Common::withoutExceptions(
+      site, VIO::kWrapperSource,
+      [&] { return applyAll(sources, count, CalibrationMap(map), vignetting, targets); },
+      [] { return VIO::kSizeMismatch; });
+}
+
 }  // namespace
 
 int ApplyCalibrationMap(const Image* sources, unsigned count, const CalibrationMap& map,
                         Image* targets) {
-  return applyAll(sources, count, map, true, targets);
+  return applyOrFail(AR_HERE, sources, count, map, true, targets);
 }
 
 int ApplyUndistortionMap(const Image* sources, unsigned count, const CalibrationMap& map,
                          Image* targets) {
-  return applyAll(sources, count, map, false, targets);
+  return applyOrFail(AR_HERE, sources, count, map, false, targets);
 }

@@ -1,5 +1,6 @@
 // Maps between the cameras of two rigs, both ways, and vignetting gains.
 
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/Macros.h"
 #include "VIO/StereoRectify.h"
 #include "VIO/StereoRectifyWrapper.h"
@@ -49,8 +50,7 @@ const Camera<float>* intrinsicsOf(const CallSite& site, const Rig& rig, std::siz
 }
 
 void createOneMap(const CallSite& site, const Rig& source, const Rig& target,
-                  const CalibrationMapConfig& config, std::size_t cameraIdx,
-                  const UndistortionMap& map) {
+                  const CalibrationMapConfig& config, std::size_t cameraIdx, UndistortionMap map) {
   const bool x =
       AR_CHECK_AT(site, map.X != nullptr, "undistortionMap[cameraIdx].X", kWrapperSource);
   const bool y =
@@ -79,8 +79,15 @@ void createOneMap(const CallSite& site, const Rig& source, const Rig& target,
 void createMaps(const CallSite& site, const Rig& source, const Rig& target,
                 const CalibrationMapConfig& config, UndistortionMap* undistortionMap) {
   if (!AR_CHECK_AT(site, undistortionMap, "undistortionMap", kWrapperSource)) return;
-  for (std::size_t i = 0; i < config.numCameras; ++i) {
-    createOneMap(site, source, target, config, i, undistortionMap[i]);
+  try {
+    for (std::size_t i = 0; i < config.numCameras; ++i) {
+      createOneMap(site, source, target, config, i, undistortionMap[i]);
+    }
+  } catch (...) {
+    for (std::size_t i = 0; i < config.numCameras; ++i) {
+      callerPair(undistortionMap[i]).fillNotMade();
+    }
+    throw;
   }
 }
 
@@ -89,7 +96,7 @@ bool haveTargetSizes(const DeviceCalibrationZEL& target, const CalibrationMapCon
                      const CalibrationMap& map) {
   for (std::size_t i = 0; i < config.numCameras; ++i) {
     const IntrinsicCameraCalibrationZEL& in = target.cameras[i].intrinsics;
-    const UndistortionMap& m = map.undistortion[i];
+    const UndistortionMap m = map.undistortion[i];
     const Vec<int, 2> size(in.width, in.height);
     if (!isOfSize(m.X_width, m.X_height, size) || !isOfSize(m.Y_width, m.Y_height, size)) {
       return false;
@@ -99,7 +106,7 @@ bool haveTargetSizes(const DeviceCalibrationZEL& target, const CalibrationMapCon
 }
 
 void createOneVignettingMap(const CallSite& site, const Rig& source, const Rig& target,
-                            std::size_t cameraIdx, const VignettingMap& map) {
+                            std::size_t cameraIdx, VignettingMap map) {
   const bool there =
       AR_CHECK_AT(site, map.scaleFactors != nullptr,
                   "calibrationMap.vignettingMaps[cameraIdx].scaleFactors", kWrapperSource);
@@ -116,39 +123,70 @@ void createOneVignettingMap(const CallSite& site, const Rig& source, const Rig& 
   VIO::setupVignettingMap(*from, *to, scale);
 }
 
-}  // namespace
-
-// A report names the signature, and clang would name the alias in it.
-void CreateUndistortMap(const AR::CV::FullStereoCameraCalibration<float>& source,
-                        const AR::CV::FullStereoCameraCalibration<float>& target,
-                        const CalibrationMapConfig& config, UndistortionMap* maps) {
-  createMaps(AR_HERE, source, target, config, maps);
-}
-
-void CreateVignettingMap(const AR::CV::FullStereoCameraCalibration<float>& source,
-                         const AR::CV::FullStereoCameraCalibration<float>& target, bool enable,
-                         CalibrationMap& map) {
-  if (!AR_CHECK(map.vignettingMaps, "calibrationMap.vignettingMaps", kWrapperSource)) return;
+void createVignettingMaps(const CallSite& site, const Rig& source, const Rig& target, bool enable,
+                          const CalibrationMap& map) {
+  if (!AR_CHECK_AT(site, map.vignettingMaps, "calibrationMap.vignettingMaps", kWrapperSource)) {
+    return;
+  }
   if (!enable) return;
   for (std::size_t i = 0; i < map.numCameras; ++i) {
-    createOneVignettingMap(AR_HERE, source, target, i, map.vignettingMaps[i]);
+    createOneVignettingMap(site, source, target, i, map.vignettingMaps[i]);
   }
 }
 
-int CreateCalibrationMap(const DeviceCalibrationZEL& source, const DeviceCalibrationZEL& target,
-                         const CalibrationMapConfig& config, CalibrationMap& map) {
+int createCalibrationMap(const CallSite& site, const DeviceCalibrationZEL& source,
+                         const DeviceCalibrationZEL& target, const CalibrationMapConfig& config,
+                         const CalibrationMap& map) {
   const CalibrationInfo info(CalibrationInfo::API, 0);
   Rig sourceRig(info);
   Rig targetRig(info);
   const int converted = copySourceAndTargetCalibration(source, target, sourceRig, targetRig);
   if (converted != VIO::kSuccess) return converted;
   if (config.numCameras > targetRig.size()) return VIO::kSizeMismatch;
-  if (config.numCameras > 0 && !AR_CHECK(map.undistortion, "undistortionMap", kWrapperSource)) {
+  if (config.numCameras > 0 &&
+      !AR_CHECK_AT(site, map.undistortion, "undistortionMap", kWrapperSource)) {
     return VIO::kNullPointer;
   }
   if (!haveTargetSizes(target, config, map)) return VIO::kSizeMismatch;
-  createMaps(AR_HERE, sourceRig, targetRig, config, map.undistortion);
-  createMaps(AR_HERE, targetRig, sourceRig, config, map.inverse);
-  CreateVignettingMap(sourceRig, targetRig, config.vignetting, map);
+  createMaps(site, sourceRig, targetRig, config, map.undistortion);
+  createMaps(site, targetRig, sourceRig, config, map.inverse);
+  createVignettingMaps(site, sourceRig, targetRig, config.vignetting, map);
   return VIO::kSuccess;
+}
+
+}  // namespace
+
+// Each works with its own copies of what it is given, since the caller's may be written by another
+// thread between check and use. A report names the signature, and clang would name the alias of a
+// rig in it.
+
+void CreateUndistortMap(const AR::CV::FullStereoCameraCalibration<float>& source,
+                        const AR::CV::FullStereoCameraCalibration<float>& target,
+                        const CalibrationMapConfig& config, UndistortionMap* maps) {
+  const CallSite site = AR_HERE;
+  AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] { createMaps(site, source, target, CalibrationMapConfig(config), maps); }, [] {});
+}
+
+void CreateVignettingMap(const AR::CV::FullStereoCameraCalibration<float>& source,
+                         const AR::CV::FullStereoCameraCalibration<float>& target, bool enable,
+                         CalibrationMap& map) {
+  const CallSite site = AR_HERE;
+  AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] { createVignettingMaps(site, source, target, enable, CalibrationMap(map)); }, [] {});
+}
+
+int CreateCalibrationMap(const DeviceCalibrationZEL& source, const DeviceCalibrationZEL& target,
+                         const CalibrationMapConfig& config, CalibrationMap& map) {
+  const CallSite site = AR_HERE;
+  return AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] {
+        return createCalibrationMap(site, DeviceCalibrationZEL(source),
+                                    DeviceCalibrationZEL(target), CalibrationMapConfig(config),
+                                    CalibrationMap(map));
+      },
+      [] { return VIO::kSizeMismatch; });
 }

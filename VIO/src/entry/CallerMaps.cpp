@@ -18,10 +18,10 @@ bool checkMapSizes(const AR::Common::CallSite& site, const CallerMaps& maps,
                      kWrapperSource);
 }
 
-bool checkDevice(const AR::Common::CallSite& site, const DeviceCalibrationZEL* device,
-                 const char* text) {
-  AR_CHECK_AT(site, device != nullptr && device->num_cameras == 2, text, kWrapperSource);
-  return device != nullptr && device->num_cameras != 0 && device->num_cameras != 1;
+bool checkDevice(const AR::Common::CallSite& site,
+                 const std::optional<DeviceCalibrationZEL>& device, const char* text) {
+  AR_CHECK_AT(site, device && device->num_cameras == 2, text, kWrapperSource);
+  return device && device->num_cameras != 0 && device->num_cameras != 1;
 }
 
 }  // namespace VIO

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 
 #include "AR/CV/Camera/PixelSize.h"
 #include "AR/CV/Camera/StereoCamera.h"
@@ -81,6 +82,13 @@ struct CallerMaps {
   }
 };
 
+/// The caller's record, if there is one. An entry point checks and uses this copy only: the
+/// caller's may be written by another thread in between.
+inline std::optional<DeviceCalibrationZEL> copyOf(const DeviceCalibrationZEL* callers) {
+  if (callers == nullptr) return std::nullopt;
+  return *callers;
+}
+
 // Checks that several entry points share. `site` is the place of the one that was called.
 
 /// Reported: a null map.
@@ -88,10 +96,11 @@ bool checkMaps(const AR::Common::CallSite& site, const CallerMaps& maps);
 /// Reported: maps that do not all hold width times height floats.
 bool checkMapSizes(const AR::Common::CallSite& site, const CallerMaps& maps,
                    const AR::Math::Vec<int, 2>& leftSize, const AR::Math::Vec<int, 2>& rightSize);
-/// Reported as `text`: a null record, or one that has not exactly two cameras. False for null, one
-/// camera and none. A count that no record can have is left to the conversion, which refuses it.
-bool checkDevice(const AR::Common::CallSite& site, const DeviceCalibrationZEL* device,
-                 const char* text);
+/// Reported as `text`: no record, or one that has not exactly two cameras. False for none, one
+/// camera and no camera. A count that no record can have is left to the conversion, which refuses
+/// it.
+bool checkDevice(const AR::Common::CallSite& site,
+                 const std::optional<DeviceCalibrationZEL>& device, const char* text);
 
 inline constexpr char kDeviceText[] =
     "deviceCalibration != nullptr && deviceCalibration->num_cameras == 2";

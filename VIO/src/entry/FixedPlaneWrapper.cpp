@@ -1,5 +1,6 @@
 // See-through maps: what each eye would see if the world were a plane in front of it.
 
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
 #include "VIO/StereoRectify.h"
@@ -46,18 +47,18 @@ bool createFixedPlaneMaps(const CallSite& site, const DeviceCalibrationZEL* devi
                           const DeviceCalibrationZEL* seeThroughCalibration, bool keepOutside,
                           float planeDistance, const CallerMaps& maps) {
   VIO::checkMaps(site, maps);
-  const bool usableDevice = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
+  const std::optional<DeviceCalibrationZEL> device = VIO::copyOf(deviceCalibration);
+  const std::optional<DeviceCalibrationZEL> eyes = VIO::copyOf(seeThroughCalibration);
+  const bool usableDevice = VIO::checkDevice(site, device, VIO::kDeviceText);
   const bool usableEyes = VIO::checkDevice(
-      site, seeThroughCalibration,
-      "seeThroughCalibration != nullptr && seeThroughCalibration->num_cameras == 2");
+      site, eyes, "seeThroughCalibration != nullptr && seeThroughCalibration->num_cameras == 2");
   if (!(planeDistance > 0)) {
     AR_LOGF(AR::Common::Logger::ERR, kWrapperSource, "Invalid fixed plane distance %f",
             static_cast<double>(planeDistance));
     return false;
   }
   SeeThrough rigs;
-  if (!usableDevice || !usableEyes ||
-      !convert(site, *deviceCalibration, *seeThroughCalibration, rigs)) {
+  if (!usableDevice || !usableEyes || !convert(site, *device, *eyes, rigs)) {
     maps.fillNotMade();
     return true;
   }
@@ -79,8 +80,14 @@ bool CreateFixedPlaneVSTMaps(const DeviceCalibrationZEL* deviceCalibration,
                              std::uint32_t mapLeftY_size, float* mapRightX,
                              std::uint32_t mapRightX_size, float* mapRightY,
                              std::uint32_t mapRightY_size) {
-  return createFixedPlaneMaps(AR_HERE, deviceCalibration, seeThroughCalibration, keepOutside != 0,
-                              planeDistance,
-                              {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
-                               {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
+  const CallSite site = AR_HERE;
+  const CallerMaps maps{{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
+                        {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}};
+  return AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] {
+        return createFixedPlaneMaps(site, deviceCalibration, seeThroughCalibration,
+                                    keepOutside != 0, planeDistance, maps);
+      },
+      [&] { return maps.fillNotMade(), true; });
 }

@@ -1,8 +1,10 @@
 // Device calibrations whose cameras are pinhole cameras.
 
 #include "AR/CV/Image/ImageOps.h"
+#include "AR/Common/ExceptionBarrier.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
 
 namespace {
 
@@ -61,21 +63,31 @@ bool tryMakeLinear(const FullCamera<float>& source, bool largest,
                      false, 0.0F, AR::CV::CaptureDetails(), 0.0);
 }
 
-}  // namespace
-
-void getLinearCalibration(const DeviceCalibrationZEL* source, bool largest,
-                          const CalibrationTransform& transform, DeviceCalibrationZEL* target) {
-  if (source == nullptr || target == nullptr) return;
+void makeLinear(const DeviceCalibrationZEL& source, bool largest,
+                const CalibrationTransform& transform, DeviceCalibrationZEL& target) {
   const CalibrationInfo info(CalibrationInfo::UNKNOWN, 0);
   Rig sourceRig(info);
   VIO::IMUCalibration<float> scratch;
-  if (!VIO::deviceFromIdl(*source, sourceRig, scratch)) return;
+  if (!VIO::deviceFromIdl(source, sourceRig, scratch)) return;
   Rig linearRig(info);
   linearRig.setupEmptyCalibrationWithDefaultIds(sourceRig.size());
   for (std::size_t i = 0; i < sourceRig.size(); ++i) {
     if (!tryMakeLinear(sourceRig.at(i), largest, transform, i, linearRig.at(i))) return;
   }
-  VIO::calibrationToIdlFormat(linearRig, VIO::IMUCalibration<float>(), *target);
+  DeviceCalibrationZEL record = target;  // so that the target stays whole when this throws
+  VIO::calibrationToIdlFormat(linearRig, VIO::IMUCalibration<float>(), record);
+  target = record;
+}
+
+}  // namespace
+
+void getLinearCalibration(const DeviceCalibrationZEL* source, bool largest,
+                          const CalibrationTransform& transform, DeviceCalibrationZEL* target) {
+  const std::optional<DeviceCalibrationZEL> device = VIO::copyOf(source);
+  if (!device || target == nullptr) return;
+  AR::Common::withoutExceptions(
+      AR_HERE, VIO::kWrapperSource,
+      [&] { makeLinear(*device, largest, CalibrationTransform(transform), *target); }, [] {});
 }
 
 void LargestLinearCalibration(const DeviceCalibrationZEL* source,

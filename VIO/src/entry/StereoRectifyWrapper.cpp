@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "AR/CV/Stereo/Rectify.h"
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/Macros.h"
 #include "VIO/DeviceConversion.h"
 #include "VIO/StereoRectify.h"
@@ -70,28 +71,38 @@ void rectifyInto(const Rectification& pair, std::size_t index, bool keepOutside,
   });
 }
 
-bool createRectifyMap(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
-                      bool keepOutside, const CallerMaps& maps, float* depthConstant,
-                      CameraCalibrationZEL* rectifiedCam) {
-  VIO::checkMaps(site, maps);
-  AR_CHECK_AT(site, rectifiedCam != nullptr, "rectifiedCam != nullptr", kWrapperSource);
-  const bool usable = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
-  if (depthConstant != nullptr) *depthConstant = -1.0F;
+/// What a call writes; depth constant and camera may be null.
+struct Outputs {
+  CallerMaps maps;
+  float* depthConstant;
+  CameraCalibrationZEL* rectifiedCam;
 
-  Rectification pair;
-  if (!usable || !rectify(site, *deviceCalibration, pair)) {
+  void fillNotMade() const {
+    if (depthConstant != nullptr) *depthConstant = -1.0F;
     if (rectifiedCam != nullptr) *rectifiedCam = {};
     maps.fillNotMade();
-    return true;
   }
-  if (depthConstant != nullptr) *depthConstant = pair.depth.constant;
-  VIO::checkMapSizes(site, maps, targetSize(pair), targetSize(pair));
-  if (rectifiedCam != nullptr) *rectifiedCam = toRectifiedRecord(pair);
+};
+
+void createRectifyMap(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
+                      bool keepOutside, const Outputs& out) {
+  VIO::checkMaps(site, out.maps);
+  AR_CHECK_AT(site, out.rectifiedCam != nullptr, "rectifiedCam != nullptr", kWrapperSource);
+  const std::optional<DeviceCalibrationZEL> device = VIO::copyOf(deviceCalibration);
+  const bool usable = VIO::checkDevice(site, device, VIO::kDeviceText);
+
+  Rectification pair;
+  if (!usable || !rectify(site, *device, pair)) {
+    out.fillNotMade();
+    return;
+  }
+  if (out.depthConstant != nullptr) *out.depthConstant = pair.depth.constant;
+  VIO::checkMapSizes(site, out.maps, targetSize(pair), targetSize(pair));
+  if (out.rectifiedCam != nullptr) *out.rectifiedCam = toRectifiedRecord(pair);
   AR::CV::MapBatch<float> batch;
-  rectifyInto(pair, 0, keepOutside, maps.left, batch);
-  rectifyInto(pair, 1, keepOutside, maps.right, batch);
+  rectifyInto(pair, 0, keepOutside, out.maps.left, batch);
+  rectifyInto(pair, 1, keepOutside, out.maps.right, batch);
   batch.fill();
-  return true;
 }
 
 }  // namespace
@@ -101,8 +112,14 @@ bool CreateRectifyMap(const DeviceCalibrationZEL* deviceCalibration, std::uint32
                       std::uint32_t mapLeftY_size, float* mapRightX, std::uint32_t mapRightX_size,
                       float* mapRightY, std::uint32_t mapRightY_size, float* depthConstant,
                       CameraCalibrationZEL* rectifiedCam) {
-  return createRectifyMap(AR_HERE, deviceCalibration, keepOutside != 0,
-                          {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
-                           {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}},
-                          depthConstant, rectifiedCam);
+  const CallSite site = AR_HERE;
+  const Outputs out{{{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
+                     {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}},
+                    depthConstant,
+                    rectifiedCam};
+  AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] { createRectifyMap(site, deviceCalibration, keepOutside != 0, out); },
+      [&] { out.fillNotMade(); });
+  return true;
 }

@@ -1,5 +1,6 @@
 // Undistortion maps of a device's two cameras.
 
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Macros.h"
 #include "VIO/DeviceConversion.h"
@@ -51,7 +52,8 @@ void undistortInto(const AR::CV::FullCamera<float>& source, const AR::CV::FullCa
 bool createUndistortMap(const CallSite& site, const DeviceCalibrationZEL* deviceCalibration,
                         bool keepOutside, float fovFactor, const CallerMaps& maps) {
   VIO::checkMaps(site, maps);
-  const bool usable = VIO::checkDevice(site, deviceCalibration, VIO::kDeviceText);
+  const std::optional<DeviceCalibrationZEL> device = VIO::copyOf(deviceCalibration);
+  const bool usable = VIO::checkDevice(site, device, VIO::kDeviceText);
   if (!(fovFactor > 0)) {
     AR_LOGF(AR::Common::Logger::ERR, kWrapperSource, "Invalid undistortion field of view factor %f",
             static_cast<double>(fovFactor));
@@ -59,7 +61,7 @@ bool createUndistortMap(const CallSite& site, const DeviceCalibrationZEL* device
   }
   Rig source(CalibrationInfo(CalibrationInfo::API, 0));
   VIO::IMUCalibration<float> scratch;
-  const bool ret = usable && VIO::deviceFromIdl(*deviceCalibration, source, scratch);
+  const bool ret = usable && VIO::deviceFromIdl(*device, source, scratch);
   if (usable) AR_CHECK_AT(site, ret, "ret", kWrapperSource);
   if (!ret) {
     maps.fillNotMade();
@@ -82,7 +84,13 @@ bool CreateUndistortMap(const DeviceCalibrationZEL* deviceCalibration, std::uint
                         float* mapLeftY, std::uint32_t mapLeftY_size, float* mapRightX,
                         std::uint32_t mapRightX_size, float* mapRightY,
                         std::uint32_t mapRightY_size) {
-  return createUndistortMap(AR_HERE, deviceCalibration, keepOutside != 0, fovFactor,
-                            {{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
-                             {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}});
+  const CallSite site = AR_HERE;
+  const CallerMaps maps{{{mapLeftX, mapLeftX_size}, {mapLeftY, mapLeftY_size}},
+                        {{mapRightX, mapRightX_size}, {mapRightY, mapRightY_size}}};
+  return AR::Common::withoutExceptions(
+      site, kWrapperSource,
+      [&] {
+        return createUndistortMap(site, deviceCalibration, keepOutside != 0, fovFactor, maps);
+      },
+      [&] { return maps.fillNotMade(), true; });
 }

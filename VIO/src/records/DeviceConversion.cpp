@@ -6,10 +6,12 @@
 #include <iterator>
 
 #include "AR/CV/Camera/Interchange.h"
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/TimeStamp.h"
 #include "AR/Common/WorkerPool.h"
 #include "VIO/RecordChecks.h"
 #include "VIO/StereoRectifyWrapper.h"
+#include "entry/CallerMaps.h"
 #include "entry/Status.h"
 
 namespace VIO {
@@ -117,8 +119,13 @@ std::int32_t copySourceAndTargetCalibration(const DeviceCalibrationZEL& source,
                                             const DeviceCalibrationZEL& target,
                                             AR::CV::FullStereoCameraCalibration<float>& sourceCal,
                                             AR::CV::FullStereoCameraCalibration<float>& targetCal) {
-  VIO::IMUCalibration<float> scratch;
-  const bool converted = VIO::deviceFromIdl(source, sourceCal, scratch) &&
-                         VIO::deviceFromIdl(target, targetCal, scratch);
-  return converted ? VIO::kSuccess : VIO::kSizeMismatch;
+  const auto convert = [&] {
+    VIO::IMUCalibration<float> scratch;
+    const DeviceCalibrationZEL records[] = {source, target};
+    const bool converted = VIO::deviceFromIdl(records[0], sourceCal, scratch) &&
+                           VIO::deviceFromIdl(records[1], targetCal, scratch);
+    return converted ? VIO::kSuccess : VIO::kSizeMismatch;
+  };
+  return AR::Common::withoutExceptions(AR_HERE, VIO::kWrapperSource, convert,
+                                       [] { return VIO::kSizeMismatch; });
 }
