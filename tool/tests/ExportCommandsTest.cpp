@@ -104,7 +104,7 @@ TEST_F(ExportCommands, MapsAreThoseOfTheLibrary) {
   const json about = run("maps --json " + mRig + " -o " + path("maps.npz")).json();
   EXPECT_NEAR(about["baseline"], 0.1100778, 1e-6);
   writeText("x.npy", memberOf(path("maps.npz"), "right_x.npy"));
-  const Pixels<float> x = readNpy(path("x.npy"));
+  const Pixels<float> x = readNpy(path("x.npy"), {});
   EXPECT_EQ(x.width, kWidth);
   EXPECT_THAT(x.data, ElementsAreArray(right.x, kPixels));
   const std::string reasons = memberOf(path("maps.npz"), "right_reasons.npy");
@@ -160,7 +160,7 @@ TEST_F(ExportCommands, DepthIsFocalLengthTimesBaselineOverDisparity) {
   const json facts = made.json();
   const double expected = facts["depth_constant"].get<double>() / 8;
   EXPECT_NEAR(expected * 8 / 0.1100778, 215, 15);  // the rectified focal length
-  const Pixels<float> depth = readNpy(path("z.npy"));
+  const Pixels<float> depth = readNpy(path("z.npy"), {});
   EXPECT_NEAR(static_cast<double>(depth(5, 0)), expected, 1e-5);
   for (const int x : {1, 2, 3}) EXPECT_TRUE(std::isnan(depth(x, 0)));
 

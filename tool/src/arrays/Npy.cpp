@@ -1,12 +1,12 @@
-#include <array>
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <regex>
 
 #include "arrays/Array.h"
 #include "cli/Error.h"
+#include "files/PlainFile.h"
 
 namespace rectiline::tool {
 namespace {
@@ -30,41 +30,47 @@ const char* typeName(Element element) {
 }
 
 struct NpyHeader {
-  std::size_t dataStart;
   bool isDouble;
   int rows;
   int columns;
+
+  [[nodiscard]] std::uint64_t bytes() const {
+    return static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(columns) *
+           (isDouble ? sizeof(double) : sizeof(float));
+  }
 };
 
-[[noreturn]] void refuse(const std::string& file) {
-  throw Error(file +
+[[noreturn]] void refuse(const std::string& name) {
+  throw Error(name +
               ": expected a NumPy array of two dimensions of little-endian float32 or "
               "float64, row by row");
 }
 
-NpyHeader parseHeader(const std::string& file, const std::string& bytes) {
-  if (bytes.size() < kHeaderStart || bytes.compare(0, 6, kMagic, 6) != 0) {
-    throw Error(file + ": is no .npy file");
-  }
-  const auto byte = [&bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
-  const std::size_t dataStart = kHeaderStart + byte(8) + 256U * byte(9);
-  if (byte(6) != 1 || dataStart > bytes.size()) refuse(file);
-  const std::string text = bytes.substr(kHeaderStart, dataStart - kHeaderStart);
+/// The text of the header. `source` stands at the data then.
+std::string readHeaderText(const ByteSource& source) {
+  constexpr std::size_t kLongest = 1024;  // NumPy's own have 118 bytes
+  char start[kHeaderStart] = {};
+  if (source.size >= sizeof start) source.read(start, sizeof start);
+  if (std::memcmp(start, kMagic, 6) != 0) throw Error(source.name + ": is no .npy file");
+  const auto byte = [&start](std::size_t i) { return static_cast<unsigned char>(start[i]); };
+  std::string text(byte(8) + 256U * byte(9), '\0');
+  if (byte(6) != 1 || text.size() > kLongest) refuse(source.name);
+  source.read(text.data(), text.size());
+  return text;
+}
+
+NpyHeader readHeader(const ByteSource& source, const PixelLimit& limit) {
+  const std::string text = readHeaderText(source);
   static const std::regex pattern(
       R"(.*'descr': *'<f([48])'.*'fortran_order': *False.*'shape': *\((\d{1,6}), *(\d{1,6}),?\).*)");
   std::smatch match;
-  if (!std::regex_search(text, match, pattern)) refuse(file);
-  return {dataStart, match[1] == "8", std::stoi(match[2]), std::stoi(match[3])};
-}
-
-template <typename Value>
-void copyValues(const char* from, std::vector<float>& to) {
-  for (float& target : to) {
-    Value value;
-    std::memcpy(&value, from, sizeof value);
-    target = static_cast<float>(value);
-    from += sizeof value;
+  if (!std::regex_search(text, match, pattern)) refuse(source.name);
+  const NpyHeader header{match[1] == "8", std::stoi(match[2]), std::stoi(match[3])};
+  limit.require(source.name, header.columns, header.rows);
+  if (source.size != kHeaderStart + text.size() + header.bytes()) {
+    throw Error(source.name + ": holds more or less than its header says");
   }
+  return header;
 }
 
 }  // namespace
@@ -89,21 +95,30 @@ std::string toNpy(const NamedArray& array) {
   return bytes;
 }
 
-Pixels<float> readNpy(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (!in) throw Error(file + ": cannot be read");
-  const NpyHeader header = parseHeader(file, bytes);
-  const std::size_t size = header.isDouble ? sizeof(double) : sizeof(float);
-  const std::size_t count =
-      static_cast<std::size_t>(header.rows) * static_cast<std::size_t>(header.columns);
-  if (bytes.size() - header.dataStart != count * size) {
-    throw Error(file + ": holds more or less than its header says");
-  }
+Pixels<float> readNpy(const ByteSource& source, const PixelLimit& limit) {
+  const NpyHeader header = readHeader(source, limit);
   Pixels<float> pixels(header.columns, header.rows);
-  const char* const data = bytes.data() + header.dataStart;
-  header.isDouble ? copyValues<double>(data, pixels.data) : copyValues<float>(data, pixels.data);
+  if (!header.isDouble) {
+    source.read(pixels.data.data(), header.bytes());
+    return pixels;
+  }
+  std::vector<double> row(static_cast<std::size_t>(header.columns));
+  for (std::size_t i = 0; i < pixels.data.size(); i += row.size()) {
+    source.read(row.data(), row.size() * sizeof(double));
+    std::transform(row.begin(), row.end(), &pixels.data[i],
+                   [](double value) { return static_cast<float>(value); });
+  }
   return pixels;
+}
+
+Pixels<float> readNpy(const std::string& file, const PixelLimit& limit) {
+  std::ifstream in = openPlainFile(file);
+  return readNpy({file, sizeOfRest(in),
+                  [&in, &file](void* to, std::size_t count) {
+                    in.read(static_cast<char*>(to), static_cast<std::streamsize>(count));
+                    if (!in) throw Error(file + ": ends early");
+                  }},
+                 limit);
 }
 
 }  // namespace rectiline::tool

@@ -1,6 +1,7 @@
 #include <zip.h>
 
 #include <memory>
+#include <optional>
 
 #include "arrays/Array.h"
 #include "cli/Error.h"
@@ -46,7 +47,83 @@ std::string contentOf(zip_source_t* source) {
   return bytes;
 }
 
+/// An archive that is read member by member.
+class NpzReader : public ArrayReader {
+ public:
+  NpzReader(const std::string& file, const PixelLimit& limit)
+      : mFile(file), mLimit(limit), mArchive(open(file)) {}
+
+  std::string about() override {
+    constexpr std::uint64_t kLongest = 65536;
+    const auto member = tryOpen("about.json");
+    if (!member) return "";
+    if (member->size > kLongest) throw Error(member->name + ": is too long");
+    std::string text(member->size, '\0');
+    read(*member, text.data(), text.size());
+    requireEnd(*member);
+    return text;
+  }
+
+  Pixels<float> floats(const std::string& name) override {
+    const auto member = tryOpen(name + ".npy");
+    if (!member) throw Error(mFile + ": has no array " + name);
+    Pixels<float> values =
+        readNpy({member->name, member->size,
+                 [&member](void* to, std::size_t count) { read(*member, to, count); }},
+                mLimit);
+    requireEnd(*member);
+    return values;
+  }
+
+ private:
+  struct Member {
+    std::string name;
+    std::uint64_t size;  // as the archive claims
+    std::unique_ptr<zip_file_t, decltype(&zip_fclose)> file;
+  };
+
+  static Archive open(const std::string& file) {
+    int code = 0;
+    Archive archive(zip_open(file.c_str(), ZIP_RDONLY, &code), zip_discard);
+    if (archive != nullptr) return archive;
+    zip_error_t error;
+    zip_error_init_with_code(&error, code);
+    throw Error(file + ": is no whole archive: " + zip_error_strerror(&error));
+  }
+
+  [[nodiscard]] std::optional<Member> tryOpen(const std::string& member) {
+    zip_stat_t status;
+    if (zip_stat(mArchive.get(), member.c_str(), 0, &status) != 0) return std::nullopt;
+    Member opened{mFile + ": " + member,
+                  status.size,
+                  {zip_fopen_index(mArchive.get(), status.index, 0), zip_fclose}};
+    if (opened.file == nullptr) {
+      throw Error(opened.name + ": cannot be read: " + zip_strerror(mArchive.get()));
+    }
+    return opened;
+  }
+
+  static void read(const Member& member, void* to, std::size_t count) {
+    if (zip_fread(member.file.get(), to, count) == static_cast<zip_int64_t>(count)) return;
+    throw Error(member.name + ": is damaged or ends early");
+  }
+
+  /// The archive's check sum is compared when the end is reached.
+  static void requireEnd(const Member& member) {
+    char more;
+    if (zip_fread(member.file.get(), &more, 1) != 0) throw Error(member.name + ": is damaged");
+  }
+
+  std::string mFile;
+  PixelLimit mLimit;
+  Archive mArchive;
+};
+
 }  // namespace
+
+std::unique_ptr<ArrayReader> openNpz(const std::string& file, const PixelLimit& limit) {
+  return std::make_unique<NpzReader>(file, limit);
+}
 
 std::string toNpz(const ArrayFile& file) {
   std::vector<std::string> members;

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "cli/Error.h"
+#include "cli/LimitOption.h"
 #include "cli/StandardOutput.h"
 
 namespace rectiline::tool {
@@ -54,9 +55,7 @@ void RigArgument::declare(CLI::App& command, SizeOption size) {
          [this](const std::string& text) { mOptions.metresPerUnit = scaleFromText(text); });
   command.add_flag("--fit", mOptions.fit, "take the closest lens model for one that cannot be had")
       ->group("How to read the calibration");
-  command.add_option("--max-pixels", mLimit.pixels, "the largest image to read or make")
-      ->capture_default_str()
-      ->group("How to read the calibration");
+  declareLimit(command, mLimit)->group("How to read the calibration");
 }
 
 Rig RigArgument::readFiles() const {

@@ -19,6 +19,8 @@ const std::vector<Command>& commands() {
        "undistort camera.yaml image.png -o undistorted", declareUndistort},
       {"maps", "write the maps for use in other programs",
        "maps camchain.yaml -o maps.npz\nmaps camchain.yaml -o maps.yml", declareMaps},
+      {"apply", "take images through the maps of a file",
+       "apply maps.npz left.png right.png -o rectified", declareApply},
       {"depth", "turn a disparity image into depth or points",
        "depth camchain.yaml disparity.png --scale-disparity 16 -o points.ply", declareDepth},
       {"report", "say how good cameras and maps of a rig are", "report rig.xml", declareReport},

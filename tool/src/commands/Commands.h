@@ -37,6 +37,7 @@ Run declareConvert(CLI::App& command);
 Run declareRectify(CLI::App& command);
 Run declareUndistort(CLI::App& command);
 Run declareMaps(CLI::App& command);
+Run declareApply(CLI::App& command);
 Run declareDepth(CLI::App& command);
 Run declareReport(CLI::App& command);
 Run declareVerify(CLI::App& command);

@@ -65,7 +65,7 @@ Pixels<float> readDisparity(const Arguments& arguments) {
     }
     values = readGrey16(arguments.disparity, arguments.rig.limit());
   } else {
-    values = readNpy(arguments.disparity);
+    values = readNpy(arguments.disparity, arguments.rig.limit());
   }
   const double scale = arguments.scale == 0 ? 1 : arguments.scale;
   for (float& value : values.data) value = static_cast<float>(value / scale);

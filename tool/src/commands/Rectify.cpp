@@ -154,8 +154,8 @@ class PairRectifier {
   PairRectifier(const DeviceCalibrationZEL& device, PairMaps maps, ImageFormat format)
       : mIsVertical(maps.rectification.axis == 1),
         mFormat(format),
-        mLeft(std::move(maps.left), device.cameras[0]),
-        mRight(std::move(maps.right), device.cameras[1]) {}
+        mLeft(std::move(maps.left), rawSizeOf(device.cameras[0])),
+        mRight(std::move(maps.right), rawSizeOf(device.cameras[1])) {}
 
   RectifiedPair run(const Job& job) {
     RectifiedPair pair{rectified(mLeft, job.in.left), rectified(mRight, job.in.right)};

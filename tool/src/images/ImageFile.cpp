@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <fstream>
 #include <string_view>
 #include <utility>
 
 #include "cli/Error.h"
 #include "files/Outputs.h"
+#include "files/PlainFile.h"
 #include "images/Codecs.h"
 
 namespace rectiline::tool {
@@ -30,15 +30,9 @@ constexpr std::array<Codec, 3> kCodecs{{
 }};
 
 std::string readBytes(const std::string& path) {
-  if (std::filesystem::is_directory(path)) throw Error(path + ": is a folder, not an image");
-  // A pipe might never end.
-  if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
-    throw Error(path + ": is no plain file");
-  }
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  std::string bytes;
-  if (in) bytes.resize(static_cast<std::size_t>(in.tellg()));
-  in.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::ifstream in = openPlainFile(path);
+  std::string bytes(sizeOfRest(in), '\0');
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   if (!in) throw Error(path + ": cannot be read");
   return bytes;
 }
@@ -80,19 +74,21 @@ std::string extensionOf(ImageFormat format, rectiline_format pixels) {
   return pixels == RECTILINE_RGB8 || pixels == RECTILINE_RGBA8 ? ".ppm" : ".pgm";
 }
 
+RawSize rawSizeOf(const CameraCalibrationZEL& camera) {
+  return {camera.name, camera.intrinsics.width, camera.intrinsics.height};
+}
+
 ImageFile::ImageFile(std::string path)
     : mPath(std::move(path)),
       mBytes(readBytes(mPath)),
       mCodec(codecOf(mPath, mBytes)),
       mHeader(named(mPath, [this] { return kCodecs[mCodec].readHeader(mBytes); })) {}
 
-void ImageFile::requireSize(const CameraCalibrationZEL& camera) const {
-  const int width = camera.intrinsics.width;
-  const int height = camera.intrinsics.height;
-  if (mHeader.width == width && mHeader.height == height) return;
+void ImageFile::requireSize(const RawSize& size) const {
+  if (mHeader.width == size.width && mHeader.height == size.height) return;
   throw Error(mPath + ": is " + std::to_string(mHeader.width) + "x" +
-              std::to_string(mHeader.height) + ", camera " + camera.name + " has " +
-              std::to_string(width) + "x" + std::to_string(height));
+              std::to_string(mHeader.height) + ", camera " + size.camera + " has " +
+              std::to_string(size.width) + "x" + std::to_string(size.height));
 }
 
 Image ImageFile::decode() const {
@@ -101,7 +97,7 @@ Image ImageFile::decode() const {
 
 GreyImage readImage(const std::string& path, const CameraCalibrationZEL& camera) {
   const ImageFile file(path);
-  file.requireSize(camera);
+  file.requireSize(rawSizeOf(camera));
   return greyOf(file.decode());
 }
 

@@ -16,6 +16,15 @@ ImageFormat imageFormatFromName(const std::string& name);
 /// The end of the name of a file of this format, ".png"; colour files of Pnm are ".ppm".
 std::string extensionOf(ImageFormat format, rectiline_format pixels);
 
+/// What the raw images of a camera are like.
+struct RawSize {
+  std::string camera;
+  int width;
+  int height;
+};
+
+RawSize rawSizeOf(const CameraCalibrationZEL& camera);
+
 /// A file of which the header has been read: its size can be judged before memory is taken.
 class ImageFile {
  public:
@@ -26,7 +35,7 @@ class ImageFile {
   [[nodiscard]] const ImageHeader& header() const { return mHeader; }
 
   /// Throws Error when the image is not of the camera's size.
-  void requireSize(const CameraCalibrationZEL& camera) const;
+  void requireSize(const RawSize& size) const;
 
   [[nodiscard]] Image decode() const;
 

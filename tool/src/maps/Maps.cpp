@@ -1,6 +1,7 @@
 #include "maps/Maps.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cli/StandardOutput.h"
 #include "maps/Calls.h"
@@ -19,6 +20,8 @@ void printWarnings(const rectiline_rectification& r) {
 
 Map::Map(int width, int height) : mX(width, height), mY(width, height), mReasons(width, height) {}
 
+Map::Map(Pixels<float> x, Pixels<float> y) : mX(std::move(x)), mY(std::move(y)) {}
+
 rectiline_map Map::view() const {
   auto map = sized<rectiline_map>();
   map.width = mX.width;
@@ -26,7 +29,7 @@ rectiline_map Map::view() const {
   // The library writes to maps that it is asked to make only.
   map.x = const_cast<float*>(mX.data.data());
   map.y = const_cast<float*>(mY.data.data());
-  map.reasons = const_cast<std::uint8_t*>(mReasons.data.data());
+  if (!mReasons.data.empty()) map.reasons = const_cast<std::uint8_t*>(mReasons.data.data());
   return map;
 }
 

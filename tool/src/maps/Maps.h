@@ -13,6 +13,8 @@ namespace rectiline::tool {
 class Map {
  public:
   Map(int width, int height);
+  /// Of planes of one size, without reasons.
+  Map(Pixels<float> x, Pixels<float> y);
 
   /// The map as the library sees it; valid as long as this object stays where it is.
   [[nodiscard]] rectiline_map view() const;

@@ -2,17 +2,15 @@
 
 #include <utility>
 
-#include "images/ImageFile.h"
 #include "maps/Calls.h"
 
 namespace rectiline::tool {
 
-Remapper::Remapper(Map map, const CameraCalibrationZEL& camera)
-    : mMap(std::move(map)), mCamera(camera) {}
+Remapper::Remapper(Map map, RawSize source) : mMap(std::move(map)), mSource(std::move(source)) {}
 
 Image Remapper::read(const std::string& file) const {
   const ImageFile image(file);
-  image.requireSize(mCamera);
+  image.requireSize(mSource);
   return image.decode();
 }
 
@@ -22,8 +20,8 @@ const rectiline_plan* Remapper::planFor(rectiline_format format) const {
   if (plan) return plan.get();
   auto options = sized<rectiline_plan_options>();
   options.format = format;
-  options.source_width = mCamera.intrinsics.width;
-  options.source_height = mCamera.intrinsics.height;
+  options.source_width = mSource.width;
+  options.source_height = mSource.height;
   const rectiline_map map = mMap.view();
   rectiline_plan* made = nullptr;
   check(rectiline_plan_create(&map, &options, &made));

@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "images/Image.h"
+#include "images/ImageFile.h"
 #include "maps/Maps.h"
 
 namespace rectiline::tool {
@@ -13,7 +13,7 @@ namespace rectiline::tool {
 /// for each kind of 8-bit image when the first of them comes.
 class Remapper {
  public:
-  Remapper(Map map, const CameraCalibrationZEL& camera);
+  Remapper(Map map, RawSize source);
 
   /// Reads an image of the camera's size. Throws Error.
   [[nodiscard]] Image read(const std::string& file) const;
@@ -28,7 +28,7 @@ class Remapper {
   const rectiline_plan* planFor(rectiline_format format) const;
 
   Map mMap;
-  CameraCalibrationZEL mCamera;
+  RawSize mSource;
   mutable std::mutex mMutex;
   mutable std::map<rectiline_format, std::unique_ptr<rectiline_plan, Destroy>> mPlans;
 };
