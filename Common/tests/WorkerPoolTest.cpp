@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <cfenv>
 #include <cstdlib>
+#include <stdexcept>
 
+#include "AR/Common/FailedChecks.h"
+#include "AR/Common/LogTarget.h"
+#include "AR/Common/Logger.h"
 #include "AR/Common/WorkerPool.h"
 #include "testing/LogCapture.h"
 
@@ -120,6 +125,78 @@ TEST(WorkerPools, FifthWorkerIsReportedAndRuns) {
   EXPECT_EQ(1, log.count("worker_id < WORKERPOOL_DEFAULT_WORKERS Common/src/../include/AR/"));
 }
 
+TEST(WorkerPools, CarryTheFirstExceptionAndStartNoOtherItem) {
+  const rectiline::testing::LogCapture log;
+  constexpr unsigned kItems = 5000;
+  const std::uint64_t failedBefore = failedCheckCount();
+  std::atomic<unsigned> calls{0};
+  std::atomic<bool> thrown{false};
+  const auto throwInThird = [&](unsigned i) {
+    ++calls;
+    if (i == 2) {
+      AR_CHECK(i != 2, "i != 2", "test");
+      thrown = true;
+      throw std::bad_alloc();
+    }
+    while (!thrown) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  };
+  EXPECT_THROW(WorkerPools::dispatch(throwInThird, kItems), std::bad_alloc);
+  EXPECT_LT(calls, kItems / 2);
+  EXPECT_EQ(failedCheckCount() - failedBefore, 1U);
+  const auto throwAll = [](unsigned i) { throw std::out_of_range(std::to_string(i)); };
+  for (int round = 0; round < 200; ++round) {
+    EXPECT_THROW(WorkerPools::dispatch(throwAll, 6), std::out_of_range);
+  }
+  calls = 0;
+  EXPECT_THROW(WorkerPools::dispatch(
+                   [&](unsigned) {
+                     ++calls;
+                     throw 1;
+                   },
+                   6, Mode::CallerThread),
+               int);
+  EXPECT_EQ(calls, 1U);
+  EXPECT_THROW(WorkerPools::dispatch(std::function<void(int)>(), 1), std::bad_function_call);
+  WorkerPools::dispatch([&](unsigned) { ++calls; }, 6);
+  EXPECT_EQ(calls, 7U);
+}
+
+TEST(WorkerPools, RunInTheirCallersRoundingMode) {
+  for (const int mode : {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TONEAREST}) {
+    std::fesetround(mode);
+    std::atomic<int> matching{0};
+    WorkerPools::dispatch([&](int) { matching += std::fegetround() == mode ? 1 : 0; }, 40);
+    std::fesetround(FE_TONEAREST);
+    EXPECT_EQ(matching, 40) << mode;
+  }
+}
+
+struct DispatchingTarget : LogTarget {
+  void logLine(const char* line) override {
+    if (std::string_view(line).find("outer") == std::string_view::npos) return;
+    const auto thread = std::this_thread::get_id();
+    WorkerPools::dispatch(
+        [&](int i) {
+          AR_CHECK(i < 0, "i < 0", "test");
+          items += std::this_thread::get_id() == thread ? 1 : 100;
+        },
+        6);
+  }
+  std::atomic<int> items{0};
+};
+
+TEST(WorkerPools, LogTargetsMayDispatch) {
+  const rectiline::testing::LogCapture log;
+  DispatchingTarget target;
+  Logger::getInstance().addTarget(&target);
+  AR_LOG(Logger::ERR, "test", "outer");
+  WorkerPools::dispatch([](int) { AR_LOG(Logger::ERR, "test", "outer"); }, 4);
+  Logger::getInstance().removeTarget(&target);
+  EXPECT_EQ(target.items, 5 * 6);
+  EXPECT_EQ(log.failedChecks(), 5 * 6);
+}
+
 TEST(WorkerPoolsDeathTest, ExitDoesNotWaitForDispatches) {
   ::testing::FLAGS_gtest_death_test_style = "threadsafe";
   const auto exits = ::testing::ExitedWithCode(0);
@@ -127,7 +204,6 @@ TEST(WorkerPoolsDeathTest, ExitDoesNotWaitForDispatches) {
   EXPECT_EXIT((std::atexit(late), WorkerPools::dispatch([](int) {}, 3), std::exit(0)), exits,
               "late;late;late;");
   EXPECT_EXIT(WorkerPools::dispatch([](int) { std::exit(0); }, 1), exits, "");
-  EXPECT_DEATH(WorkerPools::dispatch(std::function<void(int)>(), 1), "");
 }
 
 }  // namespace

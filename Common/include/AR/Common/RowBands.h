@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <system_error>
 
 #include "AR/Common/WorkerPool.h"
 
@@ -22,22 +21,22 @@ struct ImageRows {
 };
 
 /// Calls f(image, firstRow, endRow) for bands of rows that make up all rows of all images together:
-/// image after image on the caller's thread where they are small or the system gives no threads,
-/// otherwise in several bands each on the worker pool, while the caller waits. `f` must only touch
-/// what belongs to its rows, and not throw.
+/// image after image on the caller's thread where they are small, otherwise in several bands each
+/// on the worker pool, while the caller waits. `f` must only touch what belongs to its rows. What
+/// it throws is thrown to the caller; rows that were not begun then are left out.
 /// @param images  at least one
 template <typename F>
 void forEachRowBand(std::span<const ImageRows> images, F&& f) {
   // More bands than workers: rows differ in their cost, and whoever is done takes the next band.
   const int bands = std::max(4 * WORKERPOOL_DEFAULT_WORKERS / static_cast<int>(images.size()), 1);
-  const auto eachWhole = [&] {
-    for (std::size_t i = 0; i < images.size(); ++i) f(i, 0, images[i].rows);
-  };
   std::int64_t pixels = 0;
   for (const ImageRows& image : images) {
     pixels += static_cast<std::int64_t>(image.rows) * image.width;
   }
-  if (pixels < kMinPixelsForBands) return eachWhole();
+  if (pixels < kMinPixelsForBands) {
+    for (std::size_t i = 0; i < images.size(); ++i) f(i, 0, images[i].rows);
+    return;
+  }
   const auto band = [&](unsigned item) {
     const std::size_t image = item / static_cast<unsigned>(bands);
     const int rows = images[image].rows;
@@ -48,12 +47,7 @@ void forEachRowBand(std::span<const ImageRows> images, F&& f) {
       f(image, static_cast<int>(first),
         static_cast<int>(std::min<std::int64_t>(first + step, rows)));
   };
-  try {
-    WorkerPools::dispatch(band,
-                          static_cast<unsigned>(bands) * static_cast<unsigned>(images.size()));
-  } catch (const std::system_error&) {
-    eachWhole();
-  }
+  WorkerPools::dispatch(band, static_cast<unsigned>(bands) * static_cast<unsigned>(images.size()));
 }
 
 /// The same for one image: calls f(firstRow, endRow).

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "AR/Common/WaitFreeLockFreeQ.h"
+#include "AR/PL/WorkerThread.h"
 
 namespace AR::Common::Internal {
 
@@ -43,18 +45,29 @@ class SpinWorkerPoolST {
   bool mExitWhenEmpty = false;
 };
 
-/// THREADS threads that sleep until a job is handed to them. A job is a function of an index; each
-/// thread that wakes takes the next index, counting down from THREADS - 1 to 0. One that is done
-/// early may take a second index before another has woken.
+/// When a pool gets its threads.
+enum class PoolThreads { AtOnce, AtFirstJob };
+
+/// THREADS threads that sleep until a job is handed to them, without a wake-up in between. A job is
+/// a function of an index; each thread that wakes takes the next index, counting down from THREADS
+/// - 1 to 0. One that is done early may take a second index before another has woken.
+///
+/// A pool without threads runs nothing. Each thread has a stack of WorkerThread::kStackBytes. The
+/// pool and its threads take nothing from the heap.
 ///
 /// One thread at a time may hand jobs to a pool. An exception that leaves a job, or a call from
 /// the queue, ends the process as one that leaves a std::thread does; so does an empty job.
 template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
 class SpinWorkerPool : public SpinWorkerPoolST<WORK, WORKERS> {
  public:
-  /// Starts the threads. Throws std::system_error when the system gives none, leaving none behind.
-  SpinWorkerPool();
+  /// AtOnce: throws std::system_error when the system does not give all threads, leaving none
+  /// behind.
+  explicit SpinWorkerPool(PoolThreads threads = PoolThreads::AtOnce);
   ~SpinWorkerPool() override { close(); }
+
+  /// Starts the threads unless they are there. False, with none left behind, when the system does
+  /// not give them all; it may the next time.
+  [[nodiscard]] bool tryStartThreads();
 
   /// Lets all threads work on the queue and returns at once (when they do already: after a stop).
   void startSpinWorkers() override;
@@ -65,12 +78,19 @@ class SpinWorkerPool : public SpinWorkerPoolST<WORK, WORKERS> {
   /// Runs job(THREADS - 1) ... job(0) on the threads and waits until all have returned.
   void submit(const std::function<void(int)>& job);
 
-  /// Ends the threads, once the queue is empty when they are spinning. A closed pool runs nothing.
+  /// Ends the threads, once the queue is empty when they are spinning.
   void close();
 
  private:
   enum State : int { kSpinning = 1, kStopping = 2 };
 
+  struct Thread {
+    AR::PL::WorkerThread native;
+    SpinWorkerPool* pool;
+    int index;
+  };
+
+  static void runThread(void* thread);
   void coreLoop1(int thread);
   int takeIndex();
   void countFinished();
@@ -79,7 +99,8 @@ class SpinWorkerPool : public SpinWorkerPoolST<WORK, WORKERS> {
   void handOff(std::function<void(int)> job);
   void waitUntilFinished();
 
-  std::vector<std::thread> mThreads;
+  std::array<Thread, THREADS> mThreads{};
+  int mThreadCount = 0;
   std::mutex mWakeMutex;
   std::condition_variable mWake;
   std::mutex mDoneMutex;
@@ -89,22 +110,28 @@ class SpinWorkerPool : public SpinWorkerPoolST<WORK, WORKERS> {
   std::function<void(int)> mJob;
   int mExiting = 0;
   std::atomic<int> mState{kStopping};
-
-  /// How many have to finish a job: all, or those that were started before one could not be.
-  [[nodiscard]] int threadCount() const { return static_cast<int>(mThreads.size()); }
 };
 
 template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
-SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::SpinWorkerPool() {
-  mThreads.reserve(THREADS);
-  try {
-    for (int k = 0; k < THREADS; ++k) mThreads.emplace_back([this, k] { coreLoop1(k); });
-  } catch (...) {
-    mFinished = threadCount();
-    close();
-    throw;
+SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::SpinWorkerPool(PoolThreads threads) {
+  if (threads == PoolThreads::AtFirstJob || tryStartThreads()) return;
+  throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again),
+                          "thread constructor failed");
+}
+
+template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
+bool SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::tryStartThreads() {
+  for (; mThreadCount < THREADS; ++mThreadCount) {
+    Thread& thread = mThreads[static_cast<std::size_t>(mThreadCount)];
+    thread.pool = this;
+    thread.index = mThreadCount;
+    if (!thread.native.tryStart(runThread, &thread)) {
+      close();
+      return false;
+    }
+    ++mFinished;
   }
-  mFinished = threadCount();
+  return true;
 }
 
 template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
@@ -133,9 +160,17 @@ void SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::close() {
   SpinWorkerPool::stopSpinWorkers();
   mExiting = 1;
   submit({});
-  for (std::thread& thread : mThreads) thread.join();
-  mThreads.clear();
-  mFinished = threadCount();
+  for (; mThreadCount > 0; --mThreadCount) {
+    mThreads[static_cast<std::size_t>(mThreadCount - 1)].native.join();
+  }
+  mFinished = 0;
+  mExiting = 0;
+}
+
+template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
+void SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::runThread(void* thread) {
+  auto* const self = static_cast<Thread*>(thread);
+  self->pool->coreLoop1(self->index);
 }
 
 template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
@@ -184,7 +219,7 @@ template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
 void SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::handOff(std::function<void(int)> job) {
   const std::lock_guard<std::mutex> lock(mWakeMutex);
   mJob = std::move(job);
-  mPending = threadCount();
+  mPending = mThreadCount;
   mFinished = 0;
   mWake.notify_all();
 }
@@ -192,7 +227,7 @@ void SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::handOff(std::function<v
 template <typename WORK, int WORKERS, typename DISPATCHER, int THREADS>
 void SpinWorkerPool<WORK, WORKERS, DISPATCHER, THREADS>::waitUntilFinished() {
   std::unique_lock<std::mutex> lock(mDoneMutex);
-  mDone.wait(lock, [this] { return mFinished == threadCount(); });
+  mDone.wait(lock, [this] { return mFinished == mThreadCount; });
 }
 
 }  // namespace AR::Common::Internal
