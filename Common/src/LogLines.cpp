@@ -20,11 +20,14 @@ struct Place {
 };
 
 template <std::size_t N>
-bool tryFormat(const FormatFunction format, char (&destination)[N], const Logger::LEVEL level,
-               const Place& place, const char* message) {
+bool tryFormat(LoggerPIMPL& logger, const FormatFunction format, char (&destination)[N],
+               const Logger::LEVEL level, const Place& place, const char* message) {
   destination[0] = '\0';
-  return format(destination, N, level, place.file, static_cast<int>(place.method.length()),
-                place.method.data(), place.line, textOf(message)) != -1;
+  const int length =
+      format(destination, N, level, place.file, static_cast<int>(place.method.length()),
+             place.method.data(), place.line, textOf(message));
+  if (length == -1) ++logger.lostLines;
+  return length != -1;
 }
 
 /// Holds the logger for one line.
@@ -35,7 +38,9 @@ class LineLock {
   /// This line's own buffers. Null when the line is nested too deeply and to be dropped.
   [[nodiscard]] LineBuffers* buffers() const {
     const int nesting = LoggerLock::nesting();
-    return nesting <= kMaxLogNesting ? &mLogger.buffers[nesting - 1] : nullptr;
+    if (nesting <= kMaxLogNesting) return &mLogger.buffers[nesting - 1];
+    ++mLogger.lostLines;
+    return nullptr;
   }
 
  private:
@@ -44,7 +49,7 @@ class LineLock {
 };
 
 /// Builds the full form's template, in which file and method name print as they stand.
-bool tryMakeTemplate(const LoggerPIMPL& logger, LineBuffers& buffers, const Logger::LEVEL level,
+bool tryMakeTemplate(LoggerPIMPL& logger, LineBuffers& buffers, const Logger::LEVEL level,
                      const Place& place, const char* format) {
   const TemplateText<sizeof buffers.format> file(textOf(place.file));
   // Room for a name of nothing but '%', each of them doubled.
@@ -52,16 +57,20 @@ bool tryMakeTemplate(const LoggerPIMPL& logger, LineBuffers& buffers, const Logg
   const Place safePlace = {place.file == nullptr ? nullptr : file.c_str(),
                            {method.c_str(), static_cast<std::size_t>(method.length())},
                            place.line};
-  return tryFormat(logger.formatFunction, buffers.format, level, safePlace, format);
+  return tryFormat(logger, logger.formatFunction, buffers.format, level, safePlace, format);
 }
 
 unsigned lengthOf(const char* text) { return static_cast<unsigned>(std::strlen(text)); }
 
-/// Expands the template and writes the line; one that cannot be expanded is dropped.
-void writeExpanded(Logger& logger, const Logger::LEVEL level, const char* tag, LineBuffers& buffers,
-                   std::va_list args) {
+/// Expands the template and writes the line; one that cannot be expanded, for want of memory for
+/// instance, is dropped.
+void writeExpanded(Logger& logger, LoggerPIMPL& state, const Logger::LEVEL level, const char* tag,
+                   LineBuffers& buffers, std::va_list args) {
   cutIncompleteConversion(buffers.format);
-  if (std::vsnprintf(buffers.line, sizeof buffers.line, buffers.format, args) < 0) return;
+  if (std::vsnprintf(buffers.line, sizeof buffers.line, buffers.format, args) < 0) {
+    ++state.lostLines;
+    return;
+  }
   logger.logRawString2(level, tag, buffers.line, lengthOf(buffers.line));
 }
 
@@ -81,7 +90,7 @@ void Logger::log2(const LEVEL level, const char* tag, const char* message) {
   const LineLock lock(*pimpl);
   LineBuffers* const buffers = lock.buffers();
   if (buffers == nullptr) return;
-  if (!tryFormat(pimpl->shortFormatFunction, buffers->line, level, {}, message)) return;
+  if (!tryFormat(*pimpl, pimpl->shortFormatFunction, buffers->line, level, {}, message)) return;
   logRawString2(level, tag, buffers->line, lengthOf(buffers->line));
 }
 
@@ -91,10 +100,11 @@ void Logger::logEx2(const int level, const char* tag, const char* format, ...) {
   LineBuffers* const buffers = lock.buffers();
   if (buffers == nullptr) return;
   const LEVEL lineLevel = static_cast<LEVEL>(level);
-  if (!tryFormat(pimpl->shortFormatFunction, buffers->format, lineLevel, {}, format)) return;
+  if (!tryFormat(*pimpl, pimpl->shortFormatFunction, buffers->format, lineLevel, {}, format))
+    return;
   std::va_list args;
   va_start(args, format);
-  writeExpanded(*this, lineLevel, tag, *buffers, args);
+  writeExpanded(*this, *pimpl, lineLevel, tag, *buffers, args);
   va_end(args);
 }
 
@@ -106,7 +116,7 @@ void Logger::log2(const LEVEL level, const char* file, const char* function, con
   if (buffers == nullptr) return;
   const Place place = {file, parseMethodName(function, kMaxMethodNameLength), line};
   if (!pimpl->accepts(level, function, place.method)) return;
-  if (!tryFormat(pimpl->formatFunction, buffers->format, level, place, message)) return;
+  if (!tryFormat(*pimpl, pimpl->formatFunction, buffers->format, level, place, message)) return;
   logRawString2(level, tag, buffers->format, lengthOf(buffers->format));
 }
 
@@ -121,7 +131,7 @@ void Logger::logEx2(const LEVEL level, const char* file, const char* function, c
   if (!tryMakeTemplate(*pimpl, *buffers, level, place, format)) return;
   std::va_list args;
   va_start(args, format);
-  writeExpanded(*this, level, tag, *buffers, args);
+  writeExpanded(*this, *pimpl, level, tag, *buffers, args);
   va_end(args);
 }
 

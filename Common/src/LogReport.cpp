@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
-#include <sstream>
+#include <new>
+#include <string_view>
 
 #include "AR/Common/FailedChecks.h"
-#include "AR/Common/Logger.h"
-#include "LogFormat.h"
+#include "AR/PL/StandardError.h"
+#include "LoggerState.h"
 
 namespace AR::Common {
 namespace {
@@ -32,7 +34,14 @@ void logError(const char* expression, const char* file, const char* function,
 
 void logFatal(const char* expression, const char* file, const char* function,
               const int line) noexcept {
+  lastLineTaken() = false;
   logError(expression, file, function, line);
+  if (!lastLineTaken()) {
+    char text[sizeof LineBuffers::line];
+    std::snprintf(text, sizeof text, "AR ERROR: AR_ASSERT %s %s(%d) %.100s\n", textOf(expression),
+                  textOf(file), line, textOf(function));
+    PL::writeStandardError(text);
+  }
   std::abort();
 }
 
@@ -53,8 +62,16 @@ void logOnelineString(const std::string& string, const int level) {
 }
 
 void logMultilineString(const std::string& string, const int level) {
-  std::istringstream lines(string);
-  for (std::string line; std::getline(lines, line);) logOnelineString(line, level);
+  std::string_view rest = string;
+  while (!rest.empty()) {
+    const std::string_view line = rest.substr(0, rest.find('\n'));
+    try {
+      logOnelineString(std::string(line), level);
+    } catch (const std::bad_alloc&) {
+      ++loggerState().lostLines;
+    }
+    rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+  }
 }
 
 }  // namespace AR::Common

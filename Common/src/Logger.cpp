@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <new>
 
 #include "AR/PL/Log.h"
+#include "ForkHandlers.h"
 #include "LoggerState.h"
 
 namespace AR::Common {
@@ -14,14 +16,27 @@ constexpr char kSource[] = "Common/src/Logger";
 /// How many locks of the logger the calling thread holds. Only the first of them locks.
 thread_local int tNesting = 0;
 
+thread_local bool tLineTaken = false;
+
+/// While the library is loaded, so that there is no first use for a fork to come before.
+[[maybe_unused]] const bool kForksAreSafe = registerForkHandlers();
+
 }  // namespace
 
-LoggerLock::LoggerLock(LoggerPIMPL& logger) : mLogger(logger) {
-  if (tNesting++ == 0) mLogger.mutex.lock();
+bool& lastLineTaken() { return tLineTaken; }
+
+void LoggerLock::acquire(LoggerPIMPL& logger) {
+  if (tNesting++ == 0) logger.mutex.lock();
 }
 
-LoggerLock::~LoggerLock() {
-  if (--tNesting == 0) mLogger.mutex.unlock();
+void LoggerLock::release(LoggerPIMPL& logger) {
+  if (--tNesting == 0) logger.mutex.unlock();
+}
+
+void LoggerLock::releaseInChild(LoggerPIMPL& logger) {
+  new (&logger.mutex) Mutex;
+  logger.mutex.lock();
+  release(logger);
 }
 
 int LoggerLock::nesting() { return tNesting; }
@@ -29,6 +44,12 @@ int LoggerLock::nesting() { return tNesting; }
 void LoggerPIMPL::selectFormatFunctions() {
   formatFunction = formatFunctionFor(flags);
   shortFormatFunction = shortFormatFunctionFor(flags);
+}
+
+bool LoggerPIMPL::tryWriteToFile(const char* text, const unsigned length) {
+  const bool written = OS::write(file, text, length);
+  const bool closed = !closeAfterWrite || OS::close(file);
+  return written && closed;
 }
 
 void LoggerPIMPL::callTargets(const char* line) {
@@ -45,18 +66,25 @@ void LoggerPIMPL::callTargets(const char* line) {
   }
 }
 
+LoggerPIMPL& loggerState() {
+  // Never destroyed: a thread that logs during the exit may still stand at the mutex. The exit
+  // handler gives back what the logger holds and turns it off.
+  alignas(LoggerPIMPL) static std::byte storage[sizeof(LoggerPIMPL)];
+  static LoggerPIMPL& state = *new (storage) LoggerPIMPL;
+  return state;
+}
+
 Logger& Logger::getInstance() {
-  // Never freed: a thread that logs during the exit may still stand at the mutex. The exit handler
-  // gives back what the logger holds and turns it off.
+  alignas(Logger) static std::byte storage[sizeof(Logger)];
   static Logger* const instance = [] {
-    Logger* const logger = new Logger;
+    Logger* const logger = new (storage) Logger;
     std::atexit([] { getInstance().shutDown(); });
     return logger;
   }();
   return *instance;
 }
 
-Logger::Logger() : pimpl(new LoggerPIMPL()) {
+Logger::Logger() : pimpl(&loggerState()) {
   pimpl->selectFormatFunctions();
   AR_CHECK(pimpl->formatFunction != nullptr, "pimpl->formatFunction != nullptr", kSource);
   AR_CHECK(pimpl->shortFormatFunction != nullptr, "pimpl->shortFormatFunction != nullptr", kSource);
@@ -137,16 +165,18 @@ void Logger::closeFile() {
   pimpl->file = nullptr;
 }
 
+std::uint64_t Logger::lostLines() const { return pimpl->lostLines; }
+
 void Logger::logRawString2(const LEVEL level, const char* tag, const char* text,
                            const unsigned length) {
   if (!pimpl->alive || text == nullptr) return;
   // A file instead of the system log, never beside it; only targets get every line.
   if (openLogFile()) {
-    OS::write(pimpl->file, text, length);
-    if (pimpl->closeAfterWrite) closeFile();
-  } else if (getFlag(kFlagConsole)) {
-    arLogMessage(level, tag, text);
+    tLineTaken = pimpl->tryWriteToFile(text, length);
+  } else {
+    tLineTaken = getFlag(kFlagConsole) && arLogMessage(level, tag, text) == 0;
   }
+  if (!tLineTaken && !pimpl->path.empty()) ++pimpl->lostLines;
   pimpl->callTargets(text);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "AR/Common/LogFilter.h"
 #include "AR/Common/LogTarget.h"
@@ -34,6 +35,7 @@ struct LoggerPIMPL {
   // Atomic for the exit only: it turns them off while other threads may still log.
   std::atomic<Logger::LEVEL> level{Logger::DEBUG};
   std::atomic<bool> alive{true};
+  std::atomic<std::uint64_t> lostLines{0};
   Logger::LEVEL fastTraceLevel = Logger::OFF;
   unsigned flags = Logger::kFlagConsole | Logger::kFlagLevelPrefix;
   FormatFunction formatFunction = nullptr;
@@ -43,18 +45,34 @@ struct LoggerPIMPL {
 
   void selectFormatFunctions();
   bool accepts(Logger::LEVEL messageLevel, const char* function, const StringPortion& method) const;
+  bool tryWriteToFile(const char* text, unsigned length);
   void callTargets(const char* line);
 };
+
+/// The logger's state. It lies in the library's own memory: nothing is allocated when logging
+/// begins, and nothing is left when the library is unloaded.
+LoggerPIMPL& loggerState();
+
+/// Whether the log file or the system log took the calling thread's last line. May be set to false
+/// before a line, in case that is dropped.
+bool& lastLineTaken();
 
 /// Holds the logger for the calling thread, which may hold it already.
 class LoggerLock {
  public:
-  explicit LoggerLock(LoggerPIMPL& logger);
-  ~LoggerLock();
+  explicit LoggerLock(LoggerPIMPL& logger) : mLogger(logger) { acquire(logger); }
+  ~LoggerLock() { release(mLogger); }
   LoggerLock(const LoggerLock&) = delete;
   LoggerLock& operator=(const LoggerLock&) = delete;
 
-  /// How many locks the calling thread holds, this one included.
+  /// The same where no scope can hold it: around a fork, from one handler to the next.
+  static void acquire(LoggerPIMPL& logger);
+  static void release(LoggerPIMPL& logger);
+  /// In a forked child, in the place of release: the mutex knows the parent's thread, which is
+  /// another than the child's.
+  static void releaseInChild(LoggerPIMPL& logger);
+
+  /// How many locks the calling thread holds, this one included. Not 0 within a log target.
   [[nodiscard]] static int nesting();
 
  private:

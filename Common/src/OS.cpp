@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "AR/PL/FileMode.h"
 #include "AR/PL/Memory.h"
 
 namespace AR::Common {
@@ -23,7 +24,9 @@ OS::FileHandle OS::openFileForWriting(const Path& path, unsigned word) {
 }
 
 OS::FileHandle OS::openFileForAppending(const Path& path, unsigned word) {
-  return word == kAppend ? open(path, kAppendFlags) : nullptr;
+  const FileHandle file = word == kAppend ? open(path, kAppendFlags) : nullptr;
+  if (file != nullptr) AR::PL::setUnbuffered(file);
+  return file;
 }
 
 bool OS::write(FileHandle file, const void* data, std::size_t numBytes) {

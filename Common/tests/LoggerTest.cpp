@@ -269,6 +269,25 @@ TEST_F(LoggerTest, FileTakesTheLinesFromTheSystemLog) {
   EXPECT_EQ(capture.text(), ": d\n\n");
 }
 
+TEST_F(LoggerTest, CountsLinesThatAFullDiskDidNotTake) {
+  for (const bool closeAfterWrite : {false, true}) {
+    const std::uint64_t before = logger.lostLines();
+    logger.setFile(Path("/dev/full"), true, closeAfterWrite);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(log2(Logger::DEBUG, "AR", "a"), "AR DEBUG: a\n");
+    EXPECT_EQ(logger.lostLines() - before, 3U);
+    logger.setFile(Path("/nowhere/at/all.log"), true, closeAfterWrite);
+    log2(Logger::DEBUG, "AR", "the system log takes it");
+    logger.setFlag(Logger::kFlagConsole, false);
+    log2(Logger::DEBUG, "AR", "nobody does");
+    EXPECT_EQ(logger.lostLines() - before, 4U);
+    logger.setFile(Path(), true, false);
+    log2(Logger::DEBUG, "AR", "nobody was to");
+    log2(Logger::INFO, "AR", "below the level");
+    EXPECT_EQ(logger.lostLines() - before, 4U);
+    logger.setFlag(Logger::kFlagConsole, true);
+  }
+}
+
 bool sharedHelper(const CallSite& site) { return AR_CHECK_AT(site, false, "a < b", "S"); }
 
 int entryPoint(const char*) { return sharedHelper(AR_HERE) ? 0 : __LINE__; }
@@ -307,9 +326,11 @@ TEST_F(LoggerTest, TargetsLogThrowAndLeave) {
     throw std::runtime_error("dropped");
   };
   second.onLine = [this, &second] { logger.removeTarget(&second); };
+  const std::uint64_t lostBefore = logger.lostLines();
   logger.logEx2(Logger::DEBUG, "AR", "outer %d", 0);
   logger.removeTarget(&third);
   EXPECT_EQ(made, 4);  // the innermost was dropped
+  EXPECT_EQ(logger.lostLines() - lostBefore, 1U);
   EXPECT_THAT(second.lines, ElementsAre("AR DEBUG: nested 3\n"));
   EXPECT_THAT(third.lines, ElementsAre("AR DEBUG: nested 3\n", "AR DEBUG: nested 2\n",
                                        "AR DEBUG: nested 1\n", "AR DEBUG: outer 0\n"));
@@ -379,8 +400,26 @@ void exitWhileThreadsLog() {
 TEST(LoggerDeathTest, DropsLinesAfterTheExitAndAbortsOnAFatalCheck) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(exitWhileThreadsLog(), ::testing::ExitedWithCode(0), "");
-  EXPECT_EXIT(logFatal("length>0", "Math/x", "f()", 3), ::testing::KilledBySignal(SIGABRT),
-              "AR_ASSERT length>0 Math/x\\(3\\) f\\(\\)");
+  GTEST_FLAG_SET(death_test_style, "fast");  // the same process, so that it knows the file name
+  const auto fatal = [](Logger::LEVEL level, bool console, const char* path) {
+    Logger::getInstance().setLevel(level);
+    Logger::getInstance().setFlag(Logger::kFlagConsole, console);
+    Logger::getInstance().setFile(Path(path), false, false);
+    logFatal("length>0", "Math/x", "f()", 3);
+  };
+  const auto aborts = ::testing::KilledBySignal(SIGABRT);
+  const char kLine[] = "AR_ASSERT length>0 Math/x\\(3\\) f\\(\\)\n";
+  const std::string kOnlyLine = std::string("^AR ERROR: ") + kLine + "$";
+  EXPECT_EXIT(fatal(Logger::DEBUG, true, ""), aborts, kLine);
+  EXPECT_EXIT(fatal(Logger::DEBUG, false, ""), aborts, kOnlyLine);
+  EXPECT_EXIT(fatal(Logger::OFF, true, ""), aborts, kOnlyLine);
+  EXPECT_EXIT(fatal(Logger::DEBUG, true, "/dev/full"), aborts, kOnlyLine);
+  const std::string name = ::testing::TempDir() + "LoggerTest" + std::to_string(getpid()) + ".log";
+  EXPECT_EXIT(fatal(Logger::DEBUG, true, name.c_str()), aborts, "^$");
+  std::ifstream file(name);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
+            "AR ERROR: AR_ASSERT length>0 Math/x(3) f()\n");
+  std::filesystem::remove(name);
 }
 
 }  // namespace

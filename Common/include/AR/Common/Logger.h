@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "AR/Common/Macros.h"
@@ -22,10 +23,14 @@ struct LoggerPIMPL;
 ///
 /// Any thread may log; lines are serialised. Settings (level, flags, file, targets, filter) are
 /// changed without a lock: make them before other threads start. Logging never throws, never
-/// stops the program and allocates nothing per line. A line logged while another line of the same
-/// thread is being written (a failed check inside the logger, a target that logs) is written
-/// first, and dropped beyond a small nesting depth. After the exit handlers have run, every method
-/// does nothing.
+/// stops the program and allocates nothing, not for the first line either; making settings may
+/// throw std::bad_alloc. Every line is handed to the system before its call returns. A line logged
+/// while another line of the same thread is being written (a failed check inside the logger, a
+/// target that logs) is written first, and dropped beyond a small nesting depth. After the exit
+/// handlers have run, every method does nothing.
+///
+/// A process may fork at any time: no other thread is within a line then, so the child finds the
+/// settings whole and logs to the same file, which gets no line twice.
 class AR_EXPORT Logger {
  public:
   /// A message of level L is written when L is at most the current level. The order is deliberate:
@@ -76,6 +81,12 @@ class AR_EXPORT Logger {
   void closeLogFile();
   void closeFile();
 
+  /// How many lines were lost since the process began: dropped for their nesting or for want of
+  /// memory, or meant for a log file that did not take them whole (a full disk) or could not be
+  /// opened, and not taken by the system log instead. What the level or the filter suppresses is
+  /// not lost. Targets get the lines that a file does not.
+  [[nodiscard]] std::uint64_t lostLines() const;
+
   /// Short form: a message without a location. Asks the global level only, never the filter.
   void log2(LEVEL level, const char* tag, const char* message);
 
@@ -124,7 +135,8 @@ inline constexpr std::size_t MAX_LOG_LINE_LEN = 900;
 /// Logs a text as it stands at a level from 1 to 5; any other level is reported at ERROR.
 AR_EXPORT void logOnelineString(const std::string& string, int level);
 
-/// Logs the text line by line through logOnelineString.
+/// Logs the text line by line through logOnelineString. A line for which there is no memory is
+/// lost.
 AR_EXPORT void logMultilineString(const std::string& string, int level);
 
 }  // namespace AR::Common

@@ -32,7 +32,8 @@ AR_EXPORT void logError(const char* expression, const char* file, const char* fu
 AR_EXPORT void logError(std::size_t currentSize, std::size_t maxSize, const char* typeName,
                         std::size_t itemBytes) noexcept;
 
-/// Reports like logError and then ends the process.
+/// Reports like logError and then ends the process. When neither the log file nor the system log
+/// takes the line, at level OFF for instance, it goes to standard error.
 [[noreturn]] AR_EXPORT void logFatal(const char* expression, const char* file, const char* function,
                                      int line) noexcept;
 

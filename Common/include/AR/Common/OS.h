@@ -21,8 +21,8 @@ class OS {
   /// it cannot be opened, with nothing logged.
   [[nodiscard]] static FileHandle openFileForWriting(const Path& path, unsigned word);
 
-  /// Opens a file, created where missing, to write past its end; `word` is kAppend. Null when it
-  /// cannot be opened, with nothing logged.
+  /// Opens a file, created where missing, to write past its end, each write at once; `word` is
+  /// kAppend. Null when it cannot be opened, with nothing logged.
   [[nodiscard]] static FileHandle openFileForAppending(const Path& path, unsigned word);
 
   /// Writes `numBytes` bytes. False for a closed file or when not all were written.

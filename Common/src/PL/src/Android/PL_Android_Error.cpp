@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "AR/PL/Error.h"
+#include "AR/PL/Fork.h"
 #include "AR/PL/Log.h"
 #include "PL_Android_Failure.h"
 
@@ -18,10 +19,10 @@ int gError = AR_ERROR_NONE;
 
 /// Stores `code` and gives the one before.
 int exchangeError(int code) {
-  pthread_mutex_lock(&gErrorMutex);
+  AR::PL::lockError();
   const int oldCode = gError;
   gError = code;
-  pthread_mutex_unlock(&gErrorMutex);
+  AR::PL::unlockError();
   return oldCode;
 }
 
@@ -42,6 +43,9 @@ int arSetError(int code) {
 int arGetError() { return exchangeError(AR_ERROR_NONE); }
 
 namespace AR::PL {
+
+void lockError() { pthread_mutex_lock(&gErrorMutex); }
+void unlockError() { pthread_mutex_unlock(&gErrorMutex); }
 
 int fail(int error, const char* function, const char* reason) {
   arSetError(error);

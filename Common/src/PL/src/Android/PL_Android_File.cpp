@@ -47,6 +47,8 @@ std::array<char, 4> fileMode(unsigned flags) {
   return {};
 }
 
+void setUnbuffered(ARFile* file) { std::setvbuf(file, nullptr, _IONBF, 0); }
+
 }  // namespace AR::PL
 
 int arFileOpen(ARFile** file, const char* path, unsigned flags) {

@@ -1,9 +1,12 @@
 #include <android/log.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "AR/PL/Error.h"
 #include "AR/PL/Log.h"
+#include "AR/PL/StandardError.h"
 
 namespace {
 
@@ -25,4 +28,14 @@ int arLogMessage(int level, const char* tag, const char* text) {
   if (level == 0) return 0;
   __android_log_write(kPriorities[level - 1], tag, text + std::strcspn(text, ":"));
   return 0;
+}
+
+void AR::PL::writeStandardError(const char* text) {
+  for (std::size_t left = std::strlen(text); left > 0;) {
+    const ssize_t written = write(STDERR_FILENO, text, left);
+    if (written < 0 && errno != EINTR) return;
+    if (written <= 0) continue;
+    text += written;
+    left -= static_cast<std::size_t>(written);
+  }
 }

@@ -1,0 +1,231 @@
+// A process that forks while the library is in use, and threads that cannot be had.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "AR/Common/LogTarget.h"
+#include "AR/Common/Logger.h"
+#include "AR/Common/Macros.h"
+#include "AR/Common/Path.h"
+#include "AR/Common/WorkerPool.h"
+#include "AR/PL/Error.h"
+
+namespace {
+
+/// How many more threads the system gives to the library; below 0 as many as it likes.
+std::atomic<int> gThreadsLeft{-1};
+
+}  // namespace
+
+// The linker puts this in the place of pthread_create for the library's code.
+extern "C" {
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                          void* argument) {
+  if (gThreadsLeft == 0) return EAGAIN;
+  if (gThreadsLeft > 0) --gThreadsLeft;
+  return __real_pthread_create(thread, attributes, run, argument);
+}
+// Only this one refuses threads to a child.
+const char* __tsan_default_options() { return "die_after_fork=0"; }
+}
+
+namespace {
+
+using namespace AR::Common;
+
+/// Whether `check` says so in a child that then ends by exit(), all within a minute.
+bool holdsInChild(const std::function<bool()>& check) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    std::exit(check() ? 0 : 1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+std::set<std::filesystem::path> threadsOfThisProcess() {
+  std::set<std::filesystem::path> threads;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    threads.insert(task.path());
+  }
+  return threads;
+}
+
+std::size_t threadCount() { return threadsOfThisProcess().size(); }
+
+/// Waits until this process has as many threads: one that was joined is still seen for a moment.
+void waitForThreads(std::size_t count) {
+  while (threadCount() != count) std::this_thread::yield();
+}
+
+/// Whether a dispatch calls every item once, on the threads that it should.
+bool dispatches(bool onWorkers) {
+  const auto caller = std::this_thread::get_id();
+  std::array<std::atomic<int>, 40> calls{};
+  WorkerPools::dispatch(
+      [&](unsigned i) {
+        calls.at(i) += onWorkers == (std::this_thread::get_id() != caller) ? 1 : 9;
+      },
+      40);
+  return std::all_of(calls.begin(), calls.end(), [](const auto& n) { return n == 1; });
+}
+
+TEST(Threads, StartWithTheFirstDispatchOnly) {
+  EXPECT_TRUE(holdsInChild([] {
+    const std::size_t before = threadCount();
+    WorkerPools::dispatch([](unsigned) {}, 0);
+    WorkerPools::dispatch([](unsigned) {}, 3, WorkerPoolMultithreadMode::CallerThread);
+    if (threadCount() != before) return false;
+    for (int i = 0; i < 9; ++i) WorkerPools::dispatch([](unsigned) {}, 40);
+    return threadCount() == before + 4;
+  }));
+}
+
+/// How often these threads of this process went to sleep or were interrupted.
+long switchesOf(const std::vector<std::filesystem::path>& threads) {
+  long switches = 0;
+  for (const std::filesystem::path& thread : threads) {
+    std::ifstream status(thread / "status");
+    for (std::string word; status >> word;) {
+      if (word.find("voluntary_ctxt_switches:") == std::string::npos) continue;
+      long count = 0;
+      status >> count;
+      switches += count;
+    }
+  }
+  return switches;
+}
+
+TEST(Threads, DoNotWakeWhileIdle) {
+  EXPECT_TRUE(holdsInChild([] {
+    const auto others = threadsOfThisProcess();
+    WorkerPools::dispatch([](unsigned) {}, 40);
+    const auto all = threadsOfThisProcess();
+    std::vector<std::filesystem::path> workers;
+    std::set_difference(all.begin(), all.end(), others.begin(), others.end(),
+                        std::back_inserter(workers));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));  // until they sleep
+    const long before = switchesOf(workers);
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    return workers.size() == 4 && before >= 4 && switchesOf(workers) == before;
+  }));
+}
+
+TEST(Threads, WithoutThemTheCallerDoesTheWork) {
+  for (int n = 0; n < WORKERPOOL_DEFAULT_WORKERS; ++n) {
+    EXPECT_TRUE(holdsInChild([n] {
+      const std::size_t before = threadCount();
+      gThreadsLeft = n;
+      const bool worked = dispatches(false);
+      gThreadsLeft = n;
+      try {
+        const WorkerPool pool;
+        return false;
+      } catch (const std::system_error&) {
+      }
+      waitForThreads(before);
+      gThreadsLeft = -1;
+      return worked && dispatches(true);
+    })) << n;
+  }
+}
+
+TEST(Fork, ChildStartsAfresh) {
+  std::function<void(int)> useAllPools = [&](int depth) {
+    if (depth > 0) WorkerPools::dispatch([&](int) { useAllPools(depth - 1); }, 2);
+  };
+  useAllPools(6);
+  AR_LOG(Logger::DEBUG, "S", "parent");
+  const auto held = WorkerPools::getScopedRealPool();
+  const auto useEverything = [&] {
+    const std::size_t before = threadCount();
+    AR_LOG(Logger::DEBUG, "S", "child");
+    arSetError(AR_ERROR_TIMED_OUT);
+    const bool worked = dispatches(true) && arGetError() == AR_ERROR_TIMED_OUT;
+    useAllPools(6);
+    return worked && threadCount() == before + 5 * 4;
+  };
+  EXPECT_TRUE(holdsInChild(useEverything));
+  EXPECT_TRUE(holdsInChild([] { return true; }));
+  EXPECT_TRUE(holdsInChild([&] { return dispatches(true) && holdsInChild(useEverything); }));
+  EXPECT_TRUE(dispatches(true));
+}
+
+struct ForkingTarget : LogTarget {
+  void logLine(const char*) override {
+    if (forks++ == 0) succeeded = holdsInChild([] { return dispatches(false); });
+  }
+  int forks = 0;
+  bool succeeded = false;
+};
+
+TEST(Fork, WithinATargetAndWithinAnItem) {
+  ForkingTarget target;
+  Logger::getInstance().addTarget(&target);
+  AR_LOG(Logger::DEBUG, "S", "forks");
+  Logger::getInstance().removeTarget(&target);
+  EXPECT_TRUE(target.succeeded);
+  std::atomic<int> succeeded{0};
+  WorkerPools::dispatch(
+      [&](int) { succeeded += holdsInChild([] { return dispatches(true); }) ? 1 : 0; }, 4);
+  EXPECT_EQ(succeeded, 4);
+  EXPECT_TRUE(dispatches(true));
+}
+
+TEST(Fork, AmidLoggingAndDispatchesOfOtherThreads) {
+  constexpr int kForks = 200;
+  const std::string name = ::testing::TempDir() + "ForkTest" + std::to_string(getpid()) + ".log";
+  Logger::getInstance().setFile(Path(name), false, false);
+  std::atomic<bool> done{false};
+  std::array<int, 3> logged{};
+  std::array<std::thread, 3> threads;
+  for (std::size_t t = 0; t < threads.size(); ++t) {
+    threads[t] = std::thread([&done, &logged, t] {
+      for (; !done; ++logged[t]) {
+        AR_LOGF(Logger::DEBUG, "S", "thread %zu line %d", t, logged[t]);
+        WorkerPools::dispatch([](int) { arSetError(AR_ERROR_INVALID); }, 3);
+      }
+    });
+  }
+  int failed = 0;
+  for (int i = 0; i < kForks; ++i) {
+    failed += holdsInChild([i] {
+      AR_LOGF(Logger::DEBUG, "S", "child %d", i);
+      arGetError();
+      return dispatches(true);
+    })
+                  ? 0
+                  : 1;
+  }
+  done = true;
+  for (std::thread& thread : threads) thread.join();
+  Logger::getInstance().setFile(Path(), true, false);
+  EXPECT_EQ(failed, 0);
+
+  std::ifstream file(name);
+  std::set<std::string> lines;
+  std::size_t count = 0;
+  for (std::string line; std::getline(file, line); ++count) lines.insert(line);
+  std::filesystem::remove(name);
+  const auto expected = static_cast<std::size_t>(kForks + logged[0] + logged[1] + logged[2]);
+  EXPECT_EQ(count, expected);
+  EXPECT_EQ(lines.size(), expected) << "lines were torn or written twice";
+}
+
+}  // namespace
