@@ -154,7 +154,8 @@ TEST_F(RefusalsTest, OfFilesAndOptions) {
   expectSays(refusalOf({std::filesystem::temp_directory_path().string()}), "found a folder");
   expectSays(refusalOf({"/dev/zero"}), "found something else");
   expectSays(refusalOf({file("large", std::string(5 << 20, ' '))}), "at most 4 MiB");
-  expectSays(refusalOf({chain, chain}), "one file that holds the whole rig");
+  expectSays(refusalOf({chain, chain}),
+             "T_cam_imu: several files have the inertial unit in common");
   expectSays(refusalOf({chain, file("left", kRosLeft)}), "expected kalibr");
   expectSays(refusalOf(filesOf({kRosLeft, kRosLeft})), "another name");
   const auto withPair = [](const std::string& pair) {

@@ -148,6 +148,17 @@ class Rectified:
         np.divide(abs(self.depth_constant), d, out=depths, where=d > 0)
         return depths
 
+    def points(self, disparity: npt.ArrayLike) -> Floats:
+        """The points (rows, columns, 3) in the frame of the raw left camera, metres, that the
+        pixels of the rectified left image see, from their disparities (rows, columns) as for
+        depth(); NaN where there is none. Not for latitude-longitude."""
+        z = self.depth(disparity)
+        view = self._claim.left
+        rows, columns = np.indices(z.shape)
+        in_view = np.stack([(columns - view.cx) / view.fx * z, (rows - view.cy) / view.fy * z, z], -1)
+        points: Floats = in_view @ view.R_camera_view.T
+        return points
+
     def range_from_columns(self, left: npt.ArrayLike, right: npt.ArrayLike) -> Floats:
         """Distances (n,), metres from the left camera's centre, of points from their positions
         (n,) along the axis in a pair rectified to latitude-longitude.

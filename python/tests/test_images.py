@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import threading
 from typing import Any
 
 import cv2
@@ -146,22 +145,3 @@ def test_points_of_another_shape_get_a_sentence(rig: rectiline.Rig) -> None:
     np.testing.assert_array_equal(
         camera.points_to_rays(every_other)[0], camera.points_to_rays(np.full((5, 2), 100.0))[0]
     )
-
-
-def test_other_threads_run_during_the_work(rig: rectiline.Rig, scene: Any) -> None:
-    """With Python's lock held, the counting thread would stand still during the long call."""
-    counts = [0]
-    done = threading.Event()
-
-    def count() -> None:
-        while not done.is_set():
-            counts[0] += 1
-
-    thread = threading.Thread(target=count)
-    thread.start()
-    before = counts[0]
-    rig.check([scene.left] * 3, [scene.right] * 3)
-    during = counts[0] - before
-    done.set()
-    thread.join()
-    assert during > 1000

@@ -1,4 +1,5 @@
-// Kalibr's camchain.yaml: a map cam0, cam1, ...; and its variant with T_imu_cam.
+// Kalibr's camchain.yaml: a map cam0, cam1, ...; and its variant with T_imu_cam. Several files are
+// cameras that were calibrated one by one against the same inertial unit.
 
 #include <algorithm>
 
@@ -45,16 +46,8 @@ SourceCamera readCamera(const Field& field) {
   return camera;
 }
 
-}  // namespace
-
-bool recognisesKalibr(const SourceFile& file) {
-  const Value* const camera = file.tree.find("cam0");
-  return file.syntax == Syntax::Yaml && camera != nullptr &&
-         (camera->find("camera_model") != nullptr || camera->find("intrinsics") != nullptr);
-}
-
-Cameras readKalibr(const Files& files, ReadContext&) {
-  const Field root = onlyFile(files).root();
+/// The cameras of one file.
+Cameras readChain(const Field& root) {
   Cameras cameras;
   bool isReferenceImu = false;
   for (std::string name = "cam0"; root.has(name); name = "cam" + std::to_string(cameras.size())) {
@@ -77,6 +70,34 @@ Cameras readKalibr(const Files& files, ReadContext&) {
     const auto isRead = [&key](const SourceCamera& camera) { return camera.place.camera == key; };
     if (isCamera && std::none_of(cameras.begin(), cameras.end(), isRead)) {
       root.refuse("cameras named cam0, cam1, ... without a gap", key);
+    }
+  }
+  return cameras;
+}
+
+/// Cameras that were calibrated one by one have the inertial unit in common.
+void requirePoseFromImu(const Field& camera) {
+  if (findPoseFromImu(camera)) return;
+  camera.refuse("T_cam_imu: several files have the inertial unit in common, and nothing else",
+                "none");
+}
+
+}  // namespace
+
+bool recognisesKalibr(const SourceFile& file) {
+  const Value* const camera = file.tree.find("cam0");
+  return file.syntax == Syntax::Yaml && camera != nullptr &&
+         (camera->find("camera_model") != nullptr || camera->find("intrinsics") != nullptr);
+}
+
+Cameras readKalibr(const Files& files, ReadContext&) {
+  if (files.size() == 1) return readChain(files.front().root());
+  Cameras cameras;
+  for (const SourceFile& file : files) {
+    requirePoseFromImu(file.root()["cam0"].of("cam0"));
+    for (SourceCamera& camera : readChain(file.root())) {
+      camera.place.camera = "cam" + std::to_string(cameras.size());
+      cameras.push_back(std::move(camera));
     }
   }
   return cameras;
