@@ -53,7 +53,7 @@ class SmallVector {
       mSlots[mSize] = std::move(item);
       ++mSize;
     } else {
-      logError(mSize, N, typeid(T).name(), sizeof(T));
+      logError(mSize, N, typeName(), sizeof(T));
     }
   }
 
@@ -70,6 +70,14 @@ class SmallVector {
 
  private:
   static constexpr char kSource[] = "Common/src/../include/AR/Common/SmallVector";
+
+  static const char* typeName() {
+#ifdef __cpp_rtti
+    return typeid(T).name();
+#else
+    return "";
+#endif
+  }
 
   bool hasItem(std::size_t index) const {
     return AR_CHECK(index < mSize, "index<current_size", kSource);
