@@ -14,8 +14,7 @@
 #include "AR/CV/Map/MapJob.h"
 #include "AR/Math/SO3.h"
 #include "LibraryCamera.h"
-#include "Map/MapKernel.h"
-#include "testing/GuardedBuffer.h"
+#include "MapAgreement.h"
 #include "testing/InstructionSets.h"
 
 namespace rectiline::acceptance {
@@ -24,9 +23,6 @@ namespace {
 using AR::CV::Camera;
 using AR::CV::DepthRule;
 using AR::CV::MapKernel;
-using AR::CV::PixelSource;
-using testing::GuardedBuffer;
-using Job = AR::CV::MapJob<float>;
 using Mat3 = AR::Math::Mat<float, 3, 3>;
 using Vec3 = AR::Math::Vec<float, 3>;
 
@@ -37,85 +33,6 @@ Camera<float> pinhole(float width, float height, float focal) {
   EXPECT_TRUE(camera.init(
       AR::CV::pinholeModel<float>({width, height}, {width / 2, height / 2}, {focal, focal})));
   return camera;
-}
-
-/// Four units in the last place of a number as large as `size`.
-float tolerance(float size) {
-  return 4 * (std::nextafter(size, std::numeric_limits<float>::infinity()) - size);
-}
-
-/// Both maps of a job with their reasons, in memory whose edges are watched.
-struct Maps {
-  Maps(int w, int h) : width(w), height(h), X(count()), Y(count()), reasons(count()) {}
-
-  [[nodiscard]] std::size_t count() const {
-    return static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  }
-
-  template <typename Row>
-  void fill(Row&& row) {
-    for (int y = 0; y < height; ++y) {
-      const AR::CV::MapRowReport r =
-          row(y, X.data() + y * width, Y.data() + y * width, reasons.data() + y * width);
-      report.noInverse += r.noInverse;
-      report.zeroDepth += r.zeroDepth;
-    }
-  }
-
-  int width, height;
-  GuardedBuffer<float> X, Y;
-  GuardedBuffer<std::uint8_t> reasons;
-  AR::CV::MapRowReport report;
-};
-
-bool isNear(float a, float b, float distance) { return std::fabs(a - b) <= distance; }
-
-/// Whether rounding may decide about the pixel: a coordinate, its radius or its depth is at a
-/// limit.
-bool isAtLimit(const Job& job, int x, int y) {
-  AR::CV::MapRowReport ignored;
-  Vec3 ray;
-  float u = std::numeric_limits<float>::quiet_NaN();
-  float v = u;
-  const AR::CV::MapRow<float> row(job, y);
-  if (row.ray(x, ray, ignored) == PixelSource::NoInverse) return false;
-  row.source(x, u, v, ignored);
-  const float eps = tolerance(std::max(job.width, job.height));
-  const auto atSide = [eps](float p, float size) {
-    return isNear(p, 0, 2 * eps) || isNear(p, size - 1, eps) || isNear(p, size, eps);
-  };
-  const float r2 = (ray(0) * ray(0) + ray(1) * ray(1)) / (ray(2) * ray(2));
-  const float range = job.source.getDistortionSpline().rangeMax;
-  return atSide(u, job.width) || atSide(v, job.height) || isNear(r2, range, 1e-5F * range) ||
-         isNear(ray(2), job.minDepth, 1e-6F);
-}
-
-/// Whether a position is the same up to rounding; NaN is the same as NaN.
-bool agrees(float u, float v, float uOther, float vOther, float size) {
-  const float largest = std::max({size, std::fabs(u), std::fabs(v)});
-  // Kept positions far outside are differences of larger terms.
-  const float eps = largest > size ? 2 * tolerance(largest) : tolerance(size);
-  const auto same = [eps](float a, float b) {
-    return a == b || (std::isnan(a) && std::isnan(b)) || isNear(a, b, eps);
-  };
-  return same(u, uOther) && same(v, vOther);
-}
-
-/// Calls check(plain, vector) with the maps of `job` for every instruction set.
-template <typename Check>
-void forEachVectorForm(const Job& job, int width, int height, Check&& check) {
-  Maps plain(width, height);
-  plain.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
-    return mapRowScalar(job, y, width, X, Y, reasons);
-  });
-  testing::forEachInstructionSet([&] {
-    const MapKernel kernel(job);
-    Maps maps(width, height);
-    maps.fill([&](int y, float* X, float* Y, std::uint8_t* reasons) {
-      return kernel.row(y, width, X, Y, reasons);
-    });
-    check(plain, maps);
-  });
 }
 
 void expectVectorFormsEqual(const Job& job, int width, int height) {
@@ -139,25 +56,12 @@ class VectorMap : public ::testing::Test {
                 mDifference.worst);
   }
 
-  void expectAgreement(const Job& job, const Maps& plain, Maps& maps) {
-    const float size = std::max(job.width, job.height);
+  void expectAgreement(const Job& job, const Maps& plain, const Maps& maps) {
+    ASSERT_EQ(disagreement(job, plain, maps), "");
     for (std::size_t i = 0; i < maps.count(); ++i) {
-      const int x = static_cast<int>(i) % maps.width, y = static_cast<int>(i) / maps.width;
-      if (maps.reasons[i] != plain.reasons[i]) {
-        ASSERT_TRUE(isAtLimit(job, x, y))
-            << x << ", " << y << ": " << int{plain.reasons[i]} << " -> " << int{maps.reasons[i]};
-        continue;
-      }
-      ASSERT_TRUE(agrees(plain.X[i], plain.Y[i], maps.X[i], maps.Y[i], size))
-          << x << ", " << y << ": " << plain.X[i] << " " << plain.Y[i] << " -> " << maps.X[i] << " "
-          << maps.Y[i];
-      if (plain.reasons[i] <= static_cast<int>(PixelSource::PastLastCentre)) {
-        mDifference.add(std::hypot(maps.X[i] - plain.X[i], maps.Y[i] - plain.Y[i]));
-      }
+      if (maps.reasons[i] != plain.reasons[i] || !plain.hasSource(i)) continue;
+      mDifference.add(std::hypot(maps.X[i] - plain.X[i], maps.Y[i] - plain.Y[i]));
     }
-    EXPECT_EQ(maps.report.noInverse, plain.report.noInverse);
-    EXPECT_EQ(maps.report.zeroDepth, plain.report.zeroDepth);
-    EXPECT_TRUE(maps.X.intact() && maps.Y.intact() && maps.reasons.intact());
   }
 
   void expectVectorFormsAgree(const Job& job, int width, int height) {
