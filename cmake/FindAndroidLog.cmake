@@ -3,6 +3,7 @@
 find_path(AndroidLog_INCLUDE_DIR android/log.h PATHS /usr/include/android)
 find_library(AndroidLog_LIBRARY log PATH_SUFFIXES android ${CMAKE_LIBRARY_ARCHITECTURE}/android
              PATHS /usr/lib)
+mark_as_advanced(AndroidLog_INCLUDE_DIR AndroidLog_LIBRARY)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(AndroidLog DEFAULT_MSG AndroidLog_LIBRARY AndroidLog_INCLUDE_DIR)
 if(AndroidLog_FOUND AND NOT TARGET AndroidLog::AndroidLog)

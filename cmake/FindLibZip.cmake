@@ -2,6 +2,7 @@
 # does not hold.
 find_path(LibZip_INCLUDE_DIR zip.h)
 find_library(LibZip_LIBRARY zip)
+mark_as_advanced(LibZip_INCLUDE_DIR LibZip_LIBRARY)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(LibZip DEFAULT_MSG LibZip_LIBRARY LibZip_INCLUDE_DIR)
 if(LibZip_FOUND AND NOT TARGET LibZip::LibZip)

@@ -1,6 +1,7 @@
 # The distribution's patched tinyxml (Debian package libtinyxml-dev), always in its STL form.
 find_path(TinyXML_INCLUDE_DIR tinyxml.h)
 find_library(TinyXML_LIBRARY tinyxml)
+mark_as_advanced(TinyXML_INCLUDE_DIR TinyXML_LIBRARY)
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(TinyXML DEFAULT_MSG TinyXML_LIBRARY TinyXML_INCLUDE_DIR)
 if(TinyXML_FOUND AND NOT TARGET TinyXML::TinyXML)

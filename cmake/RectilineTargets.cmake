@@ -4,7 +4,10 @@ add_library(rectiline_flags INTERFACE)
 target_compile_features(rectiline_flags INTERFACE cxx_std_20)
 # Contraction would give fused and unfused builds different maps.
 target_compile_options(rectiline_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror -ffp-contract=off)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -ffp-contract=off)
+if(PROJECT_IS_TOP_LEVEL)  # another project's compiler may know warnings that nobody has seen here
+  target_compile_options(rectiline_flags INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 at -O3 reports overlapping copies in sums of std::string that do not overlap.
   target_compile_options(rectiline_flags INTERFACE -Wno-restrict)
@@ -45,7 +48,9 @@ endfunction()
 # rectiline_test(NAME SOURCES ... DEPENDS ... [KERNELS])
 # One test program for one module; every test case of it is one ctest entry. KERNELS: it holds vector
 # code to its plain form, and so belongs to what every target's instruction set is tested with.
-add_custom_target(kernel_tests)
+if(RECTILINE_BUILD_TESTS)
+  add_custom_target(kernel_tests)
+endif()
 function(rectiline_test name)
   cmake_parse_arguments(ARG "KERNELS" "" "SOURCES;DEPENDS" ${ARGN})
   if(NOT RECTILINE_BUILD_TESTS)
