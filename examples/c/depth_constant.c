@@ -2,8 +2,8 @@
  * The smallest caller in C that links the library: how far away are the points of a rig's stereo
  * pair?
  *
- *   cc -std=c99 examples/c/depth_constant.c $(pkg-config --cflags --libs rectiline) -o depth_constant
- *   ./depth_constant RIG.xml
+ *   cc -std=c99 examples/c/depth_constant.c $(pkg-config --cflags --libs rectiline) -o depth
+ *   ./depth RIG.xml
  */
 
 #include <stdio.h>
