@@ -4,7 +4,6 @@
 
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "RunCommand.h"
 
@@ -30,18 +29,10 @@ class Documentation : public CommandTest {
     const std::string help = run("--help").output;
     return allMatches(help.substr(help.find("Subcommands:")), "\n  ([a-z]+) ");
   }
-
-  /// Runs a command line as it is written, in the test's directory.
-  [[nodiscard]] int runHere(const std::string& line) const {
-    const std::string directory = std::filesystem::path(path("x")).parent_path().string();
-    const std::string program = std::string("rectiline() { ") + RECTILINE_COMMAND + " \"$@\"; }; ";
-    const std::string script = "cd " + directory + " && " + program + line + " >.out 2>.err";
-    return std::system(("bash -c '" + script + "'").c_str());
-  }
 };
 
 TEST_F(Documentation, TheRigPageKnowsEveryAttributeAndItsExampleIsRead) {
-  const std::string page = contentOf(kSource + "/docs/rig-xml.md");
+  const std::string page = contentOf(kSource + "/docs/configuration-xml.md");
   const std::set<std::string> attributes =
       allMatches(contentOf(kSource + "/CV/src/RigFile/AttributeTable.h"),
                  R"re((?:field|fieldUnlessZero|whole)<[^(]*>\(\s*"(\w+)")re");
@@ -75,25 +66,6 @@ TEST_F(Documentation, ManualAndCompletionKnowEveryCommandAndOption) {
                                  "_rectiline; [ \"${COMPREPLY[*]}\" = \"" + row.reply + "\" ]\n");
     EXPECT_EQ(std::system(("bash " + path("complete.sh")).c_str()), 0) << row.words;
   }
-}
-
-/// The command lines of the first screen, with the files that they name.
-TEST_F(Documentation, TheReadmeIsTrue) {
-  const std::string rig = kSource + "/examples/rigs/radtan_752x480.rig.xml";
-  for (const char* line :
-       {"rectiline render RIG -o .", "rectiline convert RIG --to rectiline -o rig.xml",
-        "rectiline convert RIG --to kalibr -o camchain.yaml",
-        "rectiline convert RIG --to opencv -o stereo.yml", "rectiline convert RIG --to ros -o ."}) {
-    ASSERT_EQ(runHere(std::regex_replace(line, std::regex("RIG"), rig)), 0) << line;
-  }
-  std::istringstream readme(contentOf(kSource + "/README.md"));
-  int lines = 0;
-  for (std::string line; std::getline(readme, line) && line.find("## ") != 0;) {
-    if (line.find("    rectiline ") != 0) continue;
-    EXPECT_EQ(runHere(line.substr(0, line.find('#'))), 0) << line << contentOf(path(".err"));
-    ++lines;
-  }
-  EXPECT_GE(lines, 6);
 }
 
 }  // namespace

@@ -160,7 +160,7 @@ class AR_EXPORT ConfigNode {
   /// components; each is reported at ERROR.
   bool setDescendentAttribute(const std::string& path, const std::string& value);
 
-  /// Applies every argument of the form <prefix>path.to.attribute=value to the tree and logs it;
+  /// Applies every argument "PREFIXpath.to.attribute=value" to the tree and logs it;
   /// all others are passed over. Returns the number applied.
   int updateCommonConfigCommandLine(int argc, char** argv, const std::string& prefix);
 
