@@ -71,7 +71,9 @@ def main() -> None:
         print(f"{name} map{'':{10 - len(name)}}    differs by at most {difference:.5f} pixels")
     theirs_ms = milliseconds(lambda: by_opencv(rig))
     ours_ms = milliseconds(lambda: by_rectiline(rig, P1))
-    print(f"time              {theirs_ms:.2f} ms and {ours_ms:.2f} ms: ratio {theirs_ms / ours_ms:.1f}")
+    print(
+        f"time              {theirs_ms:.2f} ms and {ours_ms:.2f} ms: ratio {theirs_ms / ours_ms:.1f}"
+    )
 
 
 if __name__ == "__main__":

@@ -10,6 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _core
+from ._arguments import pair_of_indices
 from ._maps import Floats, Image
 
 if TYPE_CHECKING:
@@ -95,6 +96,6 @@ def check(
     """
     lefts = [left] if isinstance(left, np.ndarray) else list(left)
     rights = [right] if isinstance(right, np.ndarray) else list(right)
-    found = _core.check(rig._core, cameras, lefts, rights, max_corners)
+    found = _core.check(rig._core, pair_of_indices(cameras), lefts, rights, max_corners)
     found["pairs"] = tuple(Matches(**matches) for matches in found["pairs"])
     return CheckResult(**found)

@@ -155,7 +155,9 @@ class Rectified:
         z = self.depth(disparity)
         view = self._claim.left
         rows, columns = np.indices(z.shape)
-        in_view = np.stack([(columns - view.cx) / view.fx * z, (rows - view.cy) / view.fy * z, z], -1)
+        in_view = np.stack(
+            [(columns - view.cx) / view.fx * z, (rows - view.cy) / view.fy * z, z], -1
+        )
         points: Floats = in_view @ view.R_camera_view.T
         return points
 

@@ -86,7 +86,11 @@ class Rig:
         paths = [path] if isinstance(path, (str, os.PathLike)) else path
         files = [name for p in paths for name in os.fspath(p).split(",")]
         unit = None if scale is None else str(scale)
-        return Rig(_core.load(files, from_, pair, optional_size(size), unit, optional_size(image_size), fit))
+        return Rig(
+            _core.load(
+                files, from_, pair, optional_size(size), unit, optional_size(image_size), fit
+            )
+        )
 
     @staticmethod
     def from_arrays(
@@ -120,7 +124,15 @@ class Rig:
         sizes: list[Any] = [size] * count if np.ndim(size) == 1 else list(size)
         default = ["left", "right"] if count == 2 else [f"camera{i}" for i in range(count)]
         labels = list(names) or default
-        each: tuple[list[Any], ...] = (labels, sizes, matrices, coefficients, models, rotations, translations)
+        each: tuple[list[Any], ...] = (
+            labels,
+            sizes,
+            matrices,
+            coefficients,
+            models,
+            rotations,
+            translations,
+        )
         for name, values in zip(("names", "size", "K", "D", "model", "R", "t"), each):
             if len(values) != count:
                 raise Error(f"{name}: expected one for each of {count} cameras", field=name)
@@ -249,7 +261,9 @@ class Rig:
             sizes: (n, 2): width and height of each camera, pixels; the intrinsics scale with it.
             intrinsics: (n, 4): fx, fy, cx, cy of each camera, pixels.
         """
-        return Rig(_core.linear(self._core, largest, sizes_of_each(sizes), numbers_of_each(intrinsics)))
+        return Rig(
+            _core.linear(self._core, largest, sizes_of_each(sizes), numbers_of_each(intrinsics))
+        )
 
     def calibration_maps(
         self,

@@ -63,8 +63,10 @@ def reasons(through: Map, *, ax: Any = None) -> Any:
     axes.imshow(palette[through.reasons])
     found = [reason for reason in Reason if (through.reasons == reason).any()]
     patches = [
-        Patch(color=_COLOURS[r], label=f"{r.name.lower().replace('_', ' ')} "
-              f"({(through.reasons == r).mean():.1%})")
+        Patch(
+            color=_COLOURS[r],
+            label=f"{r.name.lower().replace('_', ' ')} " f"({(through.reasons == r).mean():.1%})",
+        )
         for r in found
     ]
     axes.legend(handles=patches, loc="upper center", bbox_to_anchor=(0.5, -0.08), ncol=2)

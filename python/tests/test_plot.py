@@ -27,7 +27,9 @@ def test_pictures(rig: rectiline.Rig, fisheye: rectiline.Rig, scene: Scene) -> N
     axes = plot.reasons(rectified.left)
     shown = axes.images[0].get_array()
     reasons = rectified.left.reasons
-    assert reasons is not None and len(np.unique(shown.reshape(-1, 3), axis=0)) == len(np.unique(reasons))
+    assert reasons is not None and len(np.unique(shown.reshape(-1, 3), axis=0)) == len(
+        np.unique(reasons)
+    )
     texts = [text.get_text() for text in axes.get_legend().get_texts()]
     assert len(texts) == len(np.unique(reasons)) and any("outside image" in t for t in texts)
 

@@ -27,12 +27,16 @@ def test_maps_and_matrices_agree_with_opencv(name: str, request: pytest.FixtureR
         assert np.abs(ours.x - x)[has_source].max() < 0.01
         assert np.abs(ours.y - y)[has_source].max() < 0.01
         assert ours.reasons is not None
-        np.testing.assert_array_equal(has_source, ours.reasons <= rectiline.Reason.OK_PAST_LAST_CENTRE)
+        np.testing.assert_array_equal(
+            has_source, ours.reasons <= rectiline.Reason.OK_PAST_LAST_CENTRE
+        )
     f, baseline = rectified.P1[0, 0], np.linalg.norm(rig.cameras[1].t)
     assert rectified.baseline == pytest.approx(baseline)
     assert rectified.depth_constant == pytest.approx(f * baseline)
     assert rectified.Q[3, 2] * baseline == pytest.approx(1)
-    np.testing.assert_allclose(rectified.depth([[8.0, 0.0]]), [[rectified.depth_constant / 8, np.nan]])
+    np.testing.assert_allclose(
+        rectified.depth([[8.0, 0.0]]), [[rectified.depth_constant / 8, np.nan]]
+    )
 
 
 def test_certificate_and_report(rig: rectiline.Rig) -> None:
@@ -58,7 +62,9 @@ def test_options_reach_the_views(rig: rectiline.Rig, fisheye: rectiline.Rig) -> 
     assert view is not None
     assert (made.size, view.size, view.fx, view.cx, view.cy) == ((400, 300),) * 2 + (200, 190, 140)
     wide = rig.rectify(field_of_view=1.5).left.view
-    assert wide is not None and 2 * np.arctan(wide.size[0] / 2 / wide.fx) == pytest.approx(1.5, abs=0.01)
+    assert wide is not None and 2 * np.arctan(wide.size[0] / 2 / wide.fx) == pytest.approx(
+        1.5, abs=0.01
+    )
     whole, between, valid = (rig.rectify(coverage=c).left_share for c in ("whole", 0.5, "valid"))
     assert whole < between < valid == 1
     with pytest.warns(rectiline.CalibrationWarning, match="swapped"):
@@ -108,7 +114,9 @@ def test_single_cameras_and_other_rigs(rig: rectiline.Rig) -> None:
     assert [c.model for c in linear.cameras] == ["LINEAR"] * 2
     maps = rig.calibration_maps(linear, vignetting=True)
     target = linear.cameras[0]
-    x, y = cv2.initUndistortRectifyMap(left.K, left.D, np.eye(3), target.K, target.size, cv2.CV_32FC1)
+    x, y = cv2.initUndistortRectifyMap(
+        left.K, left.D, np.eye(3), target.K, target.size, cv2.CV_32FC1
+    )
     known = maps[0].forward.x >= 0
     assert known.mean() > 0.5 and np.abs(maps[0].forward.x - x)[known].max() < 0.01
     assert np.abs(maps[0].forward.y - y)[known].max() < 0.01
