@@ -16,22 +16,6 @@ namespace {
 
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
-void requireImage(const GreyView& image, const CameraCalibrationZEL& camera, std::size_t pair,
-                  const char* side) {
-  const std::string name = "pair " + std::to_string(pair) + ", " + side + " image: ";
-  const int width = camera.intrinsics.width;
-  const int height = camera.intrinsics.height;
-  if (!image.data) throw std::invalid_argument(name + "has no data");
-  if (image.width != width || image.height != height) {
-    throw std::invalid_argument(name + "is " + std::to_string(image.width) + "x" +
-                                std::to_string(image.height) + ", the calibration is for " +
-                                std::to_string(width) + "x" + std::to_string(height));
-  }
-  if (image.stride != 0 && image.stride < static_cast<std::size_t>(width)) {
-    throw std::invalid_argument(name + "its stride is less than its width");
-  }
-}
-
 CameraPair chooseCameras(const DeviceCalibrationZEL& device, const CheckOptions& options) {
   const int count = std::min<int>(device.num_cameras, RECTILINE_MAX_CAMERAS);
   for (const int camera : {options.leftCamera, options.rightCamera}) {
@@ -46,8 +30,10 @@ CameraPair chooseCameras(const DeviceCalibrationZEL& device, const CheckOptions&
   return {device.cameras[options.leftCamera], device.cameras[options.rightCamera]};
 }
 
-bool isSameEverywhere(std::span<const PairImages> pairs) {
-  return std::count_if(pairs.begin(), pairs.end(), isSameImage) * 2 > std::ssize(pairs);
+bool isSameEverywhere(const Pairs& pairs) {
+  int same = 0;
+  for (int i = 0; i < pairs.count(); ++i) same += isSameImage(pairs[i]) ? 1 : 0;
+  return 2 * same > pairs.count();
 }
 
 /// Matches, and what a frame makes of them.
@@ -56,9 +42,9 @@ struct Measured {
   Rows rows{};
 };
 
-Measured measure(const Frame& frame, const Frame& searched, Search search,
-                 std::span<const PairImages> pairs, const CheckOptions& options) {
-  Measured result{matchPairs(searched, pairs, search, options, static_cast<int>(pairs.size()))};
+Measured measure(const Frame& frame, const Frame& searched, Search search, const Pairs& pairs,
+                 const CheckOptions& options) {
+  Measured result{matchPairs(searched, pairs, search, options, pairs.count())};
   result.rows = measureRows(frame, result.matches);
   return result;
 }
@@ -77,7 +63,7 @@ CameraPair turned(CameraPair cameras, const Frame& frame, const Rows& rows) {
 
 /// The rig as given, measured with the matches that agree best. When they are not those along its
 /// own rows, they are looked for far from the rows and then along the rows of the turned rig.
-Measured measure(const Frame& frame, const CameraPair& cameras, std::span<const PairImages> pairs,
+Measured measure(const Frame& frame, const CameraPair& cameras, const Pairs& pairs,
                  const CheckOptions& options) {
   Measured best = measure(frame, frame, Search::Narrow, pairs, options);
   if (best.rows.inliers >= kFewestMatches && isOk(best.rows)) return best;
@@ -123,7 +109,7 @@ void setPairs(CheckResult& result, const std::vector<RawMatch>& matches, const R
   }
 }
 
-void judge(CheckResult& result, const CameraPair& cameras, std::span<const PairImages> pairs,
+void judge(CheckResult& result, const CameraPair& cameras, const Pairs& pairs,
            const CheckOptions& options) {
   const std::optional<Frame> given = Frame::tryMake(cameras);
   result.isRectified = given.has_value();
@@ -169,17 +155,14 @@ const char* verdictText(Verdict verdict) {
   return kTexts[static_cast<std::size_t>(verdict)];
 }
 
-CheckResult checkPairs(const DeviceCalibrationZEL& device, const CheckOptions& options,
-                       std::span<const PairImages> pairs) {
+CheckResult checkFetchedPairs(const DeviceCalibrationZEL& device, const CheckOptions& options,
+                              const PairSource& source) {
   const CameraPair cameras = chooseCameras(device, options);
   Frame::requireCameras(cameras);
-  for (std::size_t i = 0; i < pairs.size(); ++i) {
-    requireImage(pairs[i].left, cameras.left, i, "left");
-    requireImage(pairs[i].right, cameras.right, i, "right");
-  }
+  const Pairs pairs(source, cameras);
   CheckResult result{};
   setUnknown(result);
-  result.pairs.resize(pairs.size());
+  result.pairs.resize(source.count);
   if (isSameEverywhere(pairs)) {
     result.verdict = Verdict::SameImage;
   } else {
@@ -187,6 +170,12 @@ CheckResult checkPairs(const DeviceCalibrationZEL& device, const CheckOptions& o
   }
   result.sentence = describe(result, cameras);
   return result;
+}
+
+CheckResult checkPairs(const DeviceCalibrationZEL& device, const CheckOptions& options,
+                       std::span<const PairImages> pairs) {
+  const PairSource source{pairs.size(), [pairs](std::size_t i) { return pairs[i]; }};
+  return checkFetchedPairs(device, options, source);
 }
 
 }  // namespace rectiline::check

@@ -43,7 +43,7 @@ bool explains(const Rows& rows) {
 }
 
 /// The trial whose rectification lets find the most points that it explains.
-const Trial* bestFinder(const std::vector<Trial>& trials, std::span<const PairImages> pairs,
+const Trial* bestFinder(const std::vector<Trial>& trials, const Pairs& pairs,
                         const CheckOptions& options) {
   constexpr int kPairs = 4;  // enough to tell
   const Trial* best = nullptr;
@@ -104,10 +104,10 @@ void nameMistake(const std::vector<Trial>& able, Explanation& result) {
 
 }  // namespace
 
-std::vector<RawMatch> matchPairs(const Frame& frame, std::span<const PairImages> pairs,
-                                 Search search, const CheckOptions& options, int maxPairs) {
+std::vector<RawMatch> matchPairs(const Frame& frame, const Pairs& pairs, Search search,
+                                 const CheckOptions& options, int maxPairs) {
   Rectifier rectifier(frame);
-  const int total = static_cast<int>(pairs.size());
+  const int total = pairs.count();
   const int count = std::min(maxPairs, total);
   std::vector<RawMatch> matches;
   for (int i = 0; i < count; ++i) {
@@ -132,15 +132,13 @@ bool isOk(const Rows& rows) {
 
 std::optional<Explanation> explainByMistake(const CameraPair& cameras,
                                             const std::optional<Frame>& given,
-                                            std::span<const RawMatch> matches,
-                                            std::span<const PairImages> pairs,
+                                            std::span<const RawMatch> matches, const Pairs& pairs,
                                             const CheckOptions& options) {
   std::vector<Trial> trials = makeTrials(cameras, given, matches);
   const Trial* const finder = bestFinder(trials, pairs, options);
   if (!finder) return std::nullopt;
   Explanation result{};
-  result.matches =
-      matchPairs(finder->frame, pairs, Search::Narrow, options, static_cast<int>(pairs.size()));
+  result.matches = matchPairs(finder->frame, pairs, Search::Narrow, options, pairs.count());
   const std::vector<Trial> able = explaining(std::move(trials), given, result.matches);
   if (able.empty()) return std::nullopt;
   nameMistake(able, result);

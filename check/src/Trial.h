@@ -6,6 +6,7 @@
 
 #include "Frame.h"
 #include "Matcher.h"
+#include "Pairs.h"
 #include "Rows.h"
 
 namespace rectiline::check {
@@ -15,8 +16,8 @@ inline constexpr int kFewestMatches = 30;
 
 /// Points that a rig's rectification lets find in both images of all pairs, or of up to `maxPairs`
 /// of them.
-std::vector<RawMatch> matchPairs(const Frame& frame, std::span<const PairImages> pairs,
-                                 Search search, const CheckOptions& options, int maxPairs);
+std::vector<RawMatch> matchPairs(const Frame& frame, const Pairs& pairs, Search search,
+                                 const CheckOptions& options, int maxPairs);
 
 /// Whether the rows of a rig agree well enough to call it right.
 bool isOk(const Rows& rows);
@@ -34,8 +35,7 @@ struct Explanation {
 /// @param matches  the best that its own rectification led to
 std::optional<Explanation> explainByMistake(const CameraPair& cameras,
                                             const std::optional<Frame>& given,
-                                            std::span<const RawMatch> matches,
-                                            std::span<const PairImages> pairs,
+                                            std::span<const RawMatch> matches, const Pairs& pairs,
                                             const CheckOptions& options);
 
 }  // namespace rectiline::check

@@ -209,6 +209,25 @@ TEST(CheckPairs, JudgesWideLensesToo) {
   EXPECT_NEAR(scenario.check(device).turnDegrees[0], 0.5, 0.03);
 }
 
+TEST(CheckPairs, TakesPairsThatAreInMemoryOneAtATime) {
+  const PairImages pair = rightScenario().images();
+  std::vector<std::uint8_t> left;
+  std::vector<std::uint8_t> right;
+  const PairSource one{3, [&](std::size_t i) {
+                         std::fill(left.begin(), left.end(), std::uint8_t{0});
+                         left = i == 1 ? rightScenario().right : rightScenario().left;
+                         right = i == 1 ? rightScenario().left : rightScenario().right;
+                         return PairImages{{left.data(), pair.left.width, pair.left.height, 0},
+                                           {right.data(), pair.left.width, pair.left.height, 0}};
+                       }};
+  const PairImages all[] = {pair, {pair.right, pair.left}, pair};
+  const CheckResult fetched = checkFetchedPairs(rightRig(), {}, one);
+  const CheckResult together = checkPairs(rightRig(), {}, all);
+  EXPECT_EQ(fetched.sentence, together.sentence);
+  EXPECT_EQ(fetched.matches, together.matches);
+  EXPECT_EQ(fetched.pairs.at(2).size(), together.pairs.at(0).size());
+}
+
 TEST(CheckPairs, SaysWhenThereIsNothingToMeasure) {
   const std::vector<std::uint8_t> grey(rightScenario().left.size(), 90);
   PairImages flat = rightScenario().images();

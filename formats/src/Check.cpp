@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "rectiline/rectiline.h"
+#include "rectiline_calls/Calls.h"
 
 namespace rectiline::formats {
 namespace {
@@ -140,10 +141,7 @@ std::vector<Sample> sampleRecord(const CameraCalibrationZEL& record, const Place
 }
 
 void throwLibraryError(const Place& place) {
-  rectiline_error error{};
-  error.struct_size = sizeof error;
-  rectiline_last_error(&error);
-  throw FormatError(place, "a camera that can be used", error.text);
+  throw FormatError(place, "a camera that can be used", lastErrorText());
 }
 
 }  // namespace rectiline::formats

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,6 +25,14 @@ struct GreyView {
 struct PairImages {
   GreyView left;  // of the left camera's size
   GreyView right;
+};
+
+/// Pairs that need not be in memory at once.
+struct PairSource {
+  std::size_t count = 0;
+  /// The pair with an index below `count`, which is asked for several times; valid until the next
+  /// call. What it throws is passed on.
+  std::function<PairImages(std::size_t)> fetch;
 };
 
 struct CheckOptions {
@@ -104,5 +113,10 @@ struct CheckResult {
  */
 CheckResult checkPairs(const DeviceCalibrationZEL& device, const CheckOptions& options,
                        std::span<const PairImages> pairs);
+
+/// The same with one pair in memory at a time. Nothing but the matches is kept, about 100 kB for a
+/// pair.
+CheckResult checkFetchedPairs(const DeviceCalibrationZEL& device, const CheckOptions& options,
+                              const PairSource& pairs);
 
 }  // namespace rectiline::check

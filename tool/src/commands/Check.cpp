@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <span>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,7 +14,9 @@
 #include "cli/StandardOutput.h"
 #include "commands/Commands.h"
 #include "files/FramePairs.h"
+#include "files/Interrupt.h"
 #include "images/ImageFile.h"
+#include "work/Progress.h"
 
 namespace rectiline::tool {
 namespace {
@@ -31,18 +33,37 @@ check::GreyView viewOf(const GreyImage& image) {
   return {image.data.data(), image.width, image.height, 0};
 }
 
+/// Reads the pairs one at a time, as often as they are asked for, and shows how far it is: every
+/// look at all of them is a line of progress of its own.
+class PairReader {
+ public:
+  PairReader(const DeviceCalibrationZEL& device, const std::vector<FramePair>& files)
+      : mDevice(device), mFiles(files) {}
+
+  check::PairImages fetch(std::size_t i) {
+    throwIfInterrupted();
+    if (!mProgress || i <= mLast) mProgress.emplace(mFiles.size(), "pairs");
+    mLast = i;
+    mProgress->show(i);
+    mLeft = readImage(mFiles[i].left, mDevice.cameras[0]);
+    mRight = readImage(mFiles[i].right, mDevice.cameras[1]);
+    return {viewOf(mLeft), viewOf(mRight)};
+  }
+
+ private:
+  const DeviceCalibrationZEL& mDevice;
+  const std::vector<FramePair>& mFiles;
+  GreyImage mLeft;
+  GreyImage mRight;
+  std::size_t mLast = 0;
+  std::optional<Progress> mProgress;
+};
+
 check::CheckResult judge(const DeviceCalibrationZEL& device, const std::vector<FramePair>& files) {
-  std::vector<GreyImage> images;
-  for (const FramePair& pair : files) {
-    images.push_back(readImage(pair.left, device.cameras[0]));
-    images.push_back(readImage(pair.right, device.cameras[1]));
-  }
-  std::vector<check::PairImages> pairs;
-  for (std::size_t i = 0; i < images.size(); i += 2) {
-    pairs.push_back({viewOf(images[i]), viewOf(images[i + 1])});
-  }
+  PairReader reader(device, files);
   try {
-    return check::checkPairs(device, {}, pairs);
+    return check::checkFetchedPairs(
+        device, {}, {files.size(), [&reader](std::size_t i) { return reader.fetch(i); }});
   } catch (const std::invalid_argument& error) {
     throw Error(error.what());
   }
