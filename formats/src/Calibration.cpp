@@ -11,6 +11,7 @@
 #include "Error.h"
 #include "Fit.h"
 #include "FormatList.h"
+#include "Selection.h"
 #include "rectiline/rectiline.h"
 
 namespace rectiline::formats {
@@ -46,40 +47,9 @@ void requireNames(const Cameras& cameras) {
   }
 }
 
-const SourceCamera& cameraFor(const Cameras& cameras, const std::string& wanted) {
-  const auto named =
-      std::find_if(cameras.begin(), cameras.end(),
-                   [&wanted](const SourceCamera& camera) { return camera.place.camera == wanted; });
-  if (named != cameras.end()) return *named;
-  const std::optional<double> index = numberFromText(wanted);
-  for (std::size_t i = 0; index && i < cameras.size(); ++i) {
-    if (*index == static_cast<double>(i)) return cameras[i];
-  }
-  std::string names;
-  for (const SourceCamera& camera : cameras) {
-    names += (names.empty() ? "" : ", ") + camera.place.camera;
-  }
-  throw FormatError({cameras.front().place.file, "", "--pair"},
-                    "some of " + names + ", or an index", shown(wanted));
-}
-
-std::vector<std::string> commaSeparated(const std::string& text) {
-  std::vector<std::string> parts;
-  std::size_t start = 0;
-  while (true) {
-    const std::size_t comma = text.find(',', start);
-    parts.push_back(text.substr(start, comma - start));
-    if (comma == std::string::npos) return parts;
-    start = comma + 1;
-  }
-}
-
-Cameras selected(const Cameras& cameras, const std::string& pair) {
+Cameras chosen(const Cameras& cameras, const std::string& pair, Format format) {
   if (pair.empty()) return cameras;
-  Cameras result;
-  for (const std::string& wanted : commaSeparated(pair)) {
-    result.push_back(cameraFor(cameras, wanted));
-  }
+  Cameras result = selectCameras(cameras, pair, format);
   requireNames(result);
   return result;
 }
@@ -276,7 +246,7 @@ Calibration readCalibration(const std::vector<std::string>& names, const ReadOpt
   Cameras cameras = formatRow(result.format).read(files, context);
   if (cameras.empty()) throw FormatError({names.front(), "", ""}, "a camera", "none");
   requireNames(cameras);
-  cameras = selected(cameras, options.pair);
+  cameras = chosen(cameras, options.pair, result.format);
   requireFew(cameras);
   std::fill(std::begin(result.device.cameras), std::end(result.device.cameras),
             CameraCalibrationZEL{});

@@ -2,6 +2,8 @@
 // double precision from the same files, and held against OpenCV 4.6 (2e-11 pixels) where it has the
 // model.
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 #include "Excerpts.h"
@@ -147,7 +149,7 @@ const std::vector<Case>& cases() {
        Format::Colmap,
        kEurocPixels,
        {kEurocPose},
-       "1,2"},
+       "name:1,name:2"},
       {"corner origin of eight coefficients",
        {kColmapCameras},
        {},
@@ -239,6 +241,35 @@ TEST_F(ReadersTest, TakesTheSmallestModelThatHoldsTheCoefficients) {
   EXPECT_EQ(modelOf("0, 0, 1e-4, 0, 0"), 1);
   EXPECT_EQ(modelOf("-0.2, 0, 0, 0, 0"), 1);
   EXPECT_EQ(modelOf("-0.2, 0, 0, 0, 1e-9"), 2);
+}
+
+TEST_F(ReadersTest, TakesCamerasByNameOrByIndex) {
+  const auto withPair = [](const std::string& pair) {
+    ReadOptions options;
+    options.pair = pair;
+    return options;
+  };
+  const auto chosen = [&](const std::vector<std::string>& files, const std::string& pair) {
+    std::string names;
+    for (const CameraReading& camera : readCalibration(files, withPair(pair)).cameras) {
+      names += camera.name + " ";
+    }
+    return names;
+  };
+  const std::vector<std::string> chain = filesOf({kKalibrChain});
+  EXPECT_EQ(chosen(chain, "cam1,0"), "cam1 cam0 ");
+  // Cameras 1, 2, 5 and 7: numbers that are names, indices, or both.
+  const std::vector<std::string> numbered = {file("numbered", kColmapCameras)};
+  const struct {
+    const char *pair, *cameras;
+  } rows[] = {{"0,1", "1 2 "}, {"7,1", "7 1 "},       {"0,3", "1 7 "},
+              {"5,0", "5 1 "}, {"index:1,5", "2 5 "}, {"name:1,name:2", "1 2 "}};
+  for (const auto& row : rows) EXPECT_EQ(chosen(numbered, row.pair), row.cameras) << row.pair;
+  EXPECT_THAT(refusalOf(numbered, withPair("1,2")),
+              ::testing::HasSubstr("name:1,name:2 or index:1,index:2"));
+  // Sockets 4, 1 and 2.
+  const std::string oak = edited(edited(kOak, "[0, {", "[4, {"), "Socket\": 0", "Socket\": 4");
+  EXPECT_THAT(refusalOf(filesOf({oak}), withPair("0,1")), ::testing::EndsWith("found 0"));
 }
 
 TEST_F(ReadersTest, TakesUnitsPairsAndImageSizes) {

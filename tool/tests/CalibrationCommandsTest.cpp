@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <regex>
 
 #include "RunCommand.h"
 #include "SmallRig.h"
@@ -60,6 +61,9 @@ TEST_F(CalibrationCommands, InfoSaysInWordsWhatACalibrationHolds) {
   EXPECT_EQ(pair.exitCode, 0);
   EXPECT_THAT(pair.output, AllOf(HasSubstr("376x240"), HasSubstr("plumb_bob"),
                                  HasSubstr("mm to the right"), HasSubstr("baseline")));
+  writeText("half.xml", std::regex_replace(std::string(kSmallRig),
+                                           std::regex("<Rig translation=\"-0[^>]*>"), ""));
+  EXPECT_THAT(run("info " + path("half.xml")).errors, HasSubstr("Camera right has no Rig"));
   writeText("mono.yaml", kKalibrMono);
   const Outcome mono = run("info " + path("mono.yaml"));
   EXPECT_THAT(mono.output,

@@ -71,7 +71,8 @@ struct ReadOptions {
   /// The length of the file's unit. Not given: what the format says, metres where it says nothing.
   std::optional<double> metresPerUnit;
   /// The cameras to take, "left,right" by name or by index in the file's list (sockets for oak).
-  /// Empty: all of them in the file's order.
+  /// Numbers that are names of some cameras and indices of others are refused: "name:1,name:2" or
+  /// "index:1,index:2" say which. Empty: all of them in the file's order.
   std::string pair;
   /// The size of the images in use, when they were scaled from the calibrated ones.
   std::optional<PixelSize> imageSize;

@@ -76,16 +76,28 @@ void requireKnownNames(const TiXmlElement& camera, const Place& place) {
   }
 }
 
-/// Of every camera; what else a device has beside its cameras is none of ours.
-void requireKnownNames(const SourceFile& file) {
+/// Looks at every camera; what else a device has beside its cameras is none of ours. Whether each
+/// says where it stands.
+std::vector<bool> readNames(const SourceFile& file) {
   const std::unique_ptr<TiXmlDocument> document = parseXml(file.text, file.name);
-  int index = 0;
+  std::vector<bool> hasPose;
   for (const TiXmlElement* camera = document->RootElement()->FirstChildElement("Camera");
        camera != nullptr; camera = camera->NextSiblingElement("Camera")) {
     const char* const name = camera->Attribute("cam_name");
-    requireKnownNames(*camera, {file.name, name == nullptr ? std::to_string(index) : name, ""});
-    ++index;
+    const std::string shownName = name == nullptr ? std::to_string(hasPose.size()) : name;
+    requireKnownNames(*camera, {file.name, shownName, ""});
+    hasPose.push_back(camera->FirstChildElement("Rig") != nullptr);
   }
+  return hasPose;
+}
+
+/// A camera that does not say where it stands is at the reference, which is common for the first.
+void setPose(SourceCamera& camera, bool isSaid, bool isFirst, std::vector<std::string>& notes) {
+  camera.T_camera_reference = fromRecord(camera.record->pose);
+  if (isSaid || isFirst) return;
+  notes.push_back(
+      "Camera " + camera.place.camera +
+      " has no Rig, which would say where it stands; it was taken to be at the reference.");
 }
 
 constexpr const char* kModelNames[] = {"LINEAR",
@@ -110,14 +122,16 @@ Cameras readRectiline(const Files& files, ReadContext& context) {
   const SourceFile& file = onlyFile(files);
   const int status = rectiline_rig_from_xml(file.text.data(), file.text.size(), &context.device);
   if (status != RECTILINE_OK) throwLibraryError({file.name, "", ""});
-  requireKnownNames(file);
+  std::vector<bool> hasPose = readNames(file);
+  hasPose.resize(static_cast<std::size_t>(context.device.num_cameras), true);
+  const bool isAnyPlaced = std::find(hasPose.begin(), hasPose.end(), true) != hasPose.end();
   Cameras cameras;
   for (int i = 0; i < context.device.num_cameras; ++i) {
     SourceCamera camera;
     camera.record = context.device.cameras[i];
     camera.place = {file.name, camera.record->name, ""};
     camera.word = kModelNames[camera.record->intrinsics.distortion_model];
-    camera.T_camera_reference = fromRecord(camera.record->pose);
+    if (isAnyPlaced) setPose(camera, hasPose[cameras.size()], i == 0, context.notes);
     cameras.push_back(std::move(camera));
   }
   return cameras;
