@@ -185,6 +185,7 @@ TEST_F(ExportCommands, DepthRefusesWhatIsNoDisparityOfTheRig) {
   writeText("small.npy", npy({1, 2, 3, 4}, 2, 2));
   writeText("short.npy", npy({1, 2, 3}, 2, 2));
   writeText("text.npy", "no array");
+  writeText("vast.npy", npy({1}, 90000, 90000));
   const std::string out = " -o " + path("z.npy");
   const Outcome scaledDepth =
       run("depth --json " + mRig + " " + path("d.png") + " --scale-disparity 16" + out);
@@ -200,6 +201,8 @@ TEST_F(ExportCommands, DepthRefusesWhatIsNoDisparityOfTheRig) {
       {path("small.npy") + " --force" + out, "the rectified images of the rig are 376x240", 1},
       {path("short.npy") + " --force" + out, "more or less than its header says", 1},
       {path("text.npy") + " --force" + out, "is no .npy file", 1},
+      {path("vast.npy") + " --force" + out, "above the limit", 1},
+      {"/dev/zero --force" + out, "is no plain file", 1},
       {path("d.png") + " --scale-disparity 16" + out, "--force", 4},
   };
   for (const auto& row : rows) {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <string>
 
@@ -60,6 +61,28 @@ int greatestDifference(const Image& a, const Image& b) {
     greatest = std::max(greatest, std::abs(a.data[i] - b.data[i]));
   }
   return greatest;
+}
+
+/// A few bytes that say they are a grey image of 16 bits and 20000 x 20000 pixels.
+std::string vastPng() {
+  constexpr char kBytes[] =
+      "\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR\0\0\x4e\x20\0\0\x4e\x20\x10\0\0\0\0\x96\x8b\xc5\xa6"
+      "\0\0\0\x08IDATx\x9c\x03\0\0\0\0\x01H\x06\x89\xd2\0\0\0\0IEND\xae\x42\x60\x82";
+  return {kBytes, sizeof kBytes - 1};
+}
+
+/// A progressive grey JPEG whose scans all say the same once more.
+std::string repetitiveJpeg(int width, int height, int scans) {
+  const auto word = [](int value) {
+    return std::string{static_cast<char>(value / 256), static_cast<char>(value % 256)};
+  };
+  const std::string table("\xff\xc4\0\x14\0\x01\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 22);
+  std::string bytes("\xff\xd8\xff\xdb\0\x43\0", 7);
+  bytes += std::string(64, '\1') + std::string("\xff\xc2\0\x0b\x08", 5);
+  bytes += word(height) + word(width) + std::string("\1\1\x11\0", 4) + table;
+  const std::string scan = std::string("\xff\xda\0\x08\1\1\0\0\0\0", 10) + std::string(6, '\0');
+  for (int i = 0; i < scans; ++i) bytes += scan;
+  return bytes + "\xff\xd9";
 }
 
 /// With a pair of cameras of 64 x 48 pixels that need no correction: images stay as they are.
@@ -184,6 +207,12 @@ TEST_F(ToolTest, FoldersAndPatternsAreRectifiedPairByPair) {
     EXPECT_EQ(readWhole(path("out/") + row.secondRight).data[0], 20);
     fs::remove_all(path("out"));
   }
+  // What is wrong with the maps is said before any work is done with them.
+  const Outcome swapped = run("rectify --json " + path("two.xml") + " " + path("L") + " " +
+                              path("R") + " --pair 1,0 -o " + path("out"));
+  EXPECT_EQ(swapped.exitCode, 3) << swapped.errors;
+  EXPECT_EQ(swapped.json()["baseline"], 0.1);
+  EXPECT_EQ(files("out"), std::set<std::string>{});
   // Of a single camera every argument names images.
   const Outcome mono = run("undistort " + path("one.xml") + " " + path("L/f1.png") + " '" +
                            path("L/r*.png") + "' -o " + path("out"));
@@ -303,6 +332,9 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
   writeImage(path("small.png"), Image(GreyImage(32, 48)));
   writeText("text.png", "not an image");
   writeText("huge.pgm", "P5 40000 30000 255\n");
+  writeText("vast.png", vastPng());
+  writeText("vast.jpg", repetitiveJpeg(60000, 60000, 1));
+  writeText("scans.jpg", repetitiveJpeg(64, 48, 101));
   writeText("short.pgm", "P5 64 48 255\n12345");
   fs::copy(path("good.png"), path("cut.png"));
   fs::resize_file(path("cut.png"), 60);
@@ -315,6 +347,9 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
   writeText("empty.xml", "<DeviceConfiguration/>");
   writeText("twins.xml", rigOf(camera("left", 0) + camera("left", -0.1)));
   writeText("together.xml", rigOf(camera("left", 0) + camera("right", 0)));
+  writeText("outside.xml", rigOf(camera("left", 0, "20 48") + camera("right", 1)));
+  writeText("unplaced.xml", std::regex_replace(rigOf(camera("left", 0) + camera("right", 1)),
+                                               std::regex("<Rig[^>]*>"), ""));
   writeText("swapped.xml", rigOf(camera("left", 0) + camera("right", 0.1)));
   writeText("vast.xml", rigOf(camera("left", 0, "40000 30000") + camera("right", 1)));
   const auto rectify = [this](const std::string& rig, const std::string& left,
@@ -343,6 +378,8 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
       {1, rectify("twins.xml", "good.png"), "another name", "", ""},
       {1, rectify("together.xml", "good.png"), "same", "", ""},
       {1, rectify("one.xml", "good.png"), "has only one camera", "", ""},
+      {1, rectify("outside.xml", "good.png"), "should be inside the image", "", ""},
+      {1, rectify("unplaced.xml", "good.png"), "how its cameras lie to each other", "", ""},
       {1, rectify("vast.xml", "good.png"), "above the limit of 100000000", "", ""},
       {1, good + " --size 90x50 --max-pixels 4000", "above the limit of 4000", "", ""},
       {1, good + " --pair left,middle", "--pair", "", ""},
@@ -351,6 +388,11 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
       {1, rectify("two.xml", "text.png"), "is no PNG, JPEG, PGM or PPM image", "", ""},
       {1, rectify("two.xml", "small.png"), "is 32x48, camera left has 64x48", "", ""},
       {1, rectify("two.xml", "huge.pgm"), "is 40000x30000", "", ""},
+      {1, rectify("two.xml", "vast.png"), "is 20000x20000", "", ""},
+      {1, rectify("two.xml", "vast.jpg"), "is 60000x60000", "", ""},
+      {1, rectify("two.xml", "scans.jpg"), "more than 100 scans", "", ""},
+      {1, "depth " + path("two.xml") + " " + path("vast.png") + " --scale-disparity 16 -o z.npy",
+       "is 20000x20000, the rectified images", "", ""},
       {1, rectify("two.xml", "short.pgm"), "ends early", "", ""},
       {1, rectify("two.xml", "cut.png"), "is a damaged PNG: the file ends early", "", ""},
       {1, rectify("two.xml", "cut.jpg"), "cannot be used as JPEG", "", ""},
@@ -369,6 +411,17 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
     EXPECT_EQ(std::count(r.errors.begin(), r.errors.end(), '\n'), 1) << r.errors;
     EXPECT_EQ(files("out"), std::set<std::string>{});
   }
+}
+
+TEST_F(ToolTest, TooLittleMemoryIsOneLineAndAnExitCode) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers take all addresses for themselves";
+#endif
+  const Outcome r = run("maps " + path("two.xml") + " --size 9000x9000 -o " + path("out.npz"),
+                        "ulimit -v 1000000; ");
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_EQ(r.errors, "rectiline: out of memory\n");
+  EXPECT_FALSE(fs::exists(path("out.npz")));
 }
 
 }  // namespace

@@ -53,11 +53,12 @@ std::string exampleText(const Command& command) {
   return text;
 }
 
-/// The log goes to standard error, where the library's output is sent, when it is asked for.
-/// Without it a failure is the one line that the command prints.
+/// The library's log and other output go to standard error when they are asked for. Without them a
+/// failure is the one line that the command prints.
 void setUpLog(bool verbose) {
   constexpr int kNothing = 0;
   constexpr int kDebug = 3;
+  if (verbose) showLibraryOutput();
   check(rectiline_set_log(verbose ? kDebug : kNothing, verbose ? 1 : 0));
 }
 

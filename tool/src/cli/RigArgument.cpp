@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <sstream>
+#include <utility>
 
 #include "cli/Error.h"
 #include "cli/LimitOption.h"
@@ -73,8 +74,7 @@ Rig RigArgument::readFiles() const {
   return {formats::readCalibration(mText, mOptions), std::nullopt};
 }
 
-Rig RigArgument::read() const {
-  Rig rig = readFiles();
+Rig RigArgument::accepted(Rig rig) const {
   for (const std::string& sentence : rig.notes) note(sentence);
   for (int i = 0; i < rig.device.num_cameras; ++i) {
     const CameraCalibrationZEL& camera = rig.device.cameras[i];
@@ -84,10 +84,17 @@ Rig RigArgument::read() const {
   return rig;
 }
 
-Rig RigArgument::readPair() const {
-  Rig rig = read();
-  if (rig.device.num_cameras < 2) throw Error(mText + ": has only one camera, a pair needs two");
+Rig RigArgument::read() const { return accepted(readFiles()); }
+
+Rig RigArgument::readPairOrSingle() const {
+  Rig rig = readFiles();
   if (!rig.hasPoses) throw Error(mText + ": does not say how its cameras lie to each other");
+  return accepted(std::move(rig));
+}
+
+Rig RigArgument::readPair() const {
+  Rig rig = readPairOrSingle();
+  if (rig.device.num_cameras < 2) throw Error(mText + ": has only one camera, a pair needs two");
   return rig;
 }
 

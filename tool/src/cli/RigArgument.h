@@ -35,7 +35,10 @@ class RigArgument {
   /// a larger image than --max-pixels allows.
   [[nodiscard]] Rig read() const;
 
-  /// The same for a rig of at least two cameras that says how they lie to each other.
+  /// The same for a rig of one camera, or that says how its cameras lie to each other.
+  [[nodiscard]] Rig readPairOrSingle() const;
+
+  /// The same for a rig of at least two cameras.
   [[nodiscard]] Rig readPair() const;
 
   /// Another calibration, that RIG is compared with, as its content says.
@@ -52,6 +55,7 @@ class RigArgument {
 
  private:
   [[nodiscard]] Rig readFiles() const;
+  [[nodiscard]] Rig accepted(Rig rig) const;
 
   std::string mText;
   formats::ReadOptions mOptions;

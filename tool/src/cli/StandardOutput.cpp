@@ -37,10 +37,14 @@ void claimStandardOutput() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   const int own = dup(STDOUT_FILENO);
-  dup2(STDERR_FILENO, STDOUT_FILENO);
+  const int nowhere = open("/dev/null", O_WRONLY);
+  dup2(nowhere, STDOUT_FILENO);
+  if (nowhere > STDERR_FILENO) close(nowhere);
   results = fdopen(own, "w");
   if (results == nullptr) firstError = EBADF;
 }
+
+void showLibraryOutput() { dup2(STDERR_FILENO, STDOUT_FILENO); }
 
 void print(const char* format, ...) {
   if (results == nullptr || !isTextShown) return;

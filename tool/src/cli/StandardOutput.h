@@ -4,12 +4,15 @@
 
 namespace rectiline::tool {
 
-// The results of the command are the only thing on its standard output: what anybody else prints
-// there, as a library does, goes to standard error.
+// The results of the command are the only thing on its standard output. What anybody else prints
+// there, as a library does when it refuses a camera, is lost: the command's own line says it.
 
 /// Call it first in the process. Streams that were closed stay unusable: no file is opened
 /// in their place.
 void claimStandardOutput();
+
+/// From here on what others print goes to standard error.
+void showLibraryOutput();
 
 /// As printf, for people: silent after expectJson(). What cannot be written shows in
 /// finishStandardOutput().

@@ -35,13 +35,20 @@ using Depth = Pixels<float>;
 
 bool isPng(const std::string& file) { return file.ends_with(".png"); }
 
-Pixels<float> readGrey16(const std::string& path, const PixelLimit& limit) {
+void requireSize(const std::string& file, int width, int height, const rectiline_view& view) {
+  if (width == view.width && height == view.height) return;
+  throw Error(file + ": is " + std::to_string(width) + "x" + std::to_string(height) +
+              ", the rectified images of the rig are " + std::to_string(view.width) + "x" +
+              std::to_string(view.height));
+}
+
+Pixels<float> readGrey16(const std::string& path, const rectiline_view& view) {
   const ImageFile file(path);
   const ImageHeader& header = file.header();
   if (header.format != RECTILINE_GREY16) {
     throw Error(path + ": expected a grey image of 16 bits, or an array (.npy)");
   }
-  limit.require(path, header.width, header.height);
+  requireSize(path, header.width, header.height, view);
   const Image image = file.decode();
   Pixels<float> values(image.width, image.height);
   for (std::size_t i = 0; i < values.data.size(); ++i) {
@@ -52,8 +59,8 @@ Pixels<float> readGrey16(const std::string& path, const PixelLimit& limit) {
   return values;
 }
 
-/// Disparities in rectified pixels.
-Pixels<float> readDisparity(const Arguments& arguments) {
+/// Disparities in pixels of the view.
+Pixels<float> readDisparity(const Arguments& arguments, const rectiline_view& view) {
   Pixels<float> values;
   if (isPng(arguments.disparity)) {
     if (arguments.scale == 0) {
@@ -63,9 +70,10 @@ Pixels<float> readDisparity(const Arguments& arguments) {
           "OpenCV's StereoSGBM, 256 for KITTI",
           ExitCode::Usage);
     }
-    values = readGrey16(arguments.disparity, arguments.rig.limit());
+    values = readGrey16(arguments.disparity, view);
   } else {
     values = readNpy(arguments.disparity, arguments.rig.limit());
+    requireSize(arguments.disparity, values.width, values.height, view);
   }
   const double scale = arguments.scale == 0 ? 1 : arguments.scale;
   for (float& value : values.data) value = static_cast<float>(value / scale);
@@ -79,14 +87,6 @@ rectiline_rectification rectify(const Rig& rig, const rectiline_options& options
   auto r = sized<rectiline_rectification>();
   check(rectiline_rectify(&rig.device, &options, nullptr, nullptr, &r));
   return r;
-}
-
-void requireSize(const Arguments& arguments, const Pixels<float>& disparity,
-                 const rectiline_view& view) {
-  if (disparity.width == view.width && disparity.height == view.height) return;
-  throw Error(arguments.disparity + ": is " + std::to_string(disparity.width) + "x" +
-              std::to_string(disparity.height) + ", the rectified images of the rig are " +
-              std::to_string(view.width) + "x" + std::to_string(view.height));
 }
 
 /// Points in front of both cameras have positive disparities, whichever camera is given first.
@@ -178,9 +178,8 @@ Result report(const std::string& file, Depth depth, const rectiline_rectificatio
 Result makeDepth(const Arguments& arguments) {
   (void)extensionOf(arguments.output.path);
   const Rig rig = arguments.rig.readPair();
-  const Pixels<float> disparity = readDisparity(arguments);
   const rectiline_rectification r = rectify(rig, arguments.view.options(rig));
-  requireSize(arguments, disparity, r.left);
+  const Pixels<float> disparity = readDisparity(arguments, r.left);
   std::vector<std::string> inputs = arguments.rig.files();
   inputs.push_back(arguments.disparity);
   Outputs out(arguments.output, inputs);

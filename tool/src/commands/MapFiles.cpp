@@ -116,14 +116,10 @@ Result write(const Collection& collection, Writer writer, const std::string& fil
   return result;
 }
 
-void requirePoses(const Rig& rig, const std::string& name) {
-  if (!rig.hasPoses) throw Error(name + ": does not say how its cameras lie to each other");
-}
-
 /// A pair's rectification maps, or the undistortion map of the only camera.
 Result writeMaps(const Arguments& arguments) {
   const Writer writer = writerFor(arguments.output.path);
-  const Rig rig = arguments.rig.read();
+  const Rig rig = arguments.rig.readPairOrSingle();
   Outputs out(arguments.output, arguments.rig.files());
   const std::string file = out.singleFile();
   Collection collection;
@@ -135,7 +131,6 @@ Result writeMaps(const Arguments& arguments) {
     collection.addMap("camera", made.map.view(), camera);
     return write(collection, writer, file);
   }
-  requirePoses(rig, arguments.rig.text());
   const PairMaps maps = createPairMaps(rig.device, options, limit);
   collectPair(rig.device, maps, collection);
   return write(collection, writer, file);

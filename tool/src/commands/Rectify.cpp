@@ -239,6 +239,10 @@ Result rectify(const Arguments& arguments) {
   const rectiline_options options = arguments.view.options(rig);
   PairMaps maps = createPairMaps(rig.device, options, arguments.rig.limit());
   const rectiline_rectification r = maps.rectification;
+  const std::string verdict = verdictOn(r);
+  if (arguments.isBatch() && !verdict.empty()) {
+    return {toJson(r), verdict + " (nothing was written; a single pair would be)"};
+  }
 
   PairRectifier rectifier(rig.device, std::move(maps), arguments.format);
   RectifiedPair last;
@@ -255,7 +259,7 @@ Result rectify(const Arguments& arguments) {
   if (!arguments.points.empty()) {
     checkPoints({greyOf(last.left), greyOf(last.right), r}, arguments.points);
   }
-  Result result{toJson(r), verdictOn(r)};
+  Result result{toJson(r), verdict};
   result.json["pairs"] = jobs.size();
   result.json["seconds"] = elapsed.count();
   return result;

@@ -39,6 +39,21 @@ struct Errors : jpeg_error_mgr {
   std::array<char, JMSG_LENGTH_MAX> message{};
 };
 
+/// A picture can be sent in any number of refinements, each of which costs as much as the whole:
+/// those of cameras have one, progressive ones up to about ten.
+struct ScanLimit : jpeg_progress_mgr {
+  ScanLimit() : jpeg_progress_mgr{} {
+    progress_monitor = [](j_common_ptr jpeg) {
+      constexpr int kMost = 100;
+      const auto* const reader = reinterpret_cast<j_decompress_ptr>(jpeg);
+      if (!jpeg->is_decompressor || reader->input_scan_number <= kMost) return;
+      auto& errors = *static_cast<Errors*>(jpeg->err);
+      std::snprintf(errors.message.data(), errors.message.size(), "more than %d scans", kMost);
+      std::longjmp(errors.escape, 1);
+    };
+  }
+};
+
 template <typename Work>
 void guarded(Errors& errors, Work work) {
   if (setjmp(errors.escape) != 0) {
@@ -80,9 +95,11 @@ class JpegReader {
   JpegReader() {
     mJpeg.err = &mErrors;
     jpeg_create_decompress(&mJpeg);
+    mJpeg.progress = &mScans;
   }
 
   Errors mErrors;
+  ScanLimit mScans;
   jpeg_decompress_struct mJpeg{};
 };
 
