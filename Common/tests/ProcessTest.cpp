@@ -1,7 +1,8 @@
-// A process that forks while the library is in use, and threads that cannot be had.
+// A process that forks while the library is in use, and threads and memory that cannot be had.
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,6 +29,10 @@ namespace {
 /// How many more threads the system gives to the library; below 0 as many as it likes.
 std::atomic<int> gThreadsLeft{-1};
 
+/// Whether a leak at the end of this process is one: not where the stack that holds the memory is
+/// that of a thread which the process does not have.
+bool gLeaksAreOurs = true;
+
 }  // namespace
 
 // The linker puts this in the place of pthread_create for the library's code.
@@ -41,6 +46,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 }
 // Only this one refuses threads to a child.
 const char* __tsan_default_options() { return "die_after_fork=0"; }
+int __lsan_is_turned_off() { return gLeaksAreOurs ? 0 : 1; }
 }
 
 namespace {
@@ -182,15 +188,21 @@ TEST(Fork, WithinATargetAndWithinAnItem) {
   Logger::getInstance().removeTarget(&target);
   EXPECT_TRUE(target.succeeded);
   std::atomic<int> succeeded{0};
-  WorkerPools::dispatch(
-      [&](int) { succeeded += holdsInChild([] { return dispatches(true); }) ? 1 : 0; }, 4);
+  const auto forkInItem = [&](int) {
+    const bool holds = holdsInChild([] {
+      gLeaksAreOurs = false;
+      return dispatches(true);
+    });
+    succeeded += holds ? 1 : 0;
+  };
+  WorkerPools::dispatch(forkInItem, 4);
   EXPECT_EQ(succeeded, 4);
   EXPECT_TRUE(dispatches(true));
 }
 
 TEST(Fork, AmidLoggingAndDispatchesOfOtherThreads) {
   constexpr int kForks = 200;
-  const std::string name = ::testing::TempDir() + "ForkTest" + std::to_string(getpid()) + ".log";
+  const std::string name = ::testing::TempDir() + "ProcessTest" + std::to_string(getpid()) + ".log";
   Logger::getInstance().setFile(Path(name), false, false);
   std::atomic<bool> done{false};
   std::array<int, 3> logged{};
@@ -227,5 +239,50 @@ TEST(Fork, AmidLoggingAndDispatchesOfOtherThreads) {
   EXPECT_EQ(count, expected);
   EXPECT_EQ(lines.size(), expected) << "lines were torn or written twice";
 }
+
+#ifdef RECTILINE_MEMORY_CAN_BE_LIMITED
+
+/// Takes all memory that the process may have. False where there is no end of it.
+bool exhaustMemory() {
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_AS, &none);
+  std::size_t taken = 0;
+  for (std::size_t size = std::size_t{1} << 20; size >= 16; size /= 2) {
+    for (; taken < std::size_t{1} << 28 && std::malloc(size) != nullptr; taken += size) {
+    }
+  }
+  return taken < std::size_t{1} << 28;
+}
+
+struct CountingTarget : LogTarget {
+  void logLine(const char*) override { ++lines; }
+  int lines = 0;
+};
+
+TEST(Memory, WithoutItLinesAreLostOrWrittenAndExceptionsCarried) {
+  const auto lines = [] {
+    CountingTarget target;
+    Logger& logger = Logger::getInstance();
+    logger.addTarget(&target);
+    logger.setFlag(Logger::kFlagConsole, false);
+    logger.setFile(Path("/dev/null"), true, false);
+    const std::string text(100, 'x');
+    WorkerPools::dispatch([](int) {}, 1);
+    if (!exhaustMemory()) return true;
+    AR_LOG(Logger::ERR, "S", "its file cannot be opened");
+    AR_CHECK(false, "nor for this", "S");
+    logMultilineString(text, Logger::ERR);
+    bool carried = false;
+    try {
+      WorkerPools::dispatch([](int) { throw std::bad_alloc(); }, 4);
+    } catch (const std::bad_alloc&) {
+      carried = true;
+    }
+    return carried && target.lines == 2 && logger.lostLines() == 3;
+  };
+  EXPECT_TRUE(holdsInChild(lines));
+}
+
+#endif
 
 }  // namespace
