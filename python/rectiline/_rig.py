@@ -72,7 +72,8 @@ class Rig:
         """Reads the calibration of another program, or a rig file.
 
         Args:
-            path: one file; or the files of one rig, as a list or with commas between them.
+            path: one file; or the files of one rig, as a list or as text with commas between
+                them.
             from_: its format, as "kalibr", where its content does not tell.
             pair: cameras to take, "left,right" by name or index; empty: all of them.
             size: (width, height) of the calibrated images, for files that do not say it.
@@ -83,8 +84,10 @@ class Rig:
         Raises:
             Error: in one sentence, with file, camera and field.
         """
-        paths = [path] if isinstance(path, (str, os.PathLike)) else path
-        files = [name for p in paths for name in os.fspath(p).split(",")]
+        if isinstance(path, str):
+            files = path.split(",")
+        else:
+            files = [os.fspath(p) for p in ([path] if isinstance(path, os.PathLike) else path)]
         unit = None if scale is None else str(scale)
         return Rig(
             _core.load(
@@ -98,8 +101,8 @@ class Rig:
         D: npt.ArrayLike,
         R: npt.ArrayLike,
         t: npt.ArrayLike,
-        model: str | Sequence[str] = "opencv",
-        size: Size | Sequence[Size] = (640, 480),
+        model: str | Sequence[str],
+        size: Size | Sequence[Size],
         names: Sequence[str] = (),
     ) -> Rig:
         """A rig from matrices.

@@ -133,7 +133,7 @@ def test_single_cameras_and_other_rigs(rig: rectiline.Rig) -> None:
 def test_what_looks_wrong_is_a_python_warning(rig: rectiline.Rig) -> None:
     left, right = rig.cameras
     K, D = [left.K, right.K], [left.D, right.D]
-    in_millimetres = rectiline.Rig.from_arrays(K, D, right.R, right.t * 1000, size=left.size)
+    in_millimetres = rectiline.Rig.from_arrays(K, D, right.R, right.t * 1000, "opencv", left.size)
     with pytest.warns(rectiline.CalibrationWarning, match="baseline") as given:
         rectified = in_millimetres.rectify()
     warning = given[0].message

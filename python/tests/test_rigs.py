@@ -101,7 +101,9 @@ def test_a_bad_file_is_refused_with_its_place(tmp_path: Path) -> None:
 )
 def test_arrays_of_no_rig_are_refused(change: dict[str, object], field: str) -> None:
     K = np.array([[500.0, 0, 320], [0, 500, 240], [0, 0, 1]])
-    good: dict[str, object] = dict(K=[K, K], D=[np.zeros(5)] * 2, R=np.eye(3), t=[-0.1, 0, 0])
+    good: dict[str, object] = dict(
+        K=[K, K], D=[np.zeros(5)] * 2, R=np.eye(3), t=[-0.1, 0, 0], model="opencv", size=(640, 480)
+    )
     rectiline.Rig.from_arrays(**good)
     with pytest.raises(rectiline.Error, match=field) as raised:
         rectiline.Rig.from_arrays(**(good | change))
