@@ -97,6 +97,10 @@ Cameras readSingles(const Files& files, const ReadContext& context) {
     cameras.push_back(readCamera(alone, "camera" + std::to_string(cameras.size() + 1), *matrix,
                                  required(alone, kCoefficients), context));
   }
+  if (cameras.empty() && findIn(files, kRotation)) {
+    files.front().root().refuse(
+        "the intrinsics beside these extrinsics, as intrinsics.yml,extrinsics.yml", "none");
+  }
   if (cameras.empty()) (void)required(files, kMatrix);
   return cameras;
 }

@@ -8,6 +8,7 @@
 #include <numeric>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -77,7 +78,7 @@ class Application {
   /// Throws Error.
   void run(int argc, char** argv) {
     try {
-      mApp.parse(argc, argv);
+      parse({argv, argv + argc});
     } catch (const CLI::ParseError& error) {
       if (error.get_exit_code() != 0) throw Error(usageMessage(error), ExitCode::Usage);
       std::ostringstream help;
@@ -93,6 +94,15 @@ class Application {
   }
 
  private:
+  /// "help COMMAND" is "COMMAND --help".
+  void parse(std::vector<const char*> words) {
+    if (words.size() > 1 && words[1] == std::string_view("help")) {
+      words.erase(words.begin() + 1);
+      words.push_back("--help");
+    }
+    mApp.parse(static_cast<int>(words.size()), words.data());
+  }
+
   void finish(const Result& result) const {
     if (mIsJson) printJson(result.json.dump(2));
     if (!result.verdict.empty()) throw Error(result.verdict, ExitCode::Verdict);
@@ -110,14 +120,24 @@ class Application {
     declareVerbose(*app);
   }
 
-  [[nodiscard]] std::string usageMessage(const CLI::ParseError& error) const {
-    const std::vector<std::string> rest = mApp.remaining();
-    const auto chosen = mApp.get_subcommands();
+  /// The first word that nothing was made of and that is no option; empty: there is none.
+  static std::string extraWord(const CLI::App& command) {
+    const std::vector<std::string> rest = command.remaining();
     const auto word = std::find_if(rest.begin(), rest.end(),
                                    [](const std::string& text) { return text[0] != '-'; });
-    if (chosen.empty() && word != rest.end()) return unknownCommand(*word);
-    return std::string(error.what()) + " (see rectiline " +
-           (chosen.empty() ? "" : chosen.front()->get_name() + " ") + "--help)";
+    return word == rest.end() ? "" : *word;
+  }
+
+  [[nodiscard]] std::string usageMessage(const CLI::ParseError& error) const {
+    const auto chosen = mApp.get_subcommands();
+    const std::string extra = extraWord(chosen.empty() ? mApp : *chosen.front());
+    if (chosen.empty() && !extra.empty()) return unknownCommand(extra);
+    const std::string name = chosen.empty() ? "" : chosen.front()->get_name() + " ";
+    const bool isTooMuch =
+        !extra.empty() && dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    const char* const advice =
+        !isTooMuch ? "" : "patterns need quotes, several files of a rig commas between them; ";
+    return std::string(error.what()) + " (" + advice + "see rectiline " + name + "--help)";
   }
 
   CLI::App mApp;

@@ -94,7 +94,9 @@ Rig RigArgument::readPairOrSingle() const {
 
 Rig RigArgument::readPair() const {
   Rig rig = readPairOrSingle();
-  if (rig.device.num_cameras < 2) throw Error(mText + ": has only one camera, a pair needs two");
+  if (rig.device.num_cameras < 2)
+    throw Error(mText +
+                ": has only one camera, a pair needs two (several files: left.yaml,right.yaml)");
   return rig;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "cli/Error.h"
 #include "maps/Maps.h"
 
 namespace rectiline::tool {
@@ -48,6 +49,11 @@ void ViewArgument::declare(CLI::App& command) {
 }
 
 rectiline_options ViewArgument::options(const Rig& rig) const {
+  if (mProjection == RECTILINE_PINHOLE && mFieldOfViewDegrees >= 180) {
+    throw Error(
+        "--fov: a pinhole view has less than 180 degrees; --projection latlon may have more",
+        ExitCode::Usage);
+  }
   rectiline_options options = automaticOptions();
   options.projection = mProjection;
   if (rig.sizeOfResults) {

@@ -31,9 +31,9 @@ struct Arguments {
 /// What the results of each map are called: as "rectify" calls those of a pair, and "undistort"
 /// those of a single camera.
 std::vector<std::string> namesOf(const std::vector<StoredMap>& maps) {
-  if (maps.size() == 1) return {maps.front().source.camera};
+  if (maps.size() == 1) return {fileNameOf(maps.front().source.camera)};
   std::vector<std::string> names;
-  for (const StoredMap& stored : maps) names.push_back(stored.name);
+  for (const StoredMap& stored : maps) names.push_back(fileNameOf(stored.name));
   return names;
 }
 

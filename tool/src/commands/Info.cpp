@@ -151,7 +151,7 @@ void warnAboutPair(const DeviceCalibrationZEL& device, std::vector<std::string>&
   const auto automatic = sized<rectiline_options>();
   auto pair = sized<rectiline_rectification>();
   if (rectiline_rectify(&device, &automatic, nullptr, nullptr, &pair) != RECTILINE_OK) {
-    warnings.push_back("the pair cannot be rectified: " + lastErrorText());
+    warnings.push_back("the pair cannot be rectified: " + inTermsOfOptions(lastErrorText()));
     return;
   }
   for (std::uint32_t i = 0; i < pair.warning_count; ++i) {

@@ -43,7 +43,7 @@ CameraCalibrationZEL pinholeCamera(CameraCalibrationZEL camera, const rectiline_
 
 std::vector<std::string> namesOf(const DeviceCalibrationZEL& device) {
   std::vector<std::string> names;
-  for (int i = 0; i < device.num_cameras; ++i) names.emplace_back(device.cameras[i].name);
+  for (int i = 0; i < device.num_cameras; ++i) names.push_back(fileNameOf(device.cameras[i].name));
   return names;
 }
 

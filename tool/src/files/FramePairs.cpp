@@ -15,6 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kHowToName[] =
+    "; give two folders of files named alike, or patterns as 'seq/left*.png' 'seq/right*.png'";
+
 /// Files by what tells them from the others of their folder.
 using Frames = std::map<std::string, std::string>;
 
@@ -88,12 +91,14 @@ std::vector<FramePair> findFramePairs(const std::string& left, const std::string
   std::vector<FramePair> pairs;
   for (const auto& [key, file] : leftFrames) {
     const auto partner = rightFrames.find(key);
-    if (partner != rightFrames.end()) pairs.push_back({file, partner->second});
+    if (partner == rightFrames.end()) continue;
+    if (partner->second == file) {
+      throw Error(left + ": is given for both sides" + kHowToName, ExitCode::Usage);
+    }
+    pairs.push_back({file, partner->second});
   }
   if (pairs.empty()) {
-    throw Error(left + " and " + right +
-                ": no frames belong together; name them alike, or give patterns as "
-                "'seq/left*.png' 'seq/right*.png'");
+    throw Error(left + " and " + right + ": no frames belong together" + kHowToName);
   }
   const std::size_t alone = leftFrames.size() + rightFrames.size() - 2 * pairs.size();
   if (alone > 0) {

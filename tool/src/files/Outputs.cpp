@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -25,7 +26,7 @@ void makeDirectory(const std::filesystem::path& directory) {
 /// Some names are those of cameras, which a rig file may give as it likes.
 void requireName(const std::string& name) {
   if (name.find('/') == std::string::npos && name != "." && name != "..") return;
-  throw Error("\"" + name + "\" is no name for a file: cameras' names may not contain a slash");
+  throw Error("\"" + name + "\" is no name for a file");
 }
 
 void declareForce(CLI::App& command, bool& force) {
@@ -42,6 +43,11 @@ void OutputArgument::declareDirectory(CLI::App& command) {
 void OutputArgument::declareFile(CLI::App& command, const std::string& help) {
   command.add_option("-o,--output", path, help)->required();
   declareForce(command, force);
+}
+
+std::string fileNameOf(std::string camera) {
+  std::replace(camera.begin(), camera.end(), '/', '_');
+  return camera;
 }
 
 Outputs::Outputs(OutputArgument where, const std::vector<std::string>& inputs)

@@ -25,6 +25,9 @@ struct OutputArgument {
   void declareFile(CLI::App& command, const std::string& help);
 };
 
+/// What a camera is called, as a part of a file's name: a slash, as in names of ROS, is replaced.
+std::string fileNameOf(std::string camera);
+
 /// Decides where a subcommand may write: never on top of its own inputs, on top of other files only
 /// when it was told to. Ask for every result before the first is written, so that a refusal leaves
 /// nothing half done.
