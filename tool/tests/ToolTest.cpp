@@ -428,6 +428,15 @@ TEST_F(ToolTest, TooLittleMemoryIsOneLineAndAnExitCode) {
   EXPECT_EQ(r.exitCode, 1);
   EXPECT_EQ(r.errors, "rectiline: out of memory\n");
   EXPECT_FALSE(fs::exists(path("out.npz")));
+  // Where not even threads can be made, other threads do the work, or it is refused in a line.
+  writeImage(path("in.png"), gradient(RECTILINE_GREY8));
+  for (const int kilobytes : {32000, 40000, 60000, 100000, 200000}) {
+    const Outcome small =
+        run("undistort " + path("one.xml") + " " + path("in.png") + " --force -o " + path("out"),
+            "ulimit -v " + std::to_string(kilobytes) + "; ");
+    EXPECT_TRUE(small.exitCode == 0 || small.exitCode == 1) << kilobytes << small.errors;
+    EXPECT_LE(std::count(small.errors.begin(), small.errors.end(), '\n'), 1) << small.errors;
+  }
 }
 
 }  // namespace

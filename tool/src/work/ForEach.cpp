@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -18,17 +19,29 @@ namespace {
 class Crew {
  public:
   Crew(std::size_t count, const std::function<void(std::size_t)>& work)
-      : mCount(count), mWork(work) {
-    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
-    mRunning = std::min(count, processors);
-    for (std::size_t i = mRunning; i > 0; --i) mThreads.emplace_back([this] { run(); });
-  }
+      : mCount(count), mWork(work) {}
   ~Crew() {
     mStopped = true;
     for (std::thread& thread : mThreads) thread.join();
   }
   Crew(const Crew&) = delete;
   Crew& operator=(const Crew&) = delete;
+
+  /// Where no thread can be made, those that were do the work, or else this one.
+  void start() {
+    const std::size_t processors = std::max(1U, std::thread::hardware_concurrency());
+    try {
+      while (mThreads.size() < std::min(mCount, processors)) {
+        begin();
+        mThreads.emplace_back([this] { run(); });
+      }
+    } catch (const std::system_error&) {
+      end();
+    }
+    if (!mThreads.empty()) return;
+    begin();
+    run();
+  }
 
   /// Waits for the end of the work or for the next time that progress is to be shown.
   bool waitForEnd() {
@@ -57,6 +70,15 @@ class Crew {
       const std::lock_guard lock(mMutex);
       if (!mFailure) mFailure = std::current_exception();
     }
+    end();
+  }
+
+  void begin() {
+    const std::lock_guard lock(mMutex);
+    ++mRunning;
+  }
+
+  void end() {
     const std::lock_guard lock(mMutex);
     --mRunning;
     mEnded.notify_all();
@@ -79,6 +101,7 @@ class Crew {
 void forEach(std::size_t count, const char* unit, const std::function<void(std::size_t)>& work) {
   Progress progress(count, unit);
   Crew crew(count, work);
+  crew.start();
   while (!crew.waitForEnd()) progress.show(crew.done());
   crew.rethrow();
 }
