@@ -52,9 +52,10 @@ if(RECTILINE_BUILD_PYTHON AND TARGET rectiline_python)
     "The Python package rectiline: rigs from the calibrations of many programs,
 maps and images as NumPy arrays, plots where Matplotlib is installed." library)
   # The extension is compiled for one minor version of Python.
+  find_package(Python REQUIRED COMPONENTS Interpreter)
   math(EXPR next "${Python_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-      "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next}), python3-numpy")
+      "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next}), python3-numpy")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-matplotlib")
 endif()
 include(CPack)
