@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 
@@ -86,6 +87,7 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 File openFile(const char* path, const char* mode, const char* verb) {
   File file(std::fopen(path, mode));
+  if (!file && errno == ENOMEM) throw std::bad_alloc();
   if (!file) refuseFile(path, verb, errno);
   return file;
 }

@@ -1,6 +1,7 @@
 #include "AR/Common/ConfigNode.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -43,6 +44,7 @@ T numberOrZero(const std::string& text) {
 
 ConfigNode::ConfigNode(const ConfigNode& other)
     : mName(other.mName), mAttributes(other.mAttributes) {
+  if (mAttributes.size() != other.mAttributes.size()) throw std::bad_alloc();
   mChildren.reserve(other.mChildren.size());
   for (const auto& child : other.mChildren) appendChild(*child);
 }
@@ -190,7 +192,14 @@ bool ConfigNode::ifExistsGetAttribute(const std::string& name, bool& value) cons
 }
 
 void ConfigNode::addAttribute(const std::string& key, const std::string& value) {
-  if (AR_CHECK(key.length() > 0, "key.length()>0", kSource)) mAttributes[key] = value;
+  if (AR_CHECK(key.length() > 0, "key.length()>0", kSource)) setAttribute(key, value);
+}
+
+// The map only reports that there was no room for a new pair.
+void ConfigNode::setAttribute(const std::string& name, std::string value) {
+  const auto place = mAttributes.insert(name, {}).first;
+  if (place == mAttributes.end()) throw std::bad_alloc();
+  place->second = std::move(value);
 }
 
 const std::string* ConfigNode::findDescendentAttribute(const std::string& path) const {

@@ -1,3 +1,5 @@
+#include <new>
+
 #include "AR/Common/ConfigNode.h"
 #include "AR/Common/Logger.h"
 #include "ConfigValue.h"
@@ -64,7 +66,7 @@ Vector<T> ConfigNode::getRepetitiveDescendentAttributes(const std::string& path,
     if (result == ScanResult::Read) {
       AR_LOGF(Logger::DEBUG, kSource, "%s",
               line("*" + path, ConfigValue<T>::show(parsed), comment).c_str());
-      values.push_back(std::move(parsed));
+      if (!values.push_back(std::move(parsed))) throw std::bad_alloc();
     } else {
       AR_LOGF(Logger::ERR, kSource, "%s", failureLine(path, T{}, *text, result).c_str());
     }

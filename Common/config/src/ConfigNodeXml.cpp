@@ -6,6 +6,7 @@
 #include <ostream>
 
 #include "AR/Common/ConfigNode.h"
+#include "AR/Common/ExceptionBarrier.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/TinyXml.h"
 #include "XmlText.h"
@@ -37,6 +38,12 @@ size_t numElements(const TiXmlNode& node) {
   return n;
 }
 
+/// Loads or writes by `body`; false when that throws.
+template <typename Body>
+bool orFalse(const CallSite& site, Body&& body) noexcept {
+  return withoutExceptions(site, kSource, body, [] { return false; });
+}
+
 }  // namespace
 
 ConfigNode::ConfigNode(const char* filenameXML) {
@@ -47,30 +54,34 @@ ConfigNode::ConfigNode(const char* filenameXML) {
 
 bool ConfigNode::setFromXMLFile(const char* filenameXML) {
   if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return false;
-  std::string text;
-  if (!tryReadFile(filenameXML, text)) {
-    AR_LOGF(Logger::ERR, kSource, "Failed loading XML from file '%s'", filenameXML);
-    return false;
-  }
-  TiXmlDocument document;
-  if (const auto error = parseXml(std::move(text), document)) {
-    AR_LOGF(Logger::ERR, kSource, "Parsing XML from file %s returned %d (XML syntax error)",
-            filenameXML, error->id);
-    return false;
-  }
-  return setFromXMLDocument(&document);
+  return orFalse(AR_HERE, [&] {
+    std::string text;
+    if (!tryReadFile(filenameXML, text)) {
+      AR_LOGF(Logger::ERR, kSource, "Failed loading XML from file '%s'", filenameXML);
+      return false;
+    }
+    TiXmlDocument document;
+    if (const auto error = parseXml(std::move(text), document)) {
+      AR_LOGF(Logger::ERR, kSource, "Parsing XML from file %s returned %d (XML syntax error)",
+              filenameXML, error->id);
+      return false;
+    }
+    return setFromXMLDocument(&document);
+  });
 }
 
 bool ConfigNode::setFromXMLString(const char* xml) {
   if (!AR_CHECK(xml, "xml", kSource)) return false;
-  TiXmlDocument document;
-  if (const auto error = parseXml(xml, document)) {
-    AR_LOGF(Logger::ERR, kSource, "Got XML parsing error! %s, line %d, col %d",
-            error->description.empty() ? "unknown" : error->description.c_str(), error->row,
-            error->column);
-    return false;
-  }
-  return setFromXMLDocument(&document);
+  return orFalse(AR_HERE, [&] {
+    TiXmlDocument document;
+    if (const auto error = parseXml(xml, document)) {
+      AR_LOGF(Logger::ERR, kSource, "Got XML parsing error! %s, line %d, col %d",
+              error->description.empty() ? "unknown" : error->description.c_str(), error->row,
+              error->column);
+      return false;
+    }
+    return setFromXMLDocument(&document);
+  });
 }
 
 bool ConfigNode::trySetFromXML(const std::string_view xml, std::string& why) {
@@ -85,45 +96,58 @@ bool ConfigNode::trySetFromXML(const std::string_view xml, std::string& why) {
 
 bool ConfigNode::setFromXMLDocument(const TiXmlDocument* document) {
   if (!AR_CHECK(document, "document", kSource)) return false;
-  const bool wasBuilt = trySetFromDocument(*document);
-  return AR_CHECK(wasBuilt, "wasBuilt && \"One root element, not nested too deep\"", kSource);
+  return orFalse(AR_HERE, [&] {
+    const bool wasBuilt = trySetFromDocument(*document);
+    return AR_CHECK(wasBuilt, "wasBuilt && \"One root element, within the limits\"", kSource);
+  });
 }
 
 bool ConfigNode::trySetFromDocument(const TiXmlDocument& document) {
   ConfigNode root;
-  if (numElements(document) != 1 || !tryBuild(*document.FirstChildElement(), 1, root)) return false;
+  DocumentSize size;
+  if (numElements(document) != 1 || !tryBuild(*document.FirstChildElement(), 1, size, root)) {
+    return false;
+  }
   *this = std::move(root);
   return true;
 }
 
-// Fails when elements are nested too deep, and leaves an incomplete node then.
-bool ConfigNode::tryBuild(const TiXmlElement& element, const int depth, ConfigNode& node) {
+// Fails when a document is beyond the limits, and leaves an incomplete node then.
+bool ConfigNode::tryBuild(const TiXmlElement& element, const int depth, DocumentSize& size,
+                          ConfigNode& node) {
   if (depth > kMaxDepth) return false;
   node.mName = element.ValueStr();
+  size_t numAttributes = 0;
   for (auto* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
-    node.mAttributes[a->Name()] = a->ValueStr();
+    if (++numAttributes > kMaxElementAttributes) return false;
+    node.setAttribute(a->NameTStr(), a->ValueStr());
   }
+  if (size.add(numAttributes) != nullptr) return false;
   for (auto* e = element.FirstChildElement(); e != nullptr; e = e->NextSiblingElement()) {
-    if (!tryBuild(*e, depth + 1, node.appendChild({}))) return false;
+    if (!tryBuild(*e, depth + 1, size, node.appendChild({}))) return false;
   }
   return true;
 }
 
 bool ConfigNode::updateFromXMLFile(const char* filenameXML) {
-  ConfigNode update;
-  if (!update.setFromXMLFile(filenameXML)) return false;
-  if (mName.empty()) mName = update.mName;
-  if (update.mName != mName) {
-    AR_LOGF(Logger::ERR, kSource, "Root tag of XML file '%s' is '%s' instead of '%s'", filenameXML,
-            update.mName.c_str(), mName.c_str());
-    return false;
-  }
-  mergeFrom(std::move(update));
-  return true;
+  return orFalse(AR_HERE, [&] {
+    ConfigNode update;
+    if (!update.setFromXMLFile(filenameXML)) return false;
+    ConfigNode updated(*this);  // so that this tree stays whole when merging throws
+    if (mName.empty()) updated.mName = update.mName;
+    if (update.mName != updated.mName) {
+      AR_LOGF(Logger::ERR, kSource, "Root tag of XML file '%s' is '%s' instead of '%s'",
+              filenameXML, update.mName.c_str(), mName.c_str());
+      return false;
+    }
+    updated.mergeFrom(std::move(update));
+    *this = std::move(updated);
+    return true;
+  });
 }
 
 void ConfigNode::mergeFrom(ConfigNode&& other) {
-  for (auto& [name, value] : other.mAttributes) mAttributes[name] = std::move(value);
+  for (auto& [name, value] : other.mAttributes) setAttribute(name, std::move(value));
   std::map<std::string, std::vector<ConfigNode*>> partners;
   for (const auto& child : mChildren) partners[child->mName].push_back(child.get());
   std::map<std::string, size_t> numMerged;
@@ -139,33 +163,39 @@ void ConfigNode::mergeFrom(ConfigNode&& other) {
 }
 
 bool ConfigNode::writeToXML(const char* filenameXML, const int indent) const {
-  std::string text;
-  if (!AR_CHECK(filenameXML, "filenameXML", kSource) || !tryWrite(indent, text)) return false;
-  std::ofstream file(filenameXML, std::ios::binary);
-  file << text;
-  file.close();
-  return file.good();
+  if (!AR_CHECK(filenameXML, "filenameXML", kSource)) return false;
+  return orFalse(AR_HERE, [&] {
+    std::string text;
+    if (!tryWrite(indent, text)) return false;
+    std::ofstream file(filenameXML, std::ios::binary);
+    file << text;
+    file.close();
+    return file.good();
+  });
 }
 
 bool ConfigNode::writeToXML(std::ostream& stream, const int indent) const {
-  std::string text;
-  return tryWrite(indent, text) && (stream << text).good();
+  return orFalse(AR_HERE, [&] {
+    std::string text;
+    return tryWrite(indent, text) && (stream << text).good();
+  });
 }
 
 bool ConfigNode::tryWrite(const int indent, std::string& text) const {
-  if (!isWritable(1)) return false;
+  DocumentSize size;
+  if (!isWritable(1, size)) return false;
   text = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n";
   writeElement(static_cast<size_t>(std::max(indent, 0)), 0, text);
   return text.size() <= kMaxBytes;
 }
 
 // Whether the names and the size of this element, the root being at depth 1, would load again.
-bool ConfigNode::isWritable(const int depth) const {
-  return depth <= kMaxDepth && mAttributes.size() <= kMaxAttributes && isXmlName(mName) &&
+bool ConfigNode::isWritable(const int depth, DocumentSize& size) const {
+  return depth <= kMaxDepth && size.add(mAttributes.size()) == nullptr && isXmlName(mName) &&
          std::all_of(mAttributes.begin(), mAttributes.end(),
                      [](const auto& attribute) { return isXmlName(attribute.first); }) &&
          std::all_of(mChildren.begin(), mChildren.end(),
-                     [depth](const auto& child) { return child->isWritable(depth + 1); });
+                     [&](const auto& child) { return child->isWritable(depth + 1, size); });
 }
 
 void ConfigNode::writeElement(const size_t indent, const size_t depth, std::string& text) const {

@@ -10,6 +10,8 @@ namespace AR::Common {
 
 namespace {
 
+constexpr char kSource[] = "Common/src/LogFilter";
+
 constexpr std::pair<const char*, Logger::FLAG> kFlagAttributes[] = {
     {"timedate", Logger::kFlagTimeDate}, {"function", Logger::kFlagFunction},
     {"filename", Logger::kFlagFilename}, {"console", Logger::kFlagConsole},
@@ -43,13 +45,19 @@ void LogFilter::initializeFromConfiguration(const ConfigNode& node) {
   if (node.ifExistsGetAttribute("defaultLevel", word)) {
     setFilterLevel(nullptr, levelFromWord(word), KEEP_EXISTING);
   }
+  size_t numLevels = 0;
   for (size_t i = 0; i < node.getNumChildren(); ++i) {
     const ConfigNode* const child = node.getChildAt(i);
+    if (child->getName() != "LogLevel" || ++numLevels > ConfigNode::kMaxLogLevels) continue;
     std::string name;
-    if (child->getName() == "LogLevel" && child->ifExistsGetAttribute("name", name) &&
-        child->ifExistsGetAttribute("level", word)) {
+    if (child->ifExistsGetAttribute("name", name) && child->ifExistsGetAttribute("level", word)) {
       setFilterLevel(name.c_str(), levelFromWord(word), KEEP_EXISTING);
     }
+  }
+  if (numLevels > ConfigNode::kMaxLogLevels) {
+    AR_LOGF(Logger::ERR, kSource,
+            "%zu LogLevel elements; those after the first %zu are passed over", numLevels,
+            ConfigNode::kMaxLogLevels);
   }
 }
 

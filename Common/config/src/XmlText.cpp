@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 
 #include "AR/Common/ConfigNode.h"
+#include "AR/Common/OS.h"
 #include "AR/Common/TinyXml.h"
 #include "ValueText.h"
 
@@ -63,8 +65,10 @@ bool hasBrokenReference(std::string_view text) {
   return false;
 }
 
-/// Walks once over a text and finds elements where tinyxml will find them, so that its recursion is
-/// bounded before it starts. Leaves to tinyxml every error that it notices itself.
+/// Walks once over a text and finds elements where tinyxml will find them, so that its recursion
+/// and the size of what it builds are bounded before it starts. What lies between the tags is
+/// blanked, since tinyxml would build a node for each comment and each piece of text. Leaves to
+/// tinyxml every error that it notices itself.
 class XmlScan {
  public:
   explicit XmlScan(std::string& text) : mText(text) {}
@@ -74,6 +78,8 @@ class XmlScan {
     if (isAccepted) return std::nullopt;
     return mError;
   }
+
+  [[nodiscard]] const DocumentSize& size() const { return mSize; }
 
  private:
   bool refuse(int id, const char* description) {
@@ -108,18 +114,19 @@ class XmlScan {
     const std::string_view text = std::string_view(mText).substr(mAt, end - mAt);
     if (mDepth == 0 && !skipWhiteSpace(text).empty()) return refuse("text outside the root");
     if (hasBrokenReference(text)) return refuse("broken character reference");
+    if (end < mText.size()) blank(mAt, end);
     mAt = end;
     return true;
   }
 
   bool scanOneMarkup() {
-    if (isAt("<!--")) return skipPast("-->", 4);
+    if (isAt("<!--")) return blankPast("-->", 4);
     if (isAt("<![CDATA["))
-      return mDepth == 0 ? refuse("text outside the root") : skipPast("]]>", 9);
-    if (isAt("<?")) return blankInstruction();
+      return mDepth == 0 ? refuse("text outside the root") : blankPast("]]>", 9);
+    if (isAt("<?")) return blankPast("?>", 2);
     if (isAt("</")) return scanEndTag();
     const bool isElement = mAt + 1 < mText.size() && isNameStart(mText[mAt + 1]);
-    return isElement ? scanStartTag() : skipPast(">", 1);
+    return isElement ? scanStartTag() : blankPast(">", 1);
   }
 
   bool isAt(std::string_view start) const { return mText.compare(mAt, start.size(), start) == 0; }
@@ -131,14 +138,19 @@ class XmlScan {
     return true;
   }
 
-  // tinyxml does not always agree with XML on where an instruction ends; it never sees one.
-  bool blankInstruction() {
+  // tinyxml does not always agree with XML on where an instruction ends, either.
+  bool blankPast(std::string_view end, size_t from) {
     const size_t start = mAt;
-    if (!skipPast("?>", 2)) return false;
-    const auto isNotLineEnd = [](char c) { return c != '\n' && c != '\r'; };
-    std::replace_if(mText.begin() + static_cast<std::ptrdiff_t>(start),
-                    mText.begin() + static_cast<std::ptrdiff_t>(mAt), isNotLineEnd, ' ');
+    if (!skipPast(end, from)) return false;
+    blank(start, mAt);
     return true;
+  }
+
+  /// Keeps what an error's row and column are counted by.
+  void blank(size_t start, size_t end) {
+    const auto isSeen = [](char c) { return c != '\n' && c != '\r' && c != '\t'; };
+    std::replace_if(mText.begin() + static_cast<std::ptrdiff_t>(start),
+                    mText.begin() + static_cast<std::ptrdiff_t>(end), isSeen, ' ');
   }
 
   bool scanEndTag() {
@@ -156,12 +168,11 @@ class XmlScan {
   }
 
   bool scanAttributes() {
-    int numAttributes = 0;
+    size_t numAttributes = 0;
     for (++mAt; mAt < mText.size(); ++mAt) {
       const char c = mText[mAt];
-      if (c == '>') return endStartTag();
-      if (c == '=' && ++numAttributes > ConfigNode::kMaxAttributes)
-        return refuse("too many attributes");
+      if (c == '>') return endStartTag(numAttributes);
+      if (c == '=') ++numAttributes;
       if ((c == '"' || c == '\'') && !scanValue(c)) return false;
     }
     return refuse("unexpected end");
@@ -176,7 +187,8 @@ class XmlScan {
     return !hasBrokenReference(value) || refuse("broken character reference");
   }
 
-  bool endStartTag() {
+  bool endStartTag(size_t numAttributes) {
+    if (const char* const excess = mSize.add(numAttributes)) return refuse(excess);
     if (mText[mAt - 1] == '/') --mDepth;
     ++mAt;
     return true;
@@ -186,8 +198,21 @@ class XmlScan {
   size_t mAt = 0;
   int mDepth = 0;
   int mNumRoots = 0;
+  DocumentSize mSize;
   XmlError mError;
 };
+
+/// Throws std::bad_alloc when there is not the memory for a document, with room to spare. tinyxml
+/// loses the elements that it is at work on when an allocation fails.
+void requireMemoryFor(const DocumentSize& size, size_t textBytes) {
+  constexpr size_t kBlock = 64;  // of the heap's own, and what a short string has to spare
+  const size_t bytes = size.numElements() * (sizeof(TiXmlElement) + 2 * kBlock) +
+                       size.numAttributes() * (sizeof(TiXmlAttribute) + 3 * kBlock) +
+                       3 * textBytes + 64 * kBlock;
+  void* const block = OS::allocAligned(bytes, alignof(std::max_align_t));
+  if (block == nullptr) throw std::bad_alloc();
+  OS::freeAligned(block);
+}
 
 std::string characterReference(char c) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -201,12 +226,23 @@ bool needsReference(char c) {
 
 }  // namespace
 
+const char* DocumentSize::add(size_t numAttributes) {
+  ++mNumElements;
+  mNumAttributes += numAttributes;
+  if (mNumElements > ConfigNode::kMaxElements) return "too many elements";
+  const bool isWithin = numAttributes <= ConfigNode::kMaxElementAttributes &&
+                        mNumAttributes <= ConfigNode::kMaxAttributes;
+  return isWithin ? nullptr : "too many attributes";
+}
+
 std::optional<XmlError> parseXml(std::string text, TiXmlDocument& document) {
   // Read as UTF-8, tinyxml would take the bytes behind a broken character, quotes and all, for a
   // part of it; its other encoding takes every byte for a character and leaves it as it is.
   const TiXmlEncoding encoding = isUtf8(text) ? TIXML_ENCODING_UTF8 : TIXML_ENCODING_LEGACY;
   if (text.starts_with(kByteOrderMark)) text.replace(0, kByteOrderMark.size(), 3, ' ');
-  if (std::optional<XmlError> error = XmlScan(text).run()) return error;
+  XmlScan scan(text);
+  if (std::optional<XmlError> error = scan.run()) return error;
+  requireMemoryFor(scan.size(), text.size());
   document.Parse(text.c_str(), nullptr, encoding);
   if (!document.Error()) return std::nullopt;
   return XmlError{document.ErrorId(), document.ErrorDesc(), document.ErrorRow(),

@@ -130,6 +130,14 @@ class ConfigXml : public ::testing::Test {
 
 std::string nested(int depth) { return times(depth, "<a>") + times(depth, "</a>"); }
 
+std::string manyElements(int count) { return "<R>" + times(count - 1, "<a/>") + "</R>"; }
+
+std::string elementOf(int numAttributes) {
+  std::string text = "<a";
+  for (int i = 0; i < numAttributes; ++i) text += " a" + std::to_string(i) + "='='";
+  return text + "/>";
+}
+
 TEST_F(ConfigXml, WritesWhatItLoads) {
   ConfigNode node = tree(
       "\xEF\xBB\xBF<?xml version='1.0' x='>'?>\n<!DOCTYPE R>"
@@ -161,9 +169,11 @@ TEST_F(ConfigXml, WritesNothingThatWouldNotLoad) {
   deep.getDescendent("a" + times(62, ".a"))->setDescendentAttribute("a.b", "");
   nodes.push_back(deep);
   nodes.push_back(tree("<R/>"));
-  for (int i = 0; i <= ConfigNode::kMaxAttributes; ++i) {
+  for (size_t i = 0; i <= ConfigNode::kMaxElementAttributes; ++i) {
     nodes.back().addAttribute("a" + std::to_string(i), "");
   }
+  nodes.push_back(tree(manyElements(ConfigNode::kMaxElements)));
+  nodes.back().setDescendentAttribute("one.more", "");
   nodes.push_back(tree("<R/>"));
   nodes.back().addAttribute("a", std::string(ConfigNode::kMaxBytes, ' '));
   for (const ConfigNode& node : nodes) {
@@ -203,7 +213,9 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
       {nested(65), "nested too deep, line 1, col 193"},
       {nested(100000), "nested too deep"},
       {"<a>\xF0</a><a>\xF0</a>", "more than one root element, line 1, col 9"},
-      {"<a" + times(4097, " a=''") + "/>", "too many attributes"},
+      {elementOf(257), "too many attributes"},
+      {"<R>" + times(256, elementOf(256)) + "<a b=''/></R>", "too many attributes"},
+      {manyElements(65537), "too many elements, line 1, col 262147"},
       {std::string(size_t{16} << 20, ' ') + "<a/>", "larger than 16 MiB"},
   };
   ConfigNode node = tree("<kept/>");
@@ -224,7 +236,12 @@ TEST_F(ConfigXml, RefusesWhatIsNotADocument) {
     EXPECT_EQ(log.count(": Parsing XML from file " + mPath + " returned "), 1);
     EXPECT_EQ(log.count(" (XML syntax error)\n"), 1);
   }
-  EXPECT_EQ(tree(nested(64)).getName(), "a");
+  for (const std::string& xml :
+       {nested(64), manyElements(65536), "<R>" + times(256, elementOf(256)) + "</R>",
+        "<R>" + times(70000, "x<!-- <a/> --><![CDATA[<a/>]]>") + "</R>"}) {
+    EXPECT_TRUE(node.setFromXMLString(xml.c_str())) << xml.substr(0, 100);
+  }
+  EXPECT_EQ(node.getNumChildren(), 0U);
 }
 
 TEST_F(ConfigXml, ReportsFilesThatCannotBeLoaded) {
@@ -242,17 +259,18 @@ TEST_F(ConfigXml, ReportsFilesThatCannotBeLoaded) {
   EXPECT_EQ(log.count("AR_ASSERT filenameXML "), 1);
 }
 
-TEST_F(ConfigXml, TakesOverADocumentButNotADeepOne) {
-  TiXmlDocument document;
-  document.Parse(nested(64).c_str());
+TEST_F(ConfigXml, TakesOverADocumentWithinTheLimits) {
   ConfigNode node;
-  EXPECT_TRUE(node.setFromXMLDocument(&document));
-  document.Clear();
-  document.Parse(nested(65).c_str());
   LogCapture log;
-  EXPECT_FALSE(node.setFromXMLDocument(&document));
+  const auto takes = [&](const std::string& xml) {
+    TiXmlDocument document;
+    document.Parse(xml.c_str());
+    return node.setFromXMLDocument(&document);
+  };
+  EXPECT_TRUE(takes(nested(64)) && takes(manyElements(65536)) && takes(elementOf(256)));
+  EXPECT_FALSE(takes(nested(65)) || takes(manyElements(65537)) || takes(elementOf(257)));
   EXPECT_FALSE(node.setFromXMLDocument(nullptr));
-  EXPECT_EQ(log.failedChecks(), 2);
+  EXPECT_EQ(log.failedChecks(), 4);
 }
 
 TEST_F(ConfigXml, UpdateMergesByTagAndPosition) {

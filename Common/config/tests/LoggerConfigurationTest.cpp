@@ -6,6 +6,7 @@
 #include "AR/Common/LogFilter.h"
 #include "AR/Common/Logger.h"
 #include "AR/Common/Path.h"
+#include "testing/LogCapture.h"
 #include "testing/TemporaryFile.h"
 
 namespace AR::Common {
@@ -52,6 +53,18 @@ TEST_F(LoggerConfiguration, FilterByMethodName) {
   EXPECT_EQ(filter.getLevel("AR::CV::Camera::init", -1), 1);
   EXPECT_EQ(filter.getLevel("AR::Math::f", -1), 1);
   EXPECT_EQ(filter.getLevel("VIO::setupRectifyMap", -1), 3);
+}
+
+TEST_F(LoggerConfiguration, TakesNoMoreEntriesThanTheLimit) {
+  std::string entries;
+  for (int i = 0; i < 1026; ++i) {
+    entries += "<LogLevel name='N" + std::to_string(i) + "' level='error'/>";
+  }
+  const rectiline::testing::LogCapture log;
+  configure("defaultLevel='debug' filter='true'", entries);
+  EXPECT_EQ(logger.getLogFilter().getLevel("N1023::f", -1), 1);
+  EXPECT_EQ(logger.getLogFilter().getLevel("N1024::f", -1), 3);
+  EXPECT_EQ(log.count("1026 LogLevel elements"), 1);
 }
 
 TEST_F(LoggerConfiguration, LogFileIsAppendedTo) {

@@ -17,6 +17,8 @@ class TiXmlElement;
 
 namespace AR::Common {
 
+class DocumentSize;
+
 /// Outcome of reading one setting.
 enum class ParseResult : int {
   Missing = 0,    ///< There is no such attribute (or node); the caller's value is unchanged.
@@ -36,13 +38,19 @@ enum class ParseResult : int {
 /// a dot is an attribute of the node itself. A path through a tag that several siblings share leads
 /// nowhere, and each lookup reports it.
 ///
-/// Nothing here throws on bad input or depends on the process locale. One thread at a time.
+/// Nothing here throws on bad input or depends on the process locale. Without memory, members throw
+/// std::bad_alloc unless they say otherwise. One thread at a time.
 class AR_EXPORT ConfigNode {
  public:
   // The limits on documents, whatever they come from. A document beyond any of them is refused.
   static constexpr size_t kMaxBytes = size_t{16} << 20;
-  static constexpr int kMaxDepth = 64;         ///< Elements in each other, the root included.
-  static constexpr int kMaxAttributes = 4096;  ///< On one element.
+  static constexpr int kMaxDepth = 64;  ///< Elements in each other, the root included.
+  static constexpr size_t kMaxElements = 65536;
+  static constexpr size_t kMaxAttributes = 65536;       ///< Of all elements together.
+  static constexpr size_t kMaxElementAttributes = 256;  ///< Of one element.
+  /// "LogLevel" elements that the log's filter takes from a document; the others are reported and
+  /// passed over.
+  static constexpr size_t kMaxLogLevels = 1024;
 
   /// A node without name, attributes and children.
   ConfigNode() = default;
@@ -60,7 +68,8 @@ class AR_EXPORT ConfigNode {
 
   // Loading. Each replaces the tree and returns true, or leaves the tree as it was and returns
   // false. Refused, besides a syntax error: what is beyond the limits above, text with zero bytes,
-  // and anything but exactly one root element.
+  // and anything but exactly one root element. But for trySetFromXML() none throws: too little
+  // memory is reported ("enough memory") and false.
 
   /// Loads an XML file. Reports an unreadable file and a syntax error at ERROR.
   bool setFromXMLFile(const char* filenameXML);
@@ -79,6 +88,8 @@ class AR_EXPORT ConfigNode {
   /// n-th child of that tag, and children without such a partner are appended. On failure, which is
   /// reported at ERROR, returns false and the tree is as it was.
   bool updateFromXMLFile(const char* filenameXML);
+
+  // Writing throws nothing either: too little memory is reported and false.
 
   /// Writes the declaration line and then the tree, `indent` spaces deeper per level, so that
   /// loading it gives an equal tree. Returns whether everything could be written. A tree that would
@@ -167,6 +178,7 @@ class AR_EXPORT ConfigNode {
  private:
   enum class SetResult { Refused, Created, Updated };
 
+  void setAttribute(const std::string& name, std::string value);
   [[nodiscard]] const std::string* findAttribute(const std::string& name) const;
   [[nodiscard]] const std::string* findDescendentAttribute(const std::string& path) const;
   [[nodiscard]] std::vector<const ConfigNode*> repeatedDescendents(const std::string& path) const;
@@ -177,14 +189,16 @@ class AR_EXPORT ConfigNode {
   ConfigNode& appendChild(ConfigNode child);
 
   bool trySetFromDocument(const TiXmlDocument& document);
-  static bool tryBuild(const TiXmlElement& element, int depth, ConfigNode& node);
+  static bool tryBuild(const TiXmlElement& element, int depth, DocumentSize& size,
+                       ConfigNode& node);
   void mergeFrom(ConfigNode&& other);
   [[nodiscard]] bool tryWrite(int indent, std::string& text) const;
-  [[nodiscard]] bool isWritable(int depth) const;
+  [[nodiscard]] bool isWritable(int depth, DocumentSize& size) const;
   void writeElement(size_t indent, size_t depth, std::string& text) const;
 
   std::string mName;
-  Map<std::string, std::string> mAttributes;
+  // Most elements have a few attributes, and there may be many elements.
+  Map<std::string, std::string, VectorGrowDoubling<1>> mAttributes;
   std::vector<std::unique_ptr<ConfigNode>> mChildren;
 };
 
