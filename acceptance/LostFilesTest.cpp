@@ -104,7 +104,8 @@ class LostFilesUse : public LostFiles, public ::testing::WithParamInterface<Use>
 TEST_P(LostFilesUse, WithoutOneAllocation) {
   int n = 1;
   for (const Refused refused : {Refused::One, Refused::AllFromThere}) {
-    for (n = 1; attempt([&] { allocationFaults::arm(n, refused); }, allocationFaults::disarm); ++n) {
+    for (n = 1; attempt([&] { allocationFaults::arm(n, refused); }, allocationFaults::disarm);
+         ++n) {
       if (HasFailure()) FAIL() << "allocation " << n;
     }
   }
@@ -116,8 +117,7 @@ TEST_P(LostFilesUse, WithLittleMemoryLosesNone) {
   attempt([] {}, [] { return true; });  // what is made once
   for (std::int64_t bytes = 0;; bytes += 64 + bytes / 64) {
     const std::int64_t live = allocationFaults::liveBlocks();
-    const bool hit =
-        attempt([&] { allocationFaults::armBudget(bytes); }, allocationFaults::disarm);
+    const bool hit = attempt([&] { allocationFaults::armBudget(bytes); }, allocationFaults::disarm);
     EXPECT_EQ(allocationFaults::liveBlocks(), live) << bytes << " bytes";
     if (!hit || HasFailure()) break;
   }
@@ -131,12 +131,11 @@ TEST_P(LostFilesUse, WithoutOneFileOperation) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Uses, LostFilesUse, ::testing::ValuesIn(kUses),
-                         [](const auto& use) {
-                           std::string name = use.param.name;
-                           std::replace(name.begin(), name.end(), ' ', '_');
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Uses, LostFilesUse, ::testing::ValuesIn(kUses), [](const auto& use) {
+  std::string name = use.param.name;
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return name;
+});
 
 TEST_F(LostFiles, RigsAreReadAndWrittenWholeOrRefused) {
   DeviceCalibrationZEL device{};

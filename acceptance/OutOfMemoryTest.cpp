@@ -1,6 +1,6 @@
-// Every entry point with each of its allocations refused in turn, alone and with all that come after
-// it, and with ever more memory: nothing is thrown, nothing stays behind, and the answer is the
-// promised one.
+// Every entry point with each of its allocations refused in turn, alone and with all that come
+// after it, and with ever more memory: nothing is thrown, nothing stays behind, and the answer is
+// the promised one.
 
 #include <android/log.h>
 #include <gtest/gtest.h>
@@ -147,17 +147,18 @@ TEST_P(OutOfMemoryIn, AnEntryPointGivesThePromisedAnswer) {
   EXPECT_EQ(hits > 10, answers.entry != Entry::Apply && answers.entry != Entry::ApplyGains);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Functions, OutOfMemoryIn,
-    ::testing::Values(
-        EntryAnswers{Entry::Rectify, 1, "mmmm", {"----"}},
-        EntryAnswers{Entry::Undistort, 1, "mmmm", {"----"}},
-        EntryAnswers{Entry::FixedPlane, 1, "mmmm", {"----"}},
-        EntryAnswers{Entry::Calibration, 1999998, "mmmmmmmmgg",
-                     {"..........", "----......", "mmmm----..", "mmmmmmmm.."}},
-        EntryAnswers{Entry::Linear, 0, "w", {"."}},
-        EntryAnswers{Entry::Apply, 1999998, "ww", {}},
-        EntryAnswers{Entry::ApplyGains, 1999998, "ww", {}}));
+INSTANTIATE_TEST_SUITE_P(Functions, OutOfMemoryIn,
+                         ::testing::Values(EntryAnswers{Entry::Rectify, 1, "mmmm", {"----"}},
+                                           EntryAnswers{Entry::Undistort, 1, "mmmm", {"----"}},
+                                           EntryAnswers{Entry::FixedPlane, 1, "mmmm", {"----"}},
+                                           EntryAnswers{Entry::Calibration,
+                                                        1999998,
+                                                        "mmmmmmmmgg",
+                                                        {"..........", "----......", "mmmm----..",
+                                                         "mmmmmmmm.."}},
+                                           EntryAnswers{Entry::Linear, 0, "w", {"."}},
+                                           EntryAnswers{Entry::Apply, 1999998, "ww", {}},
+                                           EntryAnswers{Entry::ApplyGains, 1999998, "ww", {}}));
 
 TEST(OutOfMemory, IsReported) {
   logNothing();
@@ -270,9 +271,9 @@ void PrintTo(const CCall& c, std::ostream* out) { *out << c.name; }
 const Caller& made() {
   static Caller& caller = *[] {
     auto* const c = new Caller;
-    EXPECT_EQ(rectiline_rectify(&c->device, &c->options, &c->left, &c->right,
-                                &c->out.rectification),
-              RECTILINE_OK);
+    EXPECT_EQ(
+        rectiline_rectify(&c->device, &c->options, &c->left, &c->right, &c->out.rectification),
+        RECTILINE_OK);
     return c;
   }();
   return caller;
@@ -332,8 +333,7 @@ const CCall kCalls[] = {
        return rectiline_view_to_pixels(c.camera, &made().out.rectification.left, 3, c.points,
                                        c.out.points, nullptr);
      }},
-    {"map report", 0,
-     [](Caller& c) { return rectiline_map_report(&made().left, &c.out.report); }},
+    {"map report", 0, [](Caller& c) { return rectiline_map_report(&made().left, &c.out.report); }},
     {"certify rectification", 0,
      [](Caller& c) {
        return rectiline_certify_rectification(&c.device, &made().out.rectification, &made().left,
@@ -363,10 +363,9 @@ const CCall kCalls[] = {
      [](Caller& c) { return rectiline_rig_to_file(&c.device, rigFile().c_str()); },
      Leaks::OfXmlParser},
     {"plan create", 0,
-     [](Caller& c) {
-       return rectiline_plan_create(&made().left, &c.planOptions, &c.out.plan);
-     }},
-    {"a refusal", 0, [](Caller& c) -> std::int32_t {
+     [](Caller& c) { return rectiline_plan_create(&made().left, &c.planOptions, &c.out.plan); }},
+    {"a refusal", 0,
+     [](Caller& c) -> std::int32_t {
        c.options.alpha = 7;
        c.options.coverage = RECTILINE_COVERAGE_BETWEEN;
        const std::int32_t status =

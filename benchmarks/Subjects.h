@@ -26,4 +26,6 @@ void addRectify();
 
 void addPool();
 
+void addDocuments();
+
 }  // namespace rectiline::bench

@@ -40,6 +40,7 @@ std::vector<Subject> subjects() {
   all.push_back({"setup", [] {}, addSetup});
   all.push_back({"rectify", checkRectify, addRectify});
   all.push_back({"pool", [] {}, addPool});
+  all.push_back({"document", [] {}, addDocuments});
   return all;
 }
 
