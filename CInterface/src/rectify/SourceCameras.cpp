@@ -18,7 +18,7 @@ SourceCameras sourceCameras(const DeviceCalibrationZEL& device, const CameraPair
   const int indices[] = {pair.left, pair.right};
   SourceCameras cameras;
   AR::CV::Camera<float>* const made[] = {&cameras.left, &cameras.right};
-  std::exception_ptr faults[2];  // nothing may be thrown on a worker's thread
+  std::exception_ptr faults[2];  // of both, so that it is always the left one's that is told first
   AR::Common::WorkerPools::dispatch(
       [&](unsigned i) {
         try {

@@ -25,7 +25,8 @@ namespace AR::CV {
 /// Immutable once initialised: every const function may run on many threads at once. The `try`
 /// conversions cost a few multiplications and a spline lookup; they return false, and log nothing,
 /// when a radius is outside its spline, a value is NaN or the tangential iteration does not settle.
-/// Outputs are untouched after false. A camera that is not initialised refuses everything.
+/// Outputs are untouched after false. A camera that is not initialised refuses everything. Without
+/// memory, initialising, copying and writing throw std::bad_alloc; the conversions take none.
 template <typename P>
 class AR_EXPORT Camera {
  public:

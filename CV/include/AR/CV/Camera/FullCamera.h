@@ -33,7 +33,7 @@ struct RollingShutterCorrector {
 /// and a time offset.
 ///
 /// Every operation that may be called only on an initialised camera checks that; on another camera
-/// it reports and goes on with what is stored.
+/// it reports and goes on with what is stored. Without memory, members throw std::bad_alloc.
 template <typename P>
 class AR_EXPORT FullCamera {
  public:

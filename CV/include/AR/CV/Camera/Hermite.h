@@ -19,6 +19,7 @@ inline constexpr std::size_t kSamplesAtOnce = 64;
 
 /// A function of one variable as a piecewise cubic over uniform bins, fitted so that value and
 /// slope agree with the function at every knot. The interval is half open: rangeMax is outside.
+/// Fitting and copying throw std::bad_alloc.
 template <typename P>
 class AR_EXPORT HermiteSplineInterpolation {
  public:

@@ -33,7 +33,8 @@ class RigLoader;
 /// stereo pair, camera 1 the right one. Cameras are addressed by index or by identity.
 ///
 /// Not synchronised: a rig that one thread changes, or whose first `getCamIds` runs, is that
-/// thread's alone.
+/// thread's alone. Without memory, members throw std::bad_alloc; a rig that was being changed then
+/// holds some of it.
 template <typename P>
 class AR_EXPORT FullStereoCameraCalibration {
  public:
