@@ -12,6 +12,7 @@ namespace {
 
 constinit FaultCounter gFaults;
 constinit std::atomic<std::int64_t> gCount{0};
+constinit std::atomic<std::int64_t> gBytes{0};
 constinit std::atomic<std::int64_t> gLive{0};
 constinit std::atomic<std::int64_t> gBudget{INT64_MAX};  // bytes that may still be allocated
 constinit std::atomic<bool> gBudgetHit{false};
@@ -27,6 +28,7 @@ bool isOverBudget(std::size_t size) {
 template <typename Allocate>
 void* orRefuse(std::size_t size, Allocate&& allocate) {
   ++gCount;
+  gBytes += static_cast<std::int64_t>(size);
   if (gFaults.refusesNext() || isOverBudget(size)) {
     errno = ENOMEM;
     return nullptr;
@@ -57,6 +59,7 @@ bool disarm() {
   return gBudget.exchange(INT64_MAX) != INT64_MAX ? gBudgetHit.load() : wasHit;
 }
 std::int64_t count() { return gCount; }
+std::int64_t bytes() { return gBytes; }
 std::int64_t liveBlocks() { return gLive; }
 }  // namespace allocationFaults
 

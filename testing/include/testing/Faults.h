@@ -20,8 +20,9 @@ void arm(std::int64_t n, Refused refused);
 void armBudget(std::int64_t bytes);
 /// Grants everything again. Whether anything was refused.
 bool disarm();
-/// Allocations of the process so far.
+/// Allocations of the process so far, and the bytes that they asked for together.
 std::int64_t count();
+std::int64_t bytes();
 /// Blocks that are allocated and not freed.
 std::int64_t liveBlocks();
 }  // namespace allocationFaults
