@@ -7,6 +7,10 @@
 
 #include "FaultCounter.h"
 
+#ifdef RECTILINE_LEAK_SANITIZED
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace rectiline::testing {
 namespace {
 
@@ -61,6 +65,18 @@ bool disarm() {
 std::int64_t count() { return gCount; }
 std::int64_t bytes() { return gBytes; }
 std::int64_t liveBlocks() { return gLive; }
+
+#ifdef RECTILINE_LEAK_SANITIZED
+LeaksAllowed::LeaksAllowed(bool allowed) : mAllowed(allowed) {
+  if (mAllowed) __lsan_disable();
+}
+LeaksAllowed::~LeaksAllowed() {
+  if (mAllowed) __lsan_enable();
+}
+#else
+LeaksAllowed::LeaksAllowed(bool allowed) : mAllowed(allowed) {}
+LeaksAllowed::~LeaksAllowed() = default;
+#endif
 }  // namespace allocationFaults
 
 }  // namespace rectiline::testing

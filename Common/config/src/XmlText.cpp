@@ -5,7 +5,6 @@
 #include <new>
 
 #include "AR/Common/ConfigNode.h"
-#include "AR/Common/OS.h"
 #include "AR/Common/TinyXml.h"
 #include "ValueText.h"
 
@@ -209,9 +208,8 @@ void requireMemoryFor(const DocumentSize& size, size_t textBytes) {
   const size_t bytes = size.numElements() * (sizeof(TiXmlElement) + 2 * kBlock) +
                        size.numAttributes() * (sizeof(TiXmlAttribute) + 3 * kBlock) +
                        3 * textBytes + 64 * kBlock;
-  void* const block = OS::allocAligned(bytes, alignof(std::max_align_t));
-  if (block == nullptr) throw std::bad_alloc();
-  OS::freeAligned(block);
+  // The functions, since a new-expression may be left out together with its delete.
+  ::operator delete(::operator new(bytes));
 }
 
 std::string characterReference(char c) {

@@ -25,6 +25,18 @@ std::int64_t count();
 std::int64_t bytes();
 /// Blocks that are allocated and not freed.
 std::int64_t liveBlocks();
+
+/// While it lives, the leak sanitizer passes over what the calling thread allocates.
+class LeaksAllowed {
+ public:
+  explicit LeaksAllowed(bool allowed);
+  ~LeaksAllowed();
+  LeaksAllowed(const LeaksAllowed&) = delete;
+  LeaksAllowed& operator=(const LeaksAllowed&) = delete;
+
+ private:
+  bool mAllowed;
+};
 }  // namespace allocationFaults
 
 /// Refuses file operations: opening, reading, writing, closing, by the C library's streams or, as
