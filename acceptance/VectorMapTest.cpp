@@ -103,6 +103,31 @@ TEST_F(VectorMap, AgreesInLatitudeLongitude) {
   }
 }
 
+// Rows that begin and end within reach of the source and leave it between: across its plane, behind
+// its back, or around it.
+TEST_F(VectorMap, AgreesWhereTheEndsOfARowDoNotDecide) {
+  constexpr float kQuarter = 1.5708F;
+  const Camera<float> camera = makeCamera<float>(intrinsicsOf(lensNamed("fisheye4 wide")));
+  const Camera<float> target = pinhole(160, 120, 5);
+  const Vec3 kTurns[] = {{0, kQuarter, 0}, {kQuarter, 0, 0}, {0.3F, 2.4F, 0}, {0, 2 * kQuarter, 0}};
+  for (const Vec3& turn : kTurns) {
+    const Mat3 R = turned(turn(0), turn(1), turn(2));
+    for (const DepthRule rule : {DepthRule::InFront, DepthRule::NonZero}) {
+      expectVectorFormsAgree({camera, target, R, rule, true}, 160, 120);
+      for (const int axis : {0, 1}) {
+        // To 170 degrees on every side.
+        const AR::CV::TargetView view{
+            AR::CV::TargetProjection::LatitudeLongitude, axis, 351, 351, 59, 59, 175, 175};
+        for (const float offset : {0.0F, -0.5F}) {
+          Job job(camera, view, R, rule, true);
+          job.offset_s = R * Vec3(0, 0, offset);
+          expectVectorFormsAgree(job, 351, 351);
+        }
+      }
+    }
+  }
+}
+
 TEST_F(VectorMap, AgreesAtFullSize) {
   for (const int scale : {1, 4}) {
     IntrinsicCameraCalibrationZEL wide = intrinsicsOf(lensNamed("fisheye4 wide"));

@@ -234,6 +234,7 @@ TEST(Rectify, RefusesDesiredDirectionsTooFarOff) {
 
 TEST(Rectify, TheValidationFindsRowsApartAndWrongProjections) {
   const Rig source = pairRig({}, {-0.1F, 0, 0});
+  const Rig rightAway = pairRig({0, 3, 0}, {-0.1F, 0, 0});  // from where the left one looks
   Result good(source), low(source), aside(source);
   ASSERT_TRUE(
       low.target.at(1).initIntrinsics(pinholeModel<float>({640, 480}, {320, 240.02F}, {300, 300})));
@@ -242,15 +243,17 @@ TEST(Rectify, TheValidationFindsRowsApartAndWrongProjections) {
     const Rig& target;
     Vec3 rotation;
     const char* check;  // null: none
+    const Rig& source;
   } kCases[] = {
-      {good.target, {0.2F, 0.1F, 0}, nullptr},
-      {low.target, {}, "AR::Math::fabs(x_tl(1-baselineIdx) - x_tr(1-baselineIdx)) < 1e-2"},
-      {aside.target, {}, "AR::Math::norm(x_ol_reproj - x_ol) < 1e-1"},
-      {good.target, {0, 3, 0}, "success"}};
+      {good.target, {0.2F, 0.1F, 0}, nullptr, source},
+      {low.target, {}, "AR::Math::fabs(x_tl(1-baselineIdx) - x_tr(1-baselineIdx)) < 1e-2", source},
+      {aside.target, {}, "AR::Math::norm(x_ol_reproj - x_ol) < 1e-1", source},
+      {good.target, {0, 3, 0}, "success", source},
+      {good.target, {}, "success", rightAway}};
   for (const auto& c : kCases) {
     const LogCapture log;
     Logger::getInstance().setLevel(Logger::INFO);
-    Internal::validateStereoRectify(source, c.target, SO3<float>::exp(c.rotation));
+    Internal::validateStereoRectify(c.source, c.target, SO3<float>::exp(c.rotation));
     Logger::getInstance().setLevel(Logger::DEBUG);
     EXPECT_EQ(log.count("x_tl=(") * log.count("x_tr=("), 1) << log.text();
     EXPECT_EQ(log.failedChecks() > 0, c.check != nullptr) << log.text();

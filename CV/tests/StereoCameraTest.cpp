@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <set>
 #include <vector>
 
 #include "AR/CV/Camera/CamImageId.h"
@@ -134,11 +135,22 @@ TYPED_TEST(FullCameraTest, CarriesEveryFieldIntoAnotherPrecision) {
   EXPECT_EQ(other.getIntrinsics().getCamModel().limits.distortionLimit, Q(0.75));
   EXPECT_EQ(other.getIntrinsics().getCamModel().limits.undistortionLimit, Q(0.875));
   EXPECT_EQ(other.getNameStr(), "left");
-  const std::uint64_t hash = this->camera.getHash(1);
-  this->camera.setExtrinsics({});
-  EXPECT_NE(hash, this->camera.getHash(1));
   this->camera.setCamId(CamImageId());
   EXPECT_FALSE(this->camera.isInitialized());
+}
+
+TYPED_TEST(FullCameraTest, HashesTellTurnsShiftsAndSeedsApart) {
+  using P = TypeParam;
+  std::set<std::uint64_t> hashes = {this->camera.getHash(1), this->camera.getHash(2)};
+  for (std::size_t i = 0; i < 6; ++i) {
+    Math::Vec<P, 3> rotation, translation;
+    (i < 3 ? rotation : translation)(i % 3) = P(0.001);
+    this->camera.setExtrinsics({Math::SO3<P>::exp(rotation), translation});
+    hashes.insert(this->camera.getHash(1));
+    this->camera.setCamId(kRight);
+    hashes.insert(this->camera.getHash(1));  // the same: the name takes no part
+  }
+  EXPECT_EQ(hashes.size(), 8U);
 }
 
 TYPED_TEST(FullCameraTest, TurnsAsItsRecordSaysAndReturnsIt) {

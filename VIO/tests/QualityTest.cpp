@@ -14,6 +14,7 @@
 #include "TestDevices.h"
 #include "VIO/StereoRectifyWrapper.h"
 #include "VIO/quality/CameraCertificate.h"
+#include "VIO/quality/ExactCamera.h"
 #include "VIO/quality/MapReport.h"
 #include "VIO/quality/RectificationCertificate.h"
 
@@ -121,6 +122,7 @@ TEST(RectificationCertificate, DamagedMapsFail) {
       {"columns", [](Claim& c) { shift(c.m[0]), shift(c.m[2]); }, 0, 0.49, 0},
       {"rows of one", [](Claim& c) { shift(c.m[3]); }, 0.49, 0.49, 0},
       {"one pixel", [](Claim& c) { c.m[2][kW * 100 + 100] = INFINITY; }, 0, INFINITY, 0},
+      {"no number", [](Claim& c) { c.m[1][kW * 100 + 100] = NAN; }, 0, INFINITY, 0},
       {"depth", [](Claim& c) { c.depthConstant *= 1.1F; }, 0, 0, 0.09},
       {"NaN depth", [](Claim& c) { c.depthConstant = NAN; }, 0, 0, INFINITY}};
   const DeviceCalibrationZEL record = rig(kBarrel, 0.03, -0.1, 0.004);
@@ -134,6 +136,27 @@ TEST(RectificationCertificate, DamagedMapsFail) {
     EXPECT_GE(c->maxRowError, test.leastRow);
     EXPECT_GE(worstMap(c), test.leastMap);
     EXPECT_GE(c->maxDepthError, test.leastDepth);
+  }
+}
+
+TEST(RectificationCertificate, OnePixelThatIsOffIsFoundWhereverItLies) {
+  const DeviceCalibrationZEL record = rig(kLinear, 0.03, -0.1, 0.004);
+  const Claim good(record);
+  for (const std::size_t plane : {0U, 1U, 2U, 3U}) {
+    const auto hasSource = [](float v) { return v != -1; };
+    const std::vector<float>& map = good.m[plane];
+    const auto first = std::find_if(map.begin(), map.end(), hasSource) - map.begin();
+    const auto end = map.rend() - std::find_if(map.rbegin(), map.rend(), hasSource);
+    for (const auto at : {first, std::ptrdiff_t{kW * 100 + 100}, end - 1}) {
+      Claim claim = good;
+      claim.m[plane][static_cast<std::size_t>(at)] += 0.5F;
+      const Certificate c = claim.certify(record);
+      ASSERT_TRUE(c);
+      EXPECT_NEAR(plane < 2 ? c->maxMapErrorLeft : c->maxMapErrorRight, 0.5, 0.02);
+      EXPECT_LT(plane < 2 ? c->maxMapErrorRight : c->maxMapErrorLeft, 0.02);
+      const VIO::CertificatePlace& worst = plane < 2 ? c->worstMapLeft : c->worstMapRight;
+      EXPECT_EQ(worst.x + worst.y * kW, static_cast<float>(at)) << plane;
+    }
   }
 }
 
@@ -207,6 +230,17 @@ TEST(CameraCertificate, CoarseTablesFail) {
   EXPECT_GT(c.maxDistortionError, 0.01);
   EXPECT_LT(c.distortionErrorRadius, 1);
   EXPECT_NEAR(c.fieldOfView, 2 * std::atan(25.0), 1e-6);
+  // The error of the first bin, a thousandth of the disc, looked at more closely.
+  const auto tables = VIO::testing::rigOf(coarse);
+  const auto exact = VIO::ExactCamera::fromRecord(coarse.cameras[0].intrinsics);
+  double worst = 0;
+  for (float y = 0; y < 1; y += 1e-4F) {
+    AR::Math::Vec<float, 2> pixel;
+    ASSERT_TRUE(tables.at(0).getIntrinsics().tryIdeal2pixel({0, y}, pixel));
+    worst = std::max(
+        worst, AR::Math::norm(exact->pixel(0, static_cast<double>(y)) - pixel.cast<double>()));
+  }
+  EXPECT_NEAR(c.maxDistortionError / worst, 0.985, 0.015);
   coarse.cameras[0].intrinsics.focal_length_x = 0;
   EXPECT_FALSE(VIO::certifyCamera(coarse.cameras[0].intrinsics, c));
   EXPECT_GT(c.maxDistortionError, 0.01) << "the certificate is left alone";

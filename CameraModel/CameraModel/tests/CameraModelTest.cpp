@@ -262,6 +262,21 @@ TYPED_TEST(CameraModelTest, MarchesOutwardsWhileTheRadiusGrowsSteadily) {
   }
 }
 
+// Slopes that change by less than a hundredth of the threshold in a step: (1 - (r / 20)^2)^2 falls
+// to 0.005 at 19.279, 1 + 19 (r / 19.2)^2 grows to 20 at 19.2.
+TYPED_TEST(CameraModelTest, MarchesAsLongAsTheSlopeIsBetweenItsBounds) {
+  using P = TypeParam;
+  const struct {
+    double k0, k1, r_max;
+  } rows[] = {{-1 / 600., 1 / 800000., 19.279}, {19 / 3. / (19.2 * 19.2), 0, 19.2}};
+  for (const auto& row : rows) {
+    auto camera = makeCamera<P>(RADIAL_2_PARAMETERS, {row.k0, row.k1});
+    camera.limits = {1e4, std::numeric_limits<P>::infinity()};
+    camera.findDistortionLimits();
+    EXPECT_NEAR(std::sqrt(camera.limits.distortionLimit), row.r_max, 0.05);
+  }
+}
+
 // 1 - x / 2700 turns back at a radius of 30.
 TYPED_TEST(CameraModelTest, MarchesToTheGivenLimitHoweverFar) {
   using P = TypeParam;

@@ -80,9 +80,12 @@ TEST(ConfigTree, SettingCreatesWhatIsMissing) {
   EXPECT_EQ(node.getDescendentAttribute("A.x"), "2");
   EXPECT_EQ(node.getDescendentAttribute("A.B.C.y"), "3");
 
+  const std::string deepest = "A" + times(63, ".A"), deep = deepest + ".A";
+  EXPECT_TRUE(node.setDescendentAttribute(deepest, "4"));
+  EXPECT_EQ(tree(written(node)).getDescendentAttribute(deepest), "4");
+
   const std::string before = written(node);
   LogCapture log;
-  const std::string deep = "A" + times(ConfigNode::kMaxDepth, ".A");
   for (const char* path : {"", "A..x", "A.", "A b.x", "A.1", "D.x", deep.c_str()}) {
     EXPECT_FALSE(node.setDescendentAttribute(path, "5")) << path;
   }
