@@ -102,15 +102,17 @@ TEST(OutOfMemoryAtTheFirstCall, GivesThePromisedAnswer) {
         const int status = ApplyUndistortionMap(&from, 1, map, &to);
         return status == 0 ? target[5] == 9 && target.back() == 9 : status >= 1999997;
       }};
+  int hits = 0;
   for (const auto& isRight : calls) {
     for (const Refused refused : {Refused::One, Refused::AllFromThere}) {
       int n = 1;
       int answer = 0;
       while ((answer = answerOfChild(n, refused, isRight)) == 0) ++n;
       EXPECT_EQ(answer, 1) << "allocation " << n;
-      EXPECT_GT(n, 2);
+      hits += n - 1;
     }
   }
+  EXPECT_GT(hits, 20);
 }
 
 // ---- the functions of StereoRectifyWrapper.h ----------------------------------------------------
