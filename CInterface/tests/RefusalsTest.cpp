@@ -374,10 +374,12 @@ TEST(RefusalsTest, MapsOfPairs) {
     return rectiline_rectify(&a.device, &a.options, a.leftMap, a.rightMap, &a.result);
   };
   expectAllRefused(RECTILINE_BAD_ARGUMENT, cases, call);
-  Arguments bad;
-  bad.right.map.reserved = 7;
-  expectBadArgument(call(bad), "right.reserved");
-  expectNotMade(bad.left);
+  Arguments badRight, badLeft;
+  badRight.right.map.reserved = badLeft.left.map.reserved = 7;
+  expectBadArgument(call(badRight), "right.reserved");
+  expectNotMade(badRight.left);
+  expectBadArgument(call(badLeft), "left.reserved");
+  expectNotMade(badLeft.right);
 }
 
 TEST(RefusalsTest, EyesAndUndistortedCameras) {

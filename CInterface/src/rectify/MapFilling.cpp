@@ -21,13 +21,26 @@ void wrap(const Rows& rows, int width, int height, AR::CV::Image<float>& image) 
   image.set(rows.row<float>(0), Size(width, height), Size(static_cast<int>(pixels), height), false);
 }
 
+/// Of a call that is refused: the target, if it is in order.
+void fillNotMade(const rectiline_map* callers) {
+  try {
+    if (callers != nullptr) checkedTarget(callers, "right").fillNotMade();
+  } catch (const Refusal&) {
+  }
+}
+
 }  // namespace
 
 TargetMaps checkedTargets(const rectiline_map* left, const rectiline_map* right) {
   TargetMaps maps;
-  if (left != nullptr) maps.left = checkedTarget(left, "left");
+  // A map that is refused is no reason to leave the other one as it was.
+  try {
+    if (left != nullptr) maps.left = checkedTarget(left, "left");
+  } catch (...) {
+    fillNotMade(right);
+    throw;
+  }
   if (right == nullptr) return maps;
-  // A right map that is refused is no reason to leave the left one as it was.
   orFillNotMade(maps, [&] { maps.right = checkedTarget(right, "right"); });
   if (maps.left) requireApart(*maps.left, *maps.right);
   return maps;
