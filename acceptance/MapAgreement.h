@@ -105,6 +105,29 @@ inline bool agrees(float u, float v, float uOther, float vOther, float size) {
   return same(u, uOther) && same(v, vOther);
 }
 
+inline float distanceAt(const Maps& plain, const Maps& maps, std::size_t i) {
+  return std::hypot(plain.X[i] - maps.X[i], plain.Y[i] - maps.Y[i]);
+}
+
+/// Whether a kept position outside the image may have moved that far by the rounding of its ray
+/// alone: rays that graze the source camera lose digits in either form.
+inline bool isRoundingOfRay(const Job& job, int x, int y, float distance) {
+  constexpr float kRounding = 0x1p-21F;  // a few operations
+  AR::CV::MapRowReport ignored;
+  AR::Math::Vec<float, 3> ray;
+  const AR::CV::MapRow<float> row(job, y);
+  if (row.ray(x, ray, ignored) != AR::CV::PixelSource::Inside) return false;
+  const AR::Math::Vec<float, 2> ideal(ray(0) / ray(2), ray(1) / ray(2));
+  const float terms =
+      AR::Math::norm(ray) + AR::Math::norm(job.offset_s) + AR::Math::norm(ray - job.offset_s);
+  const float reach = kRounding * terms / std::fabs(ray(2)) * (1 + AR::Math::norm(ideal));
+  AR::Math::Vec<float, 2> at, beside, below;
+  const bool areProjected = job.source.tryIdeal2pixel(ideal, at) &&
+                            job.source.tryIdeal2pixel({ideal(0) + reach, ideal(1)}, beside) &&
+                            job.source.tryIdeal2pixel({ideal(0), ideal(1) + reach}, below);
+  return areProjected && distance <= AR::Math::norm(beside - at) + AR::Math::norm(below - at);
+}
+
 /// The first pixel whose decision or position is not that of the plain form, both beside each
 /// other; empty when there is none, the reports are equal, and nothing around the maps was written.
 inline std::string disagreement(const Job& job, const Maps& plain, const Maps& maps) {
@@ -112,9 +135,11 @@ inline std::string disagreement(const Job& job, const Maps& plain, const Maps& m
   std::ostringstream text;
   for (std::size_t i = 0; i < maps.count(); ++i) {
     const int x = static_cast<int>(i) % maps.width, y = static_cast<int>(i) / maps.width;
-    const bool isSame = maps.reasons[i] == plain.reasons[i]
-                            ? agrees(plain.X[i], plain.Y[i], maps.X[i], maps.Y[i], size)
-                            : isAtLimit(job, x, y);
+    const bool isSame =
+        maps.reasons[i] == plain.reasons[i]
+            ? agrees(plain.X[i], plain.Y[i], maps.X[i], maps.Y[i], size) ||
+                  (!plain.hasSource(i) && isRoundingOfRay(job, x, y, distanceAt(plain, maps, i)))
+            : isAtLimit(job, x, y);
     if (isSame) continue;
     text << "(" << x << ", " << y << "): " << int{plain.reasons[i]} << " " << plain.X[i] << " "
          << plain.Y[i] << " -> " << int{maps.reasons[i]} << " " << maps.X[i] << " " << maps.Y[i];

@@ -17,8 +17,8 @@ class CallerRows {
  public:
   /// Dense rows that are aligned for their elements, unless the input has it otherwise.
   CallerRows(FuzzInput& input, int width, int height)
-      : CallerRows(width, height, input.once(3) ? input.from<std::size_t>(0, 40) : 0,
-                   input.once(6) ? input.from<std::size_t>(0, 7) : 0) {}
+      : CallerRows{width, height, input.once(3) ? input.from<std::size_t>(0, 40) : 0,
+                   input.once(6) ? input.from<std::size_t>(0, 7) : 0} {}
 
   CallerRows(int width, int height, std::size_t gap = 0, std::size_t behind = 0)
       : mRowBytes(static_cast<std::size_t>(width) * sizeof(T)),

@@ -8,6 +8,7 @@
 #include "CallerRows.h"
 #include "Records.h"
 #include "VIO/DeviceConversion.h"
+#include "VIO/RecordChecks.h"
 #include "VIO/StereoRectifyWrapper.h"
 
 namespace {
@@ -189,8 +190,9 @@ void calibration(FuzzInput& input) {
 
 /// A centre column that does not spread ends the process; that is promised.
 bool spreads(const CameraCalibrationZEL& record) {
-  AR::CV::Camera<float> camera;
   const IntrinsicCameraCalibrationZEL& in = record.intrinsics;
+  if (!VIO::isConvertible(in)) return false;
+  AR::CV::Camera<float> camera;
   const double cy = in.principal_point_y;
   if (!(cy > 1 && cy < in.height - 2 && in.height < 100'000 && in.focal_length_y > 1) ||
       !camera.init(CamModel::CameraModel<float>(in)))

@@ -13,7 +13,8 @@
 namespace rectiline::fuzz {
 
 /// The bytes of one run, taken as the values that it needs. Bytes that run out read as zeros, which
-/// everywhere choose what is ordinary.
+/// everywhere choose what is ordinary. Compilers order a call's arguments as they like: what is
+/// taken for them is taken before, or in braces, so that an input is the same run everywhere.
 class FuzzInput {
  public:
   FuzzInput(const std::uint8_t* data, std::size_t size) : mBytes(data, size) {}

@@ -46,8 +46,8 @@ class CallerStruct {
 /// A map with reasons.
 struct CallerMap {
   CallerMap(FuzzInput& input, int width, int height)
-      : x(width, height, 4 * gapFrom(input), behindFrom(input)),
-        y(width, height, x.stride() - 4 * static_cast<std::size_t>(width), behindFrom(input)),
+      : x{width, height, 4 * gapFrom(input), behindFrom(input)},
+        y{width, height, x.stride() - 4 * static_cast<std::size_t>(width), behindFrom(input)},
         reasons(width, height, gapFrom(input)),
         map(input,
             {0, width, height, 0, x.data(), y.data(), x.isDense() && input.once(3) ? 0 : x.stride(),

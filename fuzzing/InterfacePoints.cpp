@@ -84,8 +84,10 @@ void scaled(FuzzInput& input) {
   const auto scale = [&] { return input.once(8) ? input.hostileNumber() : input.between(0.1, 4); };
   const auto side = [&] { return input.once(20) ? input.any<std::int32_t>() : input.from(0, 60); };
   CameraCalibrationZEL made = camera;
-  if (!succeeded(rectiline_scaled_camera(&camera, scale(), scale(), side(), side(), side(), side(),
-                                         &made))) {
+  const double scales[] = {scale(), scale()};
+  const std::int32_t sides[] = {side(), side(), side(), side()};
+  if (!succeeded(rectiline_scaled_camera(&camera, scales[0], scales[1], sides[0], sides[1],
+                                         sides[2], sides[3], &made))) {
     FUZZ_EXPECT(std::memcmp(&made, &camera, sizeof made) == 0);
     return;
   }
