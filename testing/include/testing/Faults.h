@@ -35,7 +35,7 @@ class LeaksAllowed {
   LeaksAllowed& operator=(const LeaksAllowed&) = delete;
 
  private:
-  bool mAllowed;
+  [[maybe_unused]] bool mAllowed;  // where there is a leak sanitizer
 };
 }  // namespace allocationFaults
 
