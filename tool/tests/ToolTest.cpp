@@ -420,7 +420,7 @@ TEST_F(ToolTest, EveryFailureIsOneLineAndItsExitCode) {
 }
 
 TEST_F(ToolTest, TooLittleMemoryIsOneLineAndAnExitCode) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef RECTILINE_SANITIZED
   GTEST_SKIP() << "sanitizers take all addresses for themselves";
 #endif
   const Outcome r = run("maps " + path("two.xml") + " --size 9000x9000 -o " + path("out.npz"),
