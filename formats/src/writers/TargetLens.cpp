@@ -129,7 +129,8 @@ const LensRow* findRow(Format format, const SourceLens& source) {
 
 /// Whether the limits say more than what the library finds by itself.
 bool hasOwnLimits(const CameraCalibrationZEL& record, const Place& place) {
-  constexpr double kTolerance = 1e-3;  // of a document's digits, and of the library's search
+  // Of a document's digits and of the search; near 90 degrees 1e-3 of it is a hundredth of a pixel.
+  constexpr double kTolerance = 5e-3;
   const IntrinsicCameraCalibrationZEL& in = record.intrinsics;
   if (!(in.distortion_limit > 0 && in.undistortion_limit > 0)) return false;
   CameraCalibrationZEL without = record;
