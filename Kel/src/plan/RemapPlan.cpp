@@ -1,7 +1,6 @@
 #include "Kel/RemapPlan.h"
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 #include "AR/Common/RowBands.h"
@@ -46,11 +45,8 @@ void RemapPlan::applyAll(std::span<const Job> jobs) {
     applyPart(job, *job.plan->mContent, static_cast<int>(i % kBands), kBands);
   };
   if (pixels >= AR::Common::kMinPixelsForBands) {
-    try {
-      const auto bands = static_cast<unsigned>(jobs.size() * kBands);
-      return AR::Common::WorkerPools::dispatch(applyBand, bands);
-    } catch (const std::system_error&) {  // the system gives no threads
-    }
+    const auto bands = static_cast<unsigned>(jobs.size() * kBands);
+    return AR::Common::WorkerPools::dispatch(applyBand, bands);
   }
   for (const Job& job : jobs) applyPart(job, *job.plan->mContent, 0, 1);
 }
