@@ -67,15 +67,17 @@ TEST(BoundaryTest, StatusesHaveTexts) {
   EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()).size(), texts.size() - 1);
 }
 
-/// A struct of the interface in memory that a later version of the caller made longer.
+/// A struct of the interface in memory that a later version of the caller made longer, by as much
+/// as is accepted.
 struct LaterError {
   rectiline_error known;
-  std::int32_t unknown[4];
+  std::int32_t unknown[1024];
 };
 
 TEST(BoundaryTest, StructsMayBeLongerButNotShorterAndMayNotAskForTheUnknown) {
   LaterError later{};
-  for (const std::uint32_t size : {0U, 1U, std::uint32_t{sizeof(rectiline_error)} - 1, 1U << 20}) {
+  constexpr std::uint32_t kKnown = sizeof(rectiline_error), kLater = sizeof(LaterError);
+  for (const std::uint32_t size : {0U, 1U, kKnown - 1, kLater + 1, 1U << 20}) {
     later.known.struct_size = size;
     EXPECT_EQ(rectiline_last_error(&later.known), RECTILINE_BAD_ARGUMENT) << size;
     EXPECT_EQ(later.known.text[0], '\0') << "untouched";
@@ -88,11 +90,11 @@ TEST(BoundaryTest, StructsMayBeLongerButNotShorterAndMayNotAskForTheUnknown) {
   EXPECT_EQ(later.known.status, RECTILINE_BAD_ARGUMENT);
   EXPECT_STREQ(later.known.field, "error");
 
-  later.unknown[3] = INT32_MIN;  // its very last byte alone
+  later.unknown[1023] = INT32_MIN;  // its very last byte alone
   EXPECT_EQ(rectiline_last_error(&later.known), RECTILINE_BAD_ARGUMENT);
   later.known.struct_size = sizeof later.known;
   EXPECT_EQ(rectiline_last_error(&later.known), RECTILINE_OK);
-  EXPECT_EQ(later.unknown[3], INT32_MIN);
+  EXPECT_EQ(later.unknown[1023], INT32_MIN);
 }
 
 }  // namespace
