@@ -11,6 +11,7 @@
 #include "Finding.h"
 #include "FuzzInput.h"
 #include "Records.h"
+#include "VIO/quality/CameraCertificate.h"
 
 namespace {
 
@@ -71,16 +72,15 @@ void expectVectorFormsAgree(const Job& job, int width, int height) {
   });
 }
 
-/// The greatest distance that a position may have from its formula's, in pixels: what the camera's
-/// table is off by, and what the ray's rounding in single precision makes of it.
+/// The greatest distance that a position may have from its formula's, in pixels: what the camera is
+/// certified to be off by, and what the ray's rounding in single precision makes of it.
 struct Bound {
-  explicit Bound(const Camera<float>& camera)
-      : exact(camera.toIDL()),
-        table(kBetweenSamples * errorBound(rectiline::testing::distortionTableError(camera),
-                                           exact.in.focal_length_x)) {}
-
-  /// The table is judged at samples; between them random lenses were off by 1.55 times that bound.
-  static constexpr double kBetweenSamples = 3;
+  explicit Bound(const Camera<float>& camera) : exact(camera.toIDL()) {
+    VIO::CameraCertificate certificate{};
+    FUZZ_EXPECT(VIO::certifyCamera(exact.in, certificate));
+    constexpr double kBetweenSamples = 1.1;  // of the certificate
+    table = 0.001 + kBetweenSamples * certificate.maxDistortionError;
+  }
 
   /// Of the ideal point (x, y), each of which rounding may have moved by `reach`.
   [[nodiscard]] double at(double x, double y, double reach) const {
