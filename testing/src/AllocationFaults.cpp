@@ -124,6 +124,8 @@ void operator delete(void* block, std::size_t, std::align_val_t) noexcept { dele
 
 #else
 
+// Shown to the other libraries of the process, whatever the build hides: they are to call these.
+#pragma GCC visibility push(default)
 extern "C" {
 
 // The C library's own, under the names by which it lets itself be replaced.
@@ -161,5 +163,6 @@ void free(void* block) {
   __libc_free(block);
 }
 }
+#pragma GCC visibility pop
 
 #endif

@@ -36,6 +36,8 @@ bool disarm() { return gFaults.disarm(); }
 using rectiline::testing::isRefused;
 using rectiline::testing::original;
 
+// Shown to the other libraries of the process, whatever the build hides: they are to call these.
+#pragma GCC visibility push(default)
 extern "C" {
 
 FILE* fopen(const char* path, const char* mode) {
@@ -74,3 +76,4 @@ ssize_t writev(int file, const iovec* data, int count) {
   return isRefused(ENOSPC) ? -1 : write(file, data, count);
 }
 }
+#pragma GCC visibility pop
