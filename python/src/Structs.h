@@ -6,17 +6,11 @@
 #include <cstring>
 #include <string>
 
+#include "rectiline_calls/Calls.h"
+
 namespace rectiline::python {
 
 namespace py = pybind11;
-
-/// A struct of the library's interface, ready to be filled.
-template <typename Struct>
-Struct sized() {
-  Struct s{};
-  s.struct_size = sizeof s;
-  return s;
-}
 
 /// Text of a field that need not end with a zero.
 template <std::size_t N>
